@@ -1,0 +1,7 @@
+#include "shell/mainmenu.hpp"
+
+int main()
+{
+    mainInit();
+    return 0;
+}

@@ -1,0 +1,131 @@
+#include "shell/arrays.hpp"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "shell/failure.hpp"
+
+namespace {
+
+constexpr std::size_t rowAlignment = 64;
+// What the allocator adds to a small block, for the estimate of a table's true size.
+constexpr std::size_t blockOverhead = 16;
+
+long failingAllocation = 0;
+
+bool AllocationMayGoOn()
+{
+    if (failingAllocation == 0) return true;
+    return --failingAllocation != 0;
+}
+
+std::size_t MachineMemory()
+{
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    if (pages <= 0 || pageSize <= 0) return std::numeric_limits<std::size_t>::max();
+    return static_cast<std::size_t>(pages) * static_cast<std::size_t>(pageSize);
+}
+
+[[noreturn]] void NoRoom()
+{
+    std::putchar(7);
+    Fail(outOfMemory);
+}
+
+std::size_t AtLeastOne(long count)
+{
+    return count < 1 ? 1 : static_cast<std::size_t>(count);
+}
+
+bool FitsMachine(std::size_t count, std::size_t size)
+{
+    static const std::size_t memory = MachineMemory();
+    return size == 0 || count <= memory / size;
+}
+
+void* AlignedRow(std::size_t size, long columns)
+{
+    const std::size_t count = AtLeastOne(columns);
+    if (!AllocationMayGoOn() || !FitsMachine(count, size)) return nullptr;
+    const std::size_t bytes = (count * size + rowAlignment - 1) / rowAlignment * rowAlignment;
+    void* row = std::aligned_alloc(rowAlignment, bytes);
+    if (row != nullptr) std::memset(row, 0, bytes);
+    return row;
+}
+
+/// One table of rows; `aligned` puts each row on a 64-byte boundary.
+template <typename T>
+T** Table(long rows, long columns, bool aligned)
+{
+    const std::size_t rowBytes = AtLeastOne(columns) * sizeof(T) + blockOverhead;
+    if (!FitsMachine(AtLeastOne(columns), sizeof(T)) || !FitsMachine(AtLeastOne(rows), rowBytes))
+        NoRoom();
+    T** table = static_cast<T**>(dim1D(sizeof(T*), rows));
+    for (long i = 0; i < rows; i++) {
+        table[i] = static_cast<T*>(aligned ? AlignedRow(sizeof(T), columns)
+                                           : dim1D_Clear(AtLeastOne(columns), sizeof(T)));
+        if (table[i] == nullptr) {
+            free2D(table, i);
+            NoRoom();
+        }
+    }
+    return table;
+}
+
+template <typename T>
+T*** Tables(long d1, long d2, long d3, bool aligned)
+{
+    T*** tables = static_cast<T***>(dim1D(sizeof(T**), d1));
+    for (long i = 0; i < d1; i++) {
+        try {
+            tables[i] = Table<T>(d2, d3, aligned);
+        } catch (const Failure&) { // give back what exists, then go on failing
+            free3D(tables, i, d2);
+            throw;
+        }
+    }
+    return tables;
+}
+
+} // namespace
+
+void* dim1D_Clear(std::size_t count, std::size_t size)
+{
+    if (!AllocationMayGoOn() || !FitsMachine(count, size)) return nullptr;
+    return std::calloc(count, size);
+}
+
+void* dim1D(std::size_t size, long count)
+{
+    void* vector = dim1D_Clear(AtLeastOne(count), size);
+    if (vector == nullptr) NoRoom();
+    return vector;
+}
+
+char* dim1Dchar(long count) { return static_cast<char*>(dim1D(sizeof(char), count)); }
+int* dim1Dint(long count) { return static_cast<int*>(dim1D(sizeof(int), count)); }
+float* dim1Dfloat(long count) { return static_cast<float*>(dim1D(sizeof(float), count)); }
+double* dim1Double(long count) { return static_cast<double*>(dim1D(sizeof(double), count)); }
+
+char** dim2Dchar(long rows, long columns) { return Table<char>(rows, columns, false); }
+int** dim2Dint(long rows, long columns) { return Table<int>(rows, columns, false); }
+double** dim2Double(long rows, long columns) { return Table<double>(rows, columns, true); }
+
+char*** dim3Dchar(long d1, long d2, long d3) { return Tables<char>(d1, d2, d3, false); }
+int*** dim3Dint(long d1, long d2, long d3) { return Tables<int>(d1, d2, d3, false); }
+double*** dim3Double(long d1, long d2, long d3) { return Tables<double>(d1, d2, d3, true); }
+
+void free1D(void* vector)
+{
+    std::free(vector);
+}
+
+void FailAllocation(long k)
+{
+    failingAllocation = k;
+}

@@ -1,0 +1,86 @@
+// Zero-filled arrays of one to three dimensions, and the small owners that free them.
+#pragma once
+
+#include <cstddef>
+
+/// `count` elements of `size` bytes, all bytes zero; null if there is no room. No message.
+void* dim1D_Clear(std::size_t count, std::size_t size);
+
+/// The same with the size first; without room: BEL and failure code 1. A count below 1 is made 1,
+/// so the result is never null.
+void* dim1D(std::size_t size, long count);
+
+char* dim1Dchar(long count);
+int* dim1Dint(long count);
+float* dim1Dfloat(long count);
+double* dim1Double(long count);
+
+/// A table of `rows` row pointers, each row of `columns` elements allocated by itself; all bytes
+/// zero. rows < 1 gives a table without rows. Rows of double start on a 64-byte boundary. Nothing
+/// may assume that rows lie behind one another. A table larger than the machine's memory is
+/// refused at once (BEL, code 1) and not filled row by row until the machine stalls; when a row
+/// fails, the rows already made are given back.
+char** dim2Dchar(long rows, long columns);
+int** dim2Dint(long rows, long columns);
+double** dim2Double(long rows, long columns);
+
+/// d1 tables of d2 rows with d3 elements each.
+char*** dim3Dchar(long d1, long d2, long d3);
+int*** dim3Dint(long d1, long d2, long d3);
+double*** dim3Double(long d1, long d2, long d3);
+
+/// Releases a vector; null is fine.
+void free1D(void* vector);
+
+/// Releases each non-null row and the table; `rows` is the count that was allocated. A null table
+/// is fine.
+template <typename T>
+void free2D(T** table, long rows)
+{
+    if (table == nullptr) return;
+    for (long i = 0; i < rows; i++) free1D(table[i]);
+    free1D(table);
+}
+
+template <typename T>
+void free3D(T*** tables, long d1, long d2)
+{
+    if (tables == nullptr) return;
+    for (long i = 0; i < d1; i++) free2D(tables[i], d2);
+    free1D(tables);
+}
+
+/// A dim2Double table that frees itself with the row count it was made with.
+struct OwnedRows {
+    OwnedRows(long rows, long columns) : nRows(rows), table(dim2Double(rows, columns)) {}
+    ~OwnedRows() { free2D(table, nRows); }
+    OwnedRows(const OwnedRows&) = delete;
+    OwnedRows& operator=(const OwnedRows&) = delete;
+    operator double**() const { return table; } // numeric routines take plain rows
+    const long nRows;
+    double** const table;
+};
+
+/// A zero-filled vector of double that frees itself.
+struct OwnedVector {
+    explicit OwnedVector(long n) : values(dim1Double(n)) {}
+    ~OwnedVector() { free1D(values); }
+    OwnedVector(const OwnedVector&) = delete;
+    OwnedVector& operator=(const OwnedVector&) = delete;
+    operator double*() const { return values; }
+    double* const values;
+};
+
+/// A zero-filled vector of int that frees itself.
+struct OwnedInts {
+    explicit OwnedInts(long n) : values(dim1Dint(n)) {}
+    ~OwnedInts() { free1D(values); }
+    OwnedInts(const OwnedInts&) = delete;
+    OwnedInts& operator=(const OwnedInts&) = delete;
+    operator int*() const { return values; }
+    int* const values;
+};
+
+/// Makes the k-th allocation from now on fail (1 is the next one; 0 switches it off). For tests of
+/// running out of memory only.
+void FailAllocation(long k);

@@ -1,0 +1,24 @@
+// How a routine that cannot go on gives up: one exception type with one number in it.
+#pragma once
+
+/// The reasons to abandon the work. The number is all that travels: the routine that raises it
+/// has already told the user what is wrong.
+enum FailureCode {
+    outOfMemory = 1, ///< an allocation gave nothing
+    endOfFile,       ///< end of file, or an unreadable token, in a checked read
+    failedPrint,     ///< a write to the formatted data or preferences file failed
+    cannotOpen,      ///< a result or session file cannot be opened
+    quietReturn      ///< leave the session without a word; reserved
+};
+
+/// Thrown by Fail only; caught where a session is open and in the outermost frame, nowhere else.
+struct Failure {
+    FailureCode code;
+};
+
+/// Abandons the work with a code.
+[[noreturn]] void Fail(FailureCode code);
+
+/// Ends the process with status 1 after the message; for the sort and solver routines, whose
+/// work space cannot be made.
+[[noreturn]] void nrerror(const char* message);
