@@ -1,0 +1,54 @@
+// How far two data structures agree: Mantel's matrix correlation, the Procrustes coefficient, the
+// RV coefficient, and their partial forms.
+#pragma once
+
+/// Mantel's matrix correlation: Pearson correlation of the cells above the diagonal.
+///
+/// A, B     n x n, symmetric; only cells [i][k] with i < k are read
+/// missing  a pair counts only if both its cells are present
+/// returns  -1..1; 0 if n < 2 or if one triangle is constant
+/// cost     n * n, two passes, no allocation: runs once per permutation
+/// Mantel 1967, Cancer Research 27:209-220.
+double MatrixCorr(int n, double** A, double** B);
+
+/// Escoufier's RV coefficient, tr(W1 W2) / root(tr(W1 W1) tr(W2 W2)) with W = XX' of the column
+/// centred matrices. No guard: a matrix of constant columns gives NaN.
+///
+/// A, B     n x p1, n x p2; missing cells drop out of the centring and the products
+/// Escoufier 1973, Biometrics 29:751-760.
+double RVcoeff(int n, int p1, int p2, double** A, double** B);
+
+/// Procrustes coefficient: the sum of the singular values of the cross-products of the two
+/// matrices, each centred by column and scaled to a total variance of 1. It is the correlation in a
+/// symmetric Procrustes rotation, 0..1; 0 if the decomposition fails.
+///
+/// A, B     n x p1, n x p2; the order of the two does not matter
+/// Gower 1971 in Hodson et al., Mathematics in the Archaeological and Historical Sciences; Peres-
+/// Neto & Jackson 2001, Oecologia 129:169-178.
+double ProcrustesCoeff(int n, int p1, int p2, double** A, double** B);
+
+/// First-order partial correlation of x and y given z; 0 if rxz or ryz is within 1e-9 of +1.
+/// Deliberate: -1 is not guarded and gives an infinity or NaN.
+double PartialCorrelation(double rxy, double rxz, double ryz);
+
+/// Variables whose effect is to be taken out: the columns of an n-row matrix with select[j] 1, or
+/// all of them if select is null.
+struct ControlBlock {
+    int columns;
+    int* select;
+    double** matrix;
+};
+
+/// Procrustes (coefficientType 2) or RV (3) coefficient between the residuals of A and B regressed
+/// on the principal axes of all control variables together (axes of their correlation matrix).
+///
+/// A, B     n x p1, n x p2
+/// overfitFactor  at most (n - 2) / overfitFactor axes are used
+/// control  nControl blocks of n rows. Without a block the residuals are 0 and the result is
+///          NaN or 0.
+/// returns  0 for another coefficientType
+double PartialMatrixCorrelation(int n, int p1, int p2, double** A, double** B, int coefficientType,
+                                double overfitFactor, int nControl, const ControlBlock* control);
+
+/// Sum over all cells of X[i][j] Y[i][j], both n x n; row by row.
+double vecProd(int n, double** X, double** Y);
