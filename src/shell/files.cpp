@@ -6,6 +6,8 @@
 #include <chrono>
 #include <thread>
 
+#include "shell/complaint.hpp"
+
 int InputStream::Get()
 {
     if (!givenBack.empty()) {
@@ -37,18 +39,24 @@ InputStream& StandardInput()
     return standardInput;
 }
 
-std::FILE* fopenck(const char* name, const char* prefix, const char* mode)
+std::FILE* OpenFile(const char* path, const char* mode)
 {
-    const std::string path = std::string(prefix == nullptr ? "" : prefix) + name;
-    std::FILE* opened = std::fopen(path.c_str(), mode);
+    std::FILE* opened = std::fopen(path, mode);
     struct stat status = {};
     if (opened != nullptr && fstat(fileno(opened), &status) == 0 && S_ISDIR(status.st_mode)) {
         std::fclose(opened);
         opened = nullptr;
     }
+    return opened;
+}
+
+std::FILE* fopenck(const char* name, const char* prefix, const char* mode)
+{
+    const std::string path = std::string(prefix == nullptr ? "" : prefix) + name;
+    std::FILE* opened = OpenFile(path.c_str(), mode);
     if (opened == nullptr) {
-        std::fprintf(stderr, "\ncan't open %s \n", path.c_str());
-        std::putchar(7);
+        Complain("\ncan't open %s \n", path.c_str());
+        Bell();
     }
     return opened;
 }

@@ -50,6 +50,9 @@ struct OutputFile {
     std::FILE* file;
 };
 
+/// Opens a file without a word; null when it cannot be opened or is a folder.
+std::FILE* OpenFile(const char* path, const char* mode);
+
 /// Opens prefix + name (prefix may be null). When it cannot be opened, or is a folder:
 /// "\ncan't open %s \n" on standard error, BEL on standard output, null. The caller decides what
 /// that means.

@@ -9,7 +9,8 @@ int ReadCharIn(const char* accepted);
 /// A number; see ScanNumber. The macro format's first d, f, g, l or u tells how it is recorded.
 double ReadNumberIn(const char* macroFormat, const char* accept, double lo = 0.0, double hi = 0.0);
 
-/// A blank-delimited word, cut to size - 1 characters; end of file is code 2.
+/// A blank-delimited word, cut to size - 1 characters; end of file is code 2. A macro format with
+/// a width, as "%4s ", takes that many characters at most and leaves the rest for the next word.
 void ReadStringIn(const char* macroFormat, char* destination, int size);
 
 /// A line of at most maxLength characters; see freadlineck.

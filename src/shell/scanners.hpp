@@ -15,6 +15,9 @@ void freadck(InputStream& stream, double& value, const char* name);
 void freadck(InputStream& stream, float& value, const char* name);
 /// A blank-delimited word, cut to size - 1 characters; the rest of the word is dropped.
 void freadckWord(InputStream& stream, char* word, int size, const char* name);
+/// At most `width` characters of a word (it holds one more); the rest stays in the stream as the
+/// next word.
+void freadckPart(InputStream& stream, char* word, int width, const char* name);
 
 // --- The same without a complaint: false if nothing can be read; a wrong token stays unread.
 bool TryRead(InputStream& stream, int& value);
@@ -33,7 +36,8 @@ bool freadck1Word(InputStream& stream, char* word, int size, const char* name);
 
 /// One character, in lower case. With `accepted` (null or empty: any but blank, tab and line end)
 /// only its characters, blank excepted, are good, in either case; blanks and control characters
-/// are skipped, anything else gets BEL and the two-line complaint. End of file: code 2.
+/// are skipped, anything else gets BEL and the two-line complaint. End of file: the stream is
+/// closed, "\nfile %s " on standard error, code 2.
 int ScanChar(InputStream& stream, const char* accepted, const char* name);
 
 /// One number. `accept` null: any, unchecked. Empty: any. "1 2 3": one of these. "-": lo to hi.
@@ -44,12 +48,14 @@ double ScanNumber(InputStream& stream, const char* name, const char* accept, dou
 
 /// One word, cut to maxLength characters (destination holds one more). `accepted`: null, or
 /// alternatives separated by "/". Returns the destination, or null at end of file or when no
-/// alternative matches.
+/// alternative matches (BEL, complaint, and the destination emptied).
 char* ScanString(InputStream& stream, int maxLength, char* destination, const char* accepted,
                  int caseSensitive, const char* name);
 
 /// A name or the rest of a line, at most maxLength characters (destination holds one more):
-/// leading white space is skipped, tab, newline or carriage return ends it. End of file: code 2.
+/// leading white space is skipped, tab, newline or carriage return ends it and is taken; of a
+/// longer line the rest, and of one of just that length the line end, stays in the stream. End of
+/// file at its first character: complaint, BEL, code 2.
 void freadlineck(InputStream& stream, int maxLength, char* destination, const char* name);
 /// The same, but a tab inside is stored as a blank and does not end the line.
 void freadlineckTEMP(InputStream& stream, int maxLength, char* destination, const char* name);
