@@ -1,0 +1,247 @@
+#include "shell/scanners.hpp"
+
+#include <doctest/doctest.h>
+
+#include <climits>
+#include <cmath>
+#include <vector>
+
+#include "shell/failure.hpp"
+#include "unit/shell/shell_fixture.hpp"
+
+namespace {
+
+/// All numbers that the forgiving reader finds in a text.
+std::vector<double> Numbers(const char* text)
+{
+    InputStream stream(FileOf(text));
+    std::vector<double> found;
+    double value = 0.0;
+    while (freadck1(stream, value, "numbers")) found.push_back(value);
+    return found;
+}
+
+std::string Rest(InputStream& stream)
+{
+    std::string rest;
+    for (int c = stream.Get(); c != EOF; c = stream.Get()) rest += static_cast<char>(c);
+    return rest;
+}
+
+int FailureOf(void (*read)(InputStream&), InputStream& stream)
+{
+    try {
+        read(stream);
+    } catch (const Failure& failure) {
+        return failure.code;
+    }
+    return 0;
+}
+
+} // namespace
+
+TEST_CASE("the forgiving reader steps over what is not a decimal number") {
+    struct Case { const char* fact; const char* text; std::vector<double> expected; };
+    const Case cases[] = {
+        {"words and their digits", "abc 12 x5y", {12, 5}},
+        {"NA takes no digit with it", "NA 35 4", {35, 4}},
+        {"inf, nan and infinity are words", "inf 1 nan 2 infinity 3", {1, 2, 3}},
+        {"a second sign begins anew", "--4 +-7 +2", {-4, -7, 2}},
+        {"a unit ends the number", "100ergs 1e5x 5.e 5.e7", {100, 1e5, 5, 5e7}},
+        {"an exponent needs digits", "2e+ 3e-x 4E-2", {2, 3, 0.04}},
+        {"hexadecimal is not read", "0x1A", {0, 1}},
+        {"points", ". .5 5. -.25 1.2.3", {0.5, 5, -0.25, 1.2, 0.3}},
+        {"tabs, returns and no line end", "1\t2\r\n3", {1, 2, 3}},
+        {"a decimal comma makes two numbers", "3,25", {3, 25}},
+        {"nothing", "", {}},
+    };
+    Captured errors(stderr), screen(stdout);
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        CHECK(Numbers(c.text) == c.expected);
+    }
+}
+
+TEST_CASE("the end of a stream is announced once") {
+    InputStream stream(FileOf("7"));
+    Captured errors(stderr), screen(stdout);
+    double value = 0.0;
+    char word[8] = "as was";
+    CHECK(freadck1(stream, value, "W.txt"));
+    CHECK_FALSE(freadck1(stream, value, "W.txt"));
+    CHECK_FALSE(freadck1(stream, value, "W.txt"));
+    CHECK_FALSE(freadck1Word(stream, word, sizeof word, "W.txt"));
+    CHECK(value == 7);
+    CHECK(std::string(word) == "as was");
+    CHECK_FALSE(stream.IsOpen());
+    CHECK(errors.Text() == "\nEnd of file W.txt\n");
+    CHECK(screen.Text() == "\a");
+}
+
+TEST_CASE("forgiving whole numbers: digits only, clamped") {
+    InputStream stream(FileOf("1.5 x-3 99999999999999999999"));
+    Captured errors(stderr), screen(stdout);
+    std::vector<int> found;
+    int value = 0;
+    while (freadck1(stream, value, "types.txt")) found.push_back(value);
+    CHECK(found == std::vector<int>{1, 5, -3, INT_MAX});
+}
+
+TEST_CASE("the strict reader takes what strtod takes") {
+    InputStream stream(FileOf(" inf -nan(1) 0x10 1e400 -2.5e-3,7"));
+    double value = 0.0;
+    CHECK(TryRead(stream, value));
+    CHECK(value == HUGE_VAL);
+    CHECK(TryRead(stream, value));
+    CHECK(std::isnan(value));
+    CHECK(TryRead(stream, value));
+    CHECK(value == 16);
+    CHECK(TryRead(stream, value));
+    CHECK(value == HUGE_VAL);
+    CHECK(TryRead(stream, value));
+    CHECK(value == -2.5e-3);
+    CHECK_FALSE(TryRead(stream, value)); // the comma stays
+    CHECK(value == -2.5e-3);
+    CHECK(Rest(stream) == ",7");
+}
+
+TEST_CASE("checked readers end the work at a wrong token") {
+    struct Case { const char* fact; const char* text; void (*read)(InputStream&); };
+    const Case cases[] = {
+        {"a word for a whole number", "abc", [](InputStream& s) { int v; freadck(s, v, "Trk"); }},
+        {"a word for a number", "NA", [](InputStream& s) { double v; freadck(s, v, "Trk"); }},
+        {"no word", " \n\t", [](InputStream& s) { char w[4]; freadckWord(s, w, 4, "Trk"); }},
+        {"no line", " \n\r", [](InputStream& s) { char l[9]; freadlineck(s, 8, l, "Trk"); }},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        InputStream stream(FileOf(c.text));
+        Captured errors(stderr), screen(stdout);
+        CHECK(FailureOf(c.read, stream) == endOfFile);
+        CHECK(errors.Text() == "\nfile Trk ");
+        CHECK(screen.Text() == "\a");
+        CHECK_FALSE(stream.IsOpen());
+    }
+}
+
+TEST_CASE("words are cut to their storage, parts leave their rest") {
+    InputStream stream(FileOf("longerthanfour next abcdefg"));
+    char word[5];
+    freadckWord(stream, word, sizeof word, "labels");
+    CHECK(std::string(word) == "long");
+    freadckWord(stream, word, sizeof word, "labels");
+    CHECK(std::string(word) == "next");
+    freadckPart(stream, word, 4, "input");
+    CHECK(std::string(word) == "abcd");
+    freadckPart(stream, word, 4, "input");
+    CHECK(std::string(word) == "efg");
+}
+
+TEST_CASE("ScanChar: each character of a line is looked at in turn") {
+    InputStream stream(FileOf(" \t\n\x01xY9"));
+    Captured errors(stderr), screen(stdout);
+    CHECK(ScanChar(stream, "y n", "input") == 'y');
+    CHECK(errors.Text() == "\nIncorrect input = x. Reenter.\nAccepted input: y n\n");
+    CHECK(screen.Text() == "\a");
+    CHECK(Rest(stream) == "9"); // stays for the next prompt
+
+    InputStream any(FileOf(" \t\nQ"));
+    CHECK(ScanChar(any, nullptr, "input") == 'q');
+    InputStream ended(nullptr);
+    CHECK(FailureOf([](InputStream& s) { ScanChar(s, "y n", "input"); }, ended) == endOfFile);
+    // no BEL at this end of file
+    CHECK(screen.Text() == "\a");
+}
+
+TEST_CASE("ScanNumber insists until the answer is accepted") {
+    struct Case {
+        const char* fact; const char* text; const char* accept; double lo, hi, expected;
+        const char* complaint;
+    };
+    const Case cases[] = {
+        {"in a list", "1.5 2", "1 2", 0, 0, 2,
+         "\nIncorrect input = 1.5. Reenter.\nAccepted input: 1 2\n"},
+        {"a list with a blank at its end", "0 2", "1 2 ", 0, 0, 2,
+         "\nIncorrect input = 0. Reenter.\nAccepted input: 1 2 \n"},
+        {"in a range", "0\n3", "-", 1, 2147483647.0, 3,
+         "\nIncorrect input = 0. Reenter.\nAccepted input: 1 to 2.14748e+09\n"},
+        {"both ends of the range belong to it", "1", "-", 1, 1, 1, ""},
+        {"an empty specification takes any number", "x -8", "", 0, 0, -8, ""},
+        {"no specification", "abc5", nullptr, 0, 0, 5, ""},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        InputStream stream(FileOf(c.text));
+        Captured errors(stderr), screen(stdout);
+        CHECK(ScanNumber(stream, "input", c.accept, c.lo, c.hi) == c.expected);
+        CHECK(errors.Text() == c.complaint);
+        CHECK(screen.Text() == (c.complaint[0] == '\0' ? "" : "\a"));
+    }
+    InputStream ended(nullptr);
+    Captured errors(stderr), screen(stdout);
+    CHECK(ScanNumber(ended, "B.txt", nullptr) == 0.0); // unchecked: comes back at end of file
+}
+
+TEST_CASE("ScanString cuts, and compares with alternatives") {
+    struct Case { const char* text; int caseSensitive; const char* expected; bool found; };
+    const Case cases[] = {
+        {"average linkage", 0, "averag", true}, // cut to 6
+        {"SINGLE", 0, "SINGLE", true},
+        {"SINGLE", 1, "", false},
+        {"singles", 1, "", false},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.text);
+        InputStream stream(FileOf(c.text));
+        Captured errors(stderr), screen(stdout);
+        char word[7];
+        const char* result = ScanString(stream, 6, word, "single/average", c.caseSensitive, "input");
+        CHECK((result == word) == c.found);
+        CHECK(std::string(word) == c.expected);
+        const std::string complaint = std::string("\nIncorrect input = ") + c.text +
+                                      ". Reenter.\nAccepted input: single/average\n";
+        CHECK(errors.Text() == (c.found ? "" : complaint));
+    }
+    InputStream ended(FileOf(""));
+    Captured errors(stderr), screen(stdout);
+    char word[7];
+    CHECK(ScanString(ended, 6, word, nullptr, 1, "keyboard") == nullptr);
+}
+
+TEST_CASE("lines: tab, newline or carriage return ends them") {
+    struct Case { const char* fact; const char* text; int maxLength; const char* line;
+                  const char* rest; };
+    const Case cases[] = {
+        {"blanks inside and at the end stay", "\n  my file \r\nnext", 51, "my file ", "\nnext"},
+        {"a tab ends the text", "Poa\tannua\n", 51, "Poa", "annua\n"},
+        {"the rest of a long line stays", "abcdef\n", 4, "abcd", "ef\n"},
+        {"a full line leaves its end", "abcd\n", 4, "abcd", "\n"},
+        {"no line end", "abc", 51, "abc", ""},
+        {"no room", "  abc", 0, "", "abc"},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        InputStream stream(FileOf(c.text));
+        char line[52] = "?";
+        freadlineck(stream, c.maxLength, line, "names");
+        CHECK(std::string(line) == c.line);
+        CHECK(Rest(stream) == c.rest);
+    }
+    InputStream species(FileOf("\tPoa\tannua L.\r\nPoa alpina"));
+    char line[71];
+    freadlineckTEMP(species, 70, line, "names");
+    CHECK(std::string(line) == "Poa annua L.");
+}
+
+TEST_CASE("case and range") {
+    CHECK(StrCmp("Poa", "pOA") == 0);
+    CHECK(StrCmp("a", "B") < 0);
+    char text[] = "a\xe9z";
+    StrToUpper(text);
+    CHECK(std::string(text) == "A\xe9Z"); // only ASCII letters change
+    CHECK(ToInt(2.9) == 2);
+    CHECK(ToInt(-2.9) == -2);
+    CHECK(ToInt(3e9) == INT_MAX);
+    CHECK(ToInt(-3e9) == INT_MIN);
+    CHECK(ToInt(std::nan("")) == INT_MIN);
+}

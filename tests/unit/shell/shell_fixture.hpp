@@ -1,0 +1,95 @@
+// What the tests of the shell share: streams made of texts, captured output, a scratch folder.
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "shell/files.hpp"
+
+/// An open file that holds a text.
+inline std::FILE* FileOf(const std::string& text)
+{
+    std::FILE* file = std::tmpfile();
+    std::fwrite(text.data(), 1, text.size(), file);
+    std::rewind(file);
+    return file;
+}
+
+inline std::string TextOf(std::FILE* file)
+{
+    std::fflush(file);
+    std::rewind(file);
+    std::string text;
+    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
+    return text;
+}
+
+inline std::string TextOfFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What the program writes to a standard stream while this lives.
+class Captured
+{
+public:
+    explicit Captured(std::FILE* captured)
+        : stream(captured), store(std::tmpfile()), saved(dup(fileno(captured)))
+    {
+        std::fflush(stream);
+        dup2(fileno(store), fileno(stream));
+    }
+    ~Captured()
+    {
+        std::fflush(stream);
+        dup2(saved, fileno(stream));
+        close(saved);
+        std::fclose(store);
+    }
+    Captured(const Captured&) = delete;
+    Captured& operator=(const Captured&) = delete;
+    std::string Text()
+    {
+        std::fflush(stream);
+        const off_t length = lseek(fileno(store), 0, SEEK_END);
+        std::string text(static_cast<std::size_t>(length), '\0');
+        const ssize_t got = pread(fileno(store), text.data(), text.size(), 0);
+        text.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+        return text;
+    }
+
+private:
+    std::FILE* stream;
+    std::FILE* store;
+    int saved;
+};
+
+/// The current directory is an empty folder while this lives.
+class ScratchFolder
+{
+public:
+    ScratchFolder() : before(std::filesystem::current_path())
+    {
+        char name[] = "/tmp/kelpra-test-XXXXXX";
+        folder = mkdtemp(name);
+        std::filesystem::current_path(folder);
+    }
+    ~ScratchFolder()
+    {
+        std::filesystem::current_path(before);
+        std::filesystem::remove_all(folder);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+private:
+    std::filesystem::path before, folder;
+};
