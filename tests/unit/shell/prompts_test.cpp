@@ -1,0 +1,152 @@
+#include "shell/prompts.hpp"
+
+#include <doctest/doctest.h>
+
+#include "shell/arrays.hpp"
+#include "shell/console.hpp"
+#include "shell/failure.hpp"
+#include "unit/shell/shell_fixture.hpp"
+
+namespace {
+
+/// Answers typed by a user: `typed` in the session's stream, `terminal` on standard input.
+struct Dialogue {
+    explicit Dialogue(const std::string& typed, const std::string& terminal = "")
+        : answers(FileOf(typed)), screenFile(std::tmpfile()), macroFile(std::tmpfile())
+    {
+        console.in = &answers;
+        console.out = screenFile;
+        console.outm = macroFile;
+        for (std::size_t i = terminal.size(); i > 0; i--)
+            StandardInput().Unget(static_cast<unsigned char>(terminal[i - 1]));
+    }
+    ~Dialogue()
+    {
+        console.in = &StandardInput();
+        console.out = stdout;
+        console.outm = nullptr;
+        console.createMacro = console.runMacro = false;
+    }
+    Dialogue(const Dialogue&) = delete;
+    Dialogue& operator=(const Dialogue&) = delete;
+    std::string Screen() { return TextOf(screenFile); }
+    std::string Macro() { return TextOf(macroFile); }
+
+    InputStream answers;
+    OutputFile screenFile, macroFile;
+};
+
+/// A table of short texts that frees itself.
+struct Labels {
+    explicit Labels(int count) : n(count), table(dim2Dchar(count, 11)) {}
+    ~Labels() { free2D(table, n); }
+    Labels(const Labels&) = delete;
+    Labels& operator=(const Labels&) = delete;
+    int n;
+    char** table;
+};
+
+} // namespace
+
+TEST_CASE("accepted answers are copied to a macro") {
+    struct Case { const char* fact; const char* typed; void (*read)(); const char* recorded; };
+    const Case cases[] = {
+        {"a letter, lower case", "Y", [] { ReadCharIn("y n"); }, "y\n"},
+        {"d: as a whole number", "1.5", [] { ReadNumberIn("%d\n", "-", 1.0, 9.0); }, "1\n"},
+        {"d with flags", "1", [] { ReadNumberIn("%-3d", "0 1"); }, "1  "},
+        {"d, beyond int", "3e9", [] { ReadNumberIn("%d\n", ""); }, "2147483647\n"},
+        {"f: rounded to single precision", "0.1", [] { ReadNumberIn("%.9f\n", ""); },
+         "0.100000001\n"},
+        {"g: as it stands", "0.1", [] { ReadNumberIn("%g\n", ""); }, "0.1\n"},
+        {"l: as it stands", "0.25", [] { ReadNumberIn("%lf\n", ""); }, "0.250000\n"},
+        {"u: unsigned", "4294967297.5", [] { ReadNumberIn("%u\n", ""); }, "4294967297\n"},
+        {"u, below zero", "-1", [] { ReadNumberIn("%lu\n", ""); }, "0\n"},
+        {"a line", " two words \n", [] { char s[52]; ReadLineIn(s, 51); }, "two words \n"},
+        {"a word in its full format", "Poa", [] { char s[9]; ReadStringIn("%s\n", s, 9); },
+         "Poa\n"},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        for (const bool isRecording : {true, false}) {
+            Dialogue dialogue(c.typed);
+            console.createMacro = isRecording;
+            c.read();
+            CHECK(dialogue.Macro() == (isRecording ? c.recorded : ""));
+        }
+    }
+}
+
+TEST_CASE("a word prompt with a width splits long words") {
+    Dialogue dialogue("abcdef g");
+    char word[16];
+    ReadStringIn("%4s ", word, sizeof word);
+    CHECK(std::string(word) == "abcd");
+    ReadStringIn("%4s ", word, sizeof word);
+    CHECK(std::string(word) == "ef");
+    ReadStringIn("%s\n", word, sizeof word);
+    CHECK(std::string(word) == "g");
+    Captured errors(stderr), screen(stdout);
+    CHECK_THROWS_AS(ReadStringIn("%s\n", word, sizeof word), Failure);
+    CHECK(errors.Text() == "\nfile input ");
+}
+
+TEST_CASE("a row of labels from a file: too few words repeat the last, long ones are cut") {
+    ScratchFolder folder;
+    std::ofstream("labels.txt") << "alpha muchlongerlabel b3";
+    Dialogue dialogue("", "x f nofile.txt\nf labels.txt\ny");
+    Captured errors(stderr), screen(stdout);
+    Labels labels(4);
+    CHECK(ReadLongInput(4, 10, labels.table, "labels of traits") == 1);
+    CHECK(std::string(labels.table[1]) == "muchlonger");
+    CHECK(std::string(labels.table[3]) == "b3");
+    CHECK(dialogue.Screen() ==
+          "Read input from file (f) or from the keyboard (k)? f/k \n"
+          "Enter name of file containing the labels: \n"
+          "Read input from file (f) or from the keyboard (k)? f/k \n"
+          "Enter name of file containing the labels: "
+          "labels of traits:\talpha\tmuchlonger\tb3\tb3\t\n");
+    CHECK(errors.Text() == "\nIncorrect input = x. Reenter.\nAccepted input: f k\n"
+                           "\ncan't open nofile.txt \n");
+    CHECK(screen.Text() == "\a\aAre these correct? y/n ");
+}
+
+TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
+    // 3 is given up at -1; 5 6 1 is refused; 7 8 9 stays
+    Dialogue dialogue("3 -1 5 6 1.9 7 8 9", "k k n k y");
+    Captured screen(stdout);
+    int numbers[3] = {};
+    console.createMacro = true;
+    CHECK(ReadLongInput(3, numbers, "group numbers", nullptr) == 1);
+    CHECK(numbers[0] == 7);
+    CHECK(numbers[2] == 9);
+    CHECK(dialogue.Screen() ==
+          "Read input from file (f) or from the keyboard (k)? f/k \nEnter group numbers: \t\n"
+          "Read input from file (f) or from the keyboard (k)? f/k \nEnter group numbers: \t"
+          "Read input from file (f) or from the keyboard (k)? f/k \nEnter group numbers: \t");
+    CHECK(screen.Text() == "Are these correct? y/n Are these correct? y/n ");
+    CHECK(dialogue.Macro() == "7\t8\t9\t\n");
+}
+
+TEST_CASE("a file of numbers with -1 is shown and not accepted") {
+    ScratchFolder folder;
+    std::ofstream("groups.txt") << "1 -1 4";
+    std::ofstream("good.txt") << "2,0;1";
+    Dialogue dialogue("", "f groups.txt\nf good.txt\ny");
+    Captured screen(stdout);
+    int numbers[3] = {8, 8, 8};
+    CHECK(ReadLongInput(3, numbers, "groups", "") == 1);
+    CHECK(numbers[1] == 0);
+    CHECK(dialogue.Screen() == "Read input from file (f) or from the keyboard (k)? f/k \n"
+                               "Enter name of file containing groups: groups:\t1\t-1\t8\t\n\n"
+                               "Read input from file (f) or from the keyboard (k)? f/k \n"
+                               "Enter name of file containing groups: groups:\t2\t0\t1\t\n");
+}
+
+TEST_CASE("while a macro is replayed a row is neither offered from a file nor confirmed") {
+    Dialogue dialogue("a b");
+    console.runMacro = true;
+    Labels labels(2);
+    CHECK(ReadLongInput(2, 4, labels.table, "labels") == 1);
+    CHECK(dialogue.Screen() == "Enter labels:\t");
+    CHECK(dialogue.Macro() == "a\tb\t\n");
+}
