@@ -5,17 +5,16 @@
 // The order of the questions is a contract: scripts and recorded answers rely on it.
 #pragma once
 
-// --- Names of options, as reports print them.
+// --- Names of options, as reports print them; those of resemblance functions are in
+// --- numeric/resemblance.hpp.
 
-extern const char* const opt_roInfo[5];          ///< index opt_ro - 1
-extern const char* const rese_optInfo[10];       ///< index rese_opt - 1
-extern const char* const partInfo[3];            ///< kinds of traits: mixed, quantitative, qualitative
-extern const char* const reseCSToptInfo[2];      ///< index reseCSTopt - 1
-extern const char* const clusMethInfo[6];        ///< index clusMethPoolCSTs
-extern const char* const poolCSToptInfo[2];      ///< index poolCSTopt - 1
-extern const char* const traitBasedOptInfo[2];   ///< index traitBasedOpt - 1
-extern const char* const fuzzyInfo[4];           ///< index fuzzy
-extern const char* const YesNotInfo[2];          ///< index 0 or 1
+extern const char* const opt_roInfo[5];        ///< index opt_ro - 1
+extern const char* const partInfo[3];          ///< kinds of traits: mixed, quantitative, qualitative
+extern const char* const clusMethInfo[6];      ///< index clusMethPoolCSTs
+extern const char* const poolCSToptInfo[2];    ///< index poolCSTopt - 1
+extern const char* const traitBasedOptInfo[2]; ///< index traitBasedOpt - 1
+extern const char* const fuzzyInfo[4];         ///< index fuzzy
+extern const char* const YesNotInfo[2];        ///< index 0 or 1
 
 /// All questions of an analysis. `session.optmain` tells who asks: 'H' the functional analysis,
 /// 'K' the ranking (whose criterion stands in `opt_struct` by then), 'A' the simulator; the data

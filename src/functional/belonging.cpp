@@ -1,0 +1,309 @@
+#include "functional/belonging.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+#include "numeric/adjust.hpp"
+#include "numeric/gower.hpp"
+#include "numeric/matrix.hpp"
+#include "numeric/resemblance.hpp"
+#include "numeric/statistics.hpp"
+#include "shell/arrays.hpp"
+
+PartialSimilarity::PartialSimilarity(int traits, int OTUs, EmptyLayers)
+    : nTraits(traits), nOTUs(OTUs), layer(static_cast<float**>(dim1D(sizeof(float*), traits)))
+{
+}
+
+// The tagged constructor has made a whole object by the time a layer fails, so the destructor
+// gives back what there is.
+PartialSimilarity::PartialSimilarity(int traits, int OTUs)
+    : PartialSimilarity(traits, OTUs, EmptyLayers())
+{
+    const long nPairs = static_cast<long>(OTUs) * (OTUs + 1L) / 2;
+    for (int trait = 0; trait < traits; trait++) layer[trait] = dim1Dfloat(nPairs);
+}
+
+PartialSimilarity::~PartialSimilarity()
+{
+    free2D(layer, nTraits);
+}
+
+void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilarity& out,
+                             int* types, double* ranges, double* weights, int countDoubleAbsence)
+{
+    OwnedVector values(nOTUs); // a copy: ordinal values are replaced by their ranks
+    for (int trait = 0; trait < nTraits; trait++) {
+        for (int i = 0; i < nOTUs; i++) values[i] = B[i][trait];
+        GowerMVPartial_dAbsences(nOTUs, types[trait], values, out.layer[trait], ranges[trait],
+                                 weights[trait], countDoubleAbsence);
+    }
+}
+
+namespace {
+
+struct WeightedTrait {
+    int trait;
+    double weight; // what the trait adds to the divisor
+};
+
+bool AnyTraitHasValue(const PartialSimilarity& partial, int nTraits, std::size_t pair)
+{
+    for (int trait = 0; trait < nTraits; trait++)
+        if (!IsMissing(static_cast<double>(partial.layer[trait][pair]))) return true;
+    return false;
+}
+
+/// Row i of the upper triangle, cell by cell the sums over traits in ascending order. The traits
+/// are the outer loop because the cells of a layer's row lie behind one another.
+void AverageRow(int i, int nTraits, int nOTUs, const PartialSimilarity& partial, double* row,
+                const std::vector<WeightedTrait>& used, double* numerator, double* denominator)
+{
+    const std::size_t diagonal = PairIndex(nOTUs, i, i);
+    const int length = nOTUs - i;
+    std::fill_n(numerator, length, 0.0);
+    std::fill_n(denominator, length, 0.0);
+    for (const WeightedTrait& one : used) {
+        const float* cells = partial.layer[one.trait] + diagonal;
+        for (int k = 1; k < length; k++) {
+            const double cell = static_cast<double>(cells[k]);
+            const bool present = !IsMissing(cell);
+            numerator[k] += present ? cell : 0.0; // adding 0 changes no bit
+            denominator[k] += present ? one.weight : 0.0;
+        }
+    }
+    row[i] = 1.0;
+    for (int k = 1; k < length; k++) {
+        if (denominator[k] > 0.0)
+            row[i + k] = numerator[k] / denominator[k];
+        else
+            row[i + k] = AnyTraitHasValue(partial, nTraits, diagonal + static_cast<std::size_t>(k))
+                             ? 0.0
+                             : -999.0;
+    }
+}
+
+void Average(int nTraits, int nOTUs, const PartialSimilarity& partial, double** S,
+             const std::vector<WeightedTrait>& used)
+{
+    OwnedVector numerator(nOTUs);
+    OwnedVector denominator(nOTUs);
+    for (int i = 0; i < nOTUs; i++)
+        AverageRow(i, nTraits, nOTUs, partial, S[i], used, numerator, denominator);
+}
+
+} // namespace
+
+void gower_similarityAverage(int nTraits, int nOTUs, const PartialSimilarity& partial, double** S,
+                             double* weights)
+{
+    std::vector<WeightedTrait> used;
+    for (int trait = 0; trait < nTraits; trait++)
+        if (weights[trait] > 0.0) used.push_back({trait, weights[trait]});
+    Average(nTraits, nOTUs, partial, S, used);
+}
+
+void gower_similarityAverage(int nTraits, int nOTUs, const PartialSimilarity& partial, double** S,
+                             int* selected)
+{
+    std::vector<WeightedTrait> used;
+    for (int trait = 0; trait < nTraits; trait++)
+        if (selected[trait] == 1) used.push_back({trait, 1.0});
+    Average(nTraits, nOTUs, partial, S, used);
+}
+
+namespace {
+
+/// The column of each OTU's type: the place of its label among the labels in ascending order.
+std::vector<int> TypeColumns(int n, int* partition)
+{
+    std::vector<int> column(static_cast<std::size_t>(n));
+    if (partition == nullptr) {
+        for (int i = 0; i < n; i++) column[static_cast<std::size_t>(i)] = i;
+        return column;
+    }
+    OwnedInts labels(n);
+    int nLabels = 0;
+    CountGroupsNew(n, partition, &nLabels, labels);
+    const int* first = labels.values;
+    for (int i = 0; i < n; i++)
+        column[static_cast<std::size_t>(i)] = static_cast<int>(
+            std::lower_bound(first, first + nLabels, partition[i]) - first);
+    return column;
+}
+
+} // namespace
+
+int CrispBelonging(int n, int nGroups, int* partition, double** C)
+{
+    const std::vector<int> column = TypeColumns(n, partition);
+    for (int i = 0; i < n; i++) {
+        const int type = column[static_cast<std::size_t>(i)];
+        std::fill_n(C[i], nGroups, 0.0);
+        if (type < nGroups) C[i][type] = 1.0;
+    }
+    return 1;
+}
+
+namespace {
+
+/// Identical OTUs of a type pooled into one member.
+struct PooledMembers {
+    std::vector<int> column;         // type of each OTU
+    std::vector<int> representative; // of each OTU: itself, unless it is a duplicate
+    std::vector<int> count;          // members of each type, duplicates counted once
+
+    bool IsDuplicate(int i) const { return representative[static_cast<std::size_t>(i)] != i; }
+};
+
+bool Identical(const std::vector<int>& column, double** S, int i, int j)
+{
+    // Deliberate: 1.0 stands for identity also when S holds dissimilarities, where it pools the
+    // OTUs of a type that share nothing; users' earlier results depend on it.
+    return column[static_cast<std::size_t>(i)] == column[static_cast<std::size_t>(j)] &&
+           AlmostEqual2sComplement(S[j][i], 1.0, 1);
+}
+
+/// Every duplicate joins the first OTU that is none itself and identical to it. What costs time,
+/// the search for a first identical OTU, runs in parallel, each thread writing its own entries
+/// only. Who represents whom is settled afterwards in ascending order: almost equal is not
+/// transitive, so an OTU may resemble a duplicate and not that duplicate's representative.
+PooledMembers PoolIdenticals(int n, double** S, int* partition)
+{
+    PooledMembers members;
+    members.column = TypeColumns(n, partition);
+    members.representative.resize(static_cast<std::size_t>(n));
+    members.count.assign(static_cast<std::size_t>(n), 0);
+    const std::vector<int>& column = members.column;
+    int* const first = members.representative.data();
+
+    #pragma omp parallel for schedule(static)
+    for (int j = 0; j < n; j++) {
+        int i = 0;
+        while (i < j && !Identical(column, S, i, j)) i++;
+        first[j] = i;
+    }
+    for (int j = 0; j < n; j++) {
+        int i = first[j];
+        while (i < j && (members.IsDuplicate(i) || !Identical(column, S, i, j))) i++;
+        first[j] = i;
+        if (i == j) members.count[static_cast<std::size_t>(column[static_cast<std::size_t>(j)])]++;
+    }
+    return members;
+}
+
+/// Sums the mean similarity of OTU i to each type into its row of U.
+void AddSimilarities(int n, int i, int nGroups, const PooledMembers& members, const double* S,
+                     double* U, bool isDissimilarity)
+{
+    std::fill_n(U, nGroups, -999.0);
+    const int* const representative = members.representative.data();
+    for (int j = 0; j < n; j++) {
+        // i meets itself once; neither its duplicates nor the OTU it duplicates add it again.
+        const bool counts =
+            j == i || (!members.IsDuplicate(j) && representative[i] != representative[j]);
+        const int type = members.column[static_cast<std::size_t>(j)];
+        if (!counts || IsMissing(S[j]) || type >= nGroups) continue;
+        if (IsMissing(U[type])) U[type] = 0.0;
+        const double similarity = isDissimilarity ? 1.0 - S[j] : S[j];
+        U[type] += similarity / members.count[static_cast<std::size_t>(type)];
+    }
+}
+
+} // namespace
+
+int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U,
+                   bool isDissimilarity)
+{
+    UpperToLowerMatrix(n, S);
+    const PooledMembers members = PoolIdenticals(n, S, partition);
+
+    // A thread owns whole rows of U and adds up each alone, j ascending: the same bits for any
+    // team.
+    #pragma omp parallel for schedule(static)
+    for (int i = 0; i < n; i++)
+        AddSimilarities(n, i, nGroups, members, S[i], U[i], isDissimilarity);
+
+    UnitSumRowsAdjMV(n, nGroups, U, U);
+    return 1;
+}
+
+void NominalReseNonHier(int n, int p, double** M, double** D, int rese_opt)
+{
+    switch (rese_opt) {
+    // Deliberate: 7 and 9 are called relative and are not, here; users' earlier results depend on
+    // it.
+    case 6:
+    case 7:
+        EucliDistMV(n, p, M, D);
+        break;
+    case 8:
+    case 9:
+        AbsValFunctionMV(n, p, M, D);
+        break;
+    case 10: {
+        OwnedRows unitLength(n, p);
+        NormalizeRowsMV(n, p, M, unitLength);
+        EucliDistMV(n, p, unitLength, D);
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+double AverageDissim(int n, double** D, int* groups, int* mask)
+{
+    double sum = 0.0;
+    double nPairs = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++)
+            if (mask[i] == 1 && mask[j] == 1 && groups[i] != groups[j]) {
+                sum += D[i][j];
+                nPairs += 1.0;
+            }
+    return sum / nPairs;
+}
+
+namespace {
+
+/// Dissimilarity of object i to the nearest masked member of a group.
+double Nearest(int n, double** D, const int* groups, const int* mask, int i, int group)
+{
+    double nearest = std::numeric_limits<double>::max();
+    for (int j = 0; j < n; j++) {
+        if (mask[j] != 1 || groups[j] != group) continue;
+        const double d = D[std::min(i, j)][std::max(i, j)];
+        if (d < nearest) nearest = d;
+    }
+    return nearest;
+}
+
+std::vector<int> GroupsInOrderOfAppearance(int n, const int* groups, const int* mask)
+{
+    std::vector<int> found;
+    for (int i = 0; i < n; i++)
+        if (mask[i] == 1 && std::find(found.begin(), found.end(), groups[i]) == found.end())
+            found.push_back(groups[i]);
+    return found;
+}
+
+} // namespace
+
+double NearNeighDist(int n, double** D, int* groups, int* mask)
+{
+    const std::vector<int> found = GroupsInOrderOfAppearance(n, groups, mask);
+    double sum = 0.0;
+    double nMinima = 0.0;
+    for (const int a : found)
+        for (const int b : found) {
+            if (a == b) continue;
+            for (int i = 0; i < n; i++) {
+                if (mask[i] != 1 || groups[i] != a) continue;
+                sum += Nearest(n, D, groups, mask, i, b);
+                nMinima += 1.0;
+            }
+        }
+    return sum / nMinima;
+}
