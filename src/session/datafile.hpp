@@ -1,0 +1,39 @@
+// Strict reading of a session's own files, with counts that are tested before anything is
+// allocated from them.
+#pragma once
+
+#include <cstdio>
+
+#include "shell/files.hpp"
+
+/// A session file that is being read. Whatever cannot be read, or cannot be, ends in code 2 after
+/// "\nfile %s " with its name.
+class DataFile
+{
+public:
+    /// Takes over the open file; the name is borrowed.
+    DataFile(const char* fileName, std::FILE* opened);
+
+    int ReadInt();
+    int ReadIntWithin(int lowest, int highest);
+    /// 0 or more, and no more than the file has characters.
+    int ReadCount();
+    double ReadDouble();
+    void ReadInts(int n, int* values);
+    void ReadDoubles(int n, double* values);
+    void ReadMatrix(int rows, int columns, double** matrix);
+    /// Words of at most size - 1 characters; what is longer is cut.
+    void ReadWord(char* word, int size);
+    void ReadWords(int n, char** words, int size);
+
+    /// The file must have room for rows x columns items of one character at the least.
+    void CheckRoom(long rows, long columns);
+    /// The complaint and code 2.
+    [[noreturn]] void Refuse();
+
+    const char* const name;
+    InputStream stream;
+
+private:
+    long size; // in characters
+};
