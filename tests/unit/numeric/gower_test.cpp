@@ -1,0 +1,215 @@
+#include "numeric/gower.hpp"
+
+#include <doctest/doctest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "unit/numeric/matrices.hpp"
+
+namespace {
+
+// binary, nominal, interval, ordinal
+Rows MixedTraits()
+{
+    return {{1, 2, 2.5, 1}, {0, 1, 7.1, 3}, {1, 2, 4.4, 3}, {0, 3, 0.9, 2}, {0, 1, NA, 5}};
+}
+
+struct Pair {
+    int i, k;
+    double expected;
+};
+
+void CheckPairs(double** out, const std::vector<Pair>& pairs)
+{
+    for (const Pair& pair : pairs) {
+        CAPTURE(pair.i);
+        CAPTURE(pair.k);
+        CHECK(out[pair.i - 1][pair.k - 1] == doctest::Approx(pair.expected).epsilon(1e-7));
+        CHECK(out[pair.k - 1][pair.i - 1] == out[pair.i - 1][pair.k - 1]);
+    }
+}
+
+} // namespace
+
+TEST_CASE("Gower similarity of mixed traits against cluster")
+{
+    int types[] = {1, 2, 3, 4};
+    OwnedRows out(5, 5);
+
+    SUBCASE("joint absences do not count")
+    {
+        Rows data = MixedTraits();
+        GowerMVOpt(5, 4, types, data, out, nullptr, nullptr, 0);
+        // cluster 2.1.4: 1 - daisy(d, "gower", type = list(asymm = "b")), ordinal column by rank()
+        CheckPairs(out, {{1, 2, 0.1582661290322580}, {1, 3, 0.7671370967741935},
+                         {1, 4, 0.3729838709677419}, {1, 5, 0.0}, {2, 3, 0.3911290322580645},
+                         {2, 4, 0.2083333333333334}, {2, 5, 0.8125}, {3, 4, 0.2651209677419355},
+                         {3, 5, 0.2083333333333334}, {4, 5, 0.125}});
+        const double ranks[] = {1, 3.5, 3.5, 2, 5}; // left in the caller's matrix
+        for (int i = 0; i < 5; i++) CHECK(data[i][3] == ranks[i]);
+    }
+    SUBCASE("joint absences count, for any value that is not 0")
+    {
+        for (const int count : {1, -2}) {
+            Rows data = MixedTraits();
+            GowerMVOpt(5, 4, types, data, out, nullptr, nullptr, count);
+            // cluster 2.1.4: the same with type = list(symm = "b")
+            CheckPairs(out, {{1, 2, 0.1582661290322580}, {2, 4, 0.40625}, {2, 5, 0.875},
+                             {4, 5, 0.4166666666666666}});
+        }
+    }
+    SUBCASE("weights")
+    {
+        Rows data = MixedTraits();
+        float weights[] = {1, 2, 0.5F, 1.5F};
+        GowerMVOpt(5, 4, types, data, out, nullptr, weights, 0);
+        // cluster 2.1.4: daisy(..., type = list(asymm = "b"), weights = c(1, 2, 0.5, 1.5))
+        CheckPairs(out, {{1, 2, 0.1383064516129032}, {1, 3, 0.7818548387096774},
+                         {2, 4, 0.2343750000000000}, {3, 4, 0.2310483870967742},
+                         {4, 5, 0.1071428571428571}});
+    }
+    SUBCASE("GowerMV has no ordinal traits")
+    {
+        Rows data = MixedTraits();
+        GowerMV(5, 4, types, data, out, nullptr, nullptr);
+        // cluster 2.1.4: the first three columns only
+        CheckPairs(out, {{1, 2, 0.08602150537634401}, {1, 3, 0.89784946236559138},
+                         {2, 5, 1.0}, {3, 4, 0.14516129032258063}});
+        CHECK(data[1][3] == 3.0);
+        double ranges[] = {0, 0, 31, 0};
+        double weights[] = {1, 1, 2, 7};
+        GowerMV(5, 4, types, data, out, ranges, weights);
+        // by hand: pair 1, 2: 2 (1 - 4.6/31) / (1 + 1 + 2)
+        CheckPairs(out, {{1, 2, 2.0 * (1.0 - 4.6 / 31.0) / 4.0}});
+    }
+}
+
+TEST_CASE("Gower: pairs without a comparable trait")
+{
+    int types[] = {1, 9};
+    for (int routine = 0; routine < 2; routine++) {
+        CAPTURE(routine);
+        Rows data = {{0, 5}, {0, 5}, {NA, 5}, {1, 7}};
+        OwnedRows out(4, 4);
+        Fill(4, 4, out, 0.625);
+        if (routine == 0)
+            GowerMVOpt(4, 2, types, data, out, nullptr, nullptr, 0);
+        else
+            GowerMV(4, 2, types, data, out, nullptr, nullptr);
+        CheckPairs(out, {{1, 2, 0.625}, {1, 3, 0.625}, {1, 4, 0.0}, {3, 3, 1.0}});
+    }
+}
+
+TEST_CASE("Gower: ranges")
+{
+    struct Case {
+        const char* fact;
+        double first, second, third;
+        double expected; // similarity of the first two on an interval trait
+    };
+    const Case cases[] = {
+        {"positive values: 1 - 1/4", 1, 2, 5, 0.75},
+        {"constant: full agreement", 3, 3, 3, 1.0},
+        {"negative values reach up to 0: 1 - 2/3", -3, -1, -2, 1.0 / 3.0},
+        {"missing cells are no minimum", 2, 3, NA, 0.0},
+    };
+    int type = 3;
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        Rows data = {{c.first}, {c.second}, {c.third}};
+        OwnedRows out(3, 3);
+        GowerMVOpt(3, 1, &type, data, out, nullptr, nullptr, 0);
+        CHECK(out[0][1] == doctest::Approx(c.expected));
+        GowerMV(3, 1, &type, data, out, nullptr, nullptr);
+        CHECK(out[0][1] == doctest::Approx(c.expected));
+        double values[] = {c.first, c.second, c.third};
+        GowerMVPartial_dAbsences(3, 3, values, out, 0.0, 1.0, 0);
+        CHECK(out[0][1] == doctest::Approx(c.expected));
+    }
+}
+
+TEST_CASE("Gower: one trait at a time")
+{
+    struct Case {
+        const char* fact;
+        int type;
+        double a, b, c;
+        double range, weight;
+        int count;
+        double aa, ab, ac, bc;
+    };
+    const Case cases[] = {
+        {"nominal", 2, 1, 1, 3, 0, 2.5, 0, 2.5, 2.5, 0, 0},
+        {"nominal, missing", 2, 1, NA, NA, 0, 1, 0, 1, NA, NA, NA},
+        {"dichotomous, joint absence says nothing", 1, 0, 0, 1, 0, 2, 0, NA, NA, 0, 0},
+        {"dichotomous, joint presence", 1, 1, 1, 0, 0, 2, 0, 2, 2, 0, 0},
+        {"dichotomous, joint absence agrees", 1, 0, 0, 1, 0, 2, 1, 2, 2, 0, 0},
+        {"dichotomous, missing", 1, 0, NA, 1, 0, 2, 1, 2, NA, 0, NA},
+        {"dichotomous, no such way to count", 1, 1, 1, 0, 0, 2, 2, NA, NA, NA, NA},
+        {"interval, own range", 3, 1, 2, 5, 0, 1, 0, 1, 0.75, 0, 0.25},
+        {"interval, given range", 3, 1, 2, 5, 8, 2, 0, 2, 1.75, 1, 1.25},
+        {"interval, negative range: full agreement", 3, 1, 2, 5, -8, 2, 0, 2, 2, 2, 2},
+        {"ordinal: ranks 1, 3, 2, the given range is not used", 4, 10, 99, 11, 7, 1, 0, 1, 0, 0.5, 0.5},
+        {"weight below 0 is 1", 2, 1, 1, 3, 0, -1, 0, 1, 1, 0, 0},
+        {"weight 0 says nothing", 3, 1, 2, 5, 0, 0, 0, NA, NA, NA, NA},
+        {"unknown type", 7, 1, 1, 1, 0, 1, 1, NA, NA, NA, NA},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        double values[] = {c.a, c.b, c.c};
+        OwnedRows out(3, 3);
+        GowerMVPartial_dAbsences(3, c.type, values, out, c.range, c.weight, c.count);
+        CHECK(out[0][0] == c.aa);
+        CHECK(out[0][1] == c.ab);
+        CHECK(out[0][2] == c.ac);
+        CHECK(out[1][2] == c.bc);
+        CHECK(out[2][1] == c.bc);
+
+        double again[] = {c.a, c.b, c.c};
+        float packed[6];
+        GowerMVPartial_dAbsences(3, c.type, again, packed, c.range, c.weight, c.count);
+        for (int i = 0; i < 3; i++)
+            for (int k = i; k < 3; k++)
+                CHECK(static_cast<double>(packed[i * 3 - i * (i - 1) / 2 + (k - i)]) == out[i][k]);
+    }
+    double thirds[] = {0, 1, 3};
+    OwnedRows out(3, 3);
+    GowerMVPartial_dAbsences(3, 3, thirds, out, 3.0, 1.0, 0);
+    CHECK(out[0][1] == static_cast<double>(static_cast<float>(1.0 - 1.0 / 3.0)));
+}
+
+TEST_CASE("Gower: the traits add up to the whole")
+{
+    constexpr int n = 30;
+    constexpr int p = 4;
+    int types[] = {1, 2, 3, 4};
+    float weights[] = {1.0F, 0.5F, 2.0F, 1.25F};
+    OwnedRows data(n, p);
+    FillAtRandom(n, p, data, 7, 6);
+    for (int i = 0; i < n; i++)
+        for (int j = 0; j < 2; j++)
+            if (data[i][j] != NA) data[i][j] = std::fmod(std::floor(data[i][j]), j + 2.0);
+
+    OwnedRows num(n, n);
+    OwnedRows den(n, n);
+    OwnedRows layer(n, n);
+    for (int j = 0; j < p; j++) {
+        OwnedVector column(n);
+        for (int i = 0; i < n; i++) column[i] = data[i][j];
+        const double w = static_cast<double>(weights[j]);
+        GowerMVPartial_dAbsences(n, types[j], column, layer, 0.0, w, 0);
+        for (int i = 0; i < n; i++)
+            for (int k = 0; k < n; k++)
+                if (layer[i][k] != NA) {
+                    num[i][k] += layer[i][k];
+                    den[i][k] += w;
+                }
+    }
+    OwnedRows whole(n, n);
+    GowerMVOpt(n, p, types, data, whole, nullptr, weights, 0);
+    for (int i = 0; i < n; i++)
+        for (int k = i + 1; k < n; k++)
+            if (den[i][k] > 0.0)
+                CHECK(whole[i][k] == doctest::Approx(num[i][k] / den[i][k]).epsilon(1e-6));
+}

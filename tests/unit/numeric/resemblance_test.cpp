@@ -1,0 +1,281 @@
+#include "numeric/resemblance.hpp"
+
+#include <doctest/doctest.h>
+#include <omp.h>
+
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "unit/numeric/matrices.hpp"
+
+namespace {
+
+enum Option {
+    crossProduct = 1, absoluteValue, euclidean, gower = 5, jaccard = 11, simpleMatching,
+    sokalMichener, ochiai, sorensen, contingency, correlation, chord, legendre, brayCurtis,
+    covariance = 22, jaccardDissimilarity, jaccardTurnover, jaccardNestedness,
+    sorensenDissimilarity, sorensenTurnover, sorensenNestedness
+};
+
+void Resemblance(int n, int p, double** data, double** out, int option, int power = 0,
+                 int objectsAre = 1)
+{
+    CHECK(ResemblanceLib(n, p, data, out, objectsAre, option, power, nullptr, 0.0, 0.0, 0, false));
+}
+
+/// The distance as the definition words it: one pair, one sum.
+double PlainDistance(int p, const double* x, const double* y, bool missing, const int* select)
+{
+    double sum = 0.0;
+    for (int j = 0; j < p; j++) {
+        if (select != nullptr && select[j] == 0) continue;
+        if (missing && (x[j] == NA || y[j] == NA)) continue;
+        sum += (x[j] - y[j]) * (x[j] - y[j]);
+    }
+    return sum > 0.0 ? std::sqrt(sum) : 0.0;
+}
+
+bool SameBits(double x, double y)
+{
+    return std::memcmp(&x, &y, sizeof x) == 0;
+}
+
+} // namespace
+
+TEST_CASE("Euclidean distances: the bits of the plain sum for any team")
+{
+    struct Size {
+        int n, p;
+    };
+    for (const Size size : {Size{1, 3}, Size{2, 1}, Size{7, 0}, Size{6, 13}, Size{75, 9}})
+        for (const int threads : {1, 2, 8}) {
+            CAPTURE(size.n);
+            CAPTURE(threads);
+            const int n = size.n;
+            const int p = size.p;
+            omp_set_num_threads(threads);
+            OwnedRows data(n, p);
+            FillAtRandom(n, p, data, 11, 5);
+            OwnedInts select(p);
+            for (int j = 0; j < p; j++) select[j] = j % 3; // 0, 1 and 2: not 0 counts
+            OwnedRows all(n, n);
+            OwnedRows present(n, n);
+            OwnedRows selected(n, n);
+            for (double** out : {all.table, present.table, selected.table}) Fill(n, n, out, 4.25);
+            EucliDist(n, p, data, all);
+            EucliDistMV(n, p, data, present);
+            EucliDistMVSelect(n, p, data, selected, select);
+            int different = 0;
+            for (int i = 0; i < n; i++) {
+                for (int k = i; k < n; k++) {
+                    const double* x = data[i];
+                    const double* y = data[k];
+                    if (!SameBits(all[i][k], PlainDistance(p, x, y, false, nullptr))) different++;
+                    if (!SameBits(present[i][k], PlainDistance(p, x, y, true, nullptr)))
+                        different++;
+                    if (!SameBits(selected[i][k], PlainDistance(p, x, y, true, select)))
+                        different++;
+                }
+                for (int k = 0; k < i; k++) // the lower triangle is the caller's
+                    if (all[i][k] != 4.25 || present[i][k] != 4.25 || selected[i][k] != 4.25)
+                        different++;
+            }
+            CHECK(different == 0);
+        }
+    omp_set_num_threads(omp_get_num_procs());
+}
+
+TEST_CASE("Euclidean distances: edges")
+{
+    Rows data = {{1, NA}, {NA, 2}, {4, 6}};
+    OwnedRows out(3, 3);
+    EucliDistMV(3, 2, data, out);
+    CHECK(out[0][1] == 0.0); // no variable in common
+    CHECK(out[0][2] == 3.0); // not rescaled by the share of variables
+    EucliDistMVSelectOne(3, 2, data, out, 2);
+    CHECK(out[1][2] == 4.0);
+    CHECK(out[0][2] == 0.0);
+    data[0][0] = std::nan("");
+    EucliDistMV(3, 2, data, out);
+    CHECK(out[0][2] == 0.0); // a NaN is no sum above 0
+}
+
+TEST_CASE("ResemblanceLib: objects, powers and unknown numbers")
+{
+    Rows data = {{3, 0}, {0, 4}, {1, 1}};
+    SUBCASE("powers of a distance")
+    {
+        struct Case {
+            int power;
+            double expected;
+        };
+        for (const Case& c : {Case{0, 5.0}, Case{1, 25.0}, Case{2, std::sqrt(5.0)}, Case{3, 5.0}}) {
+            OwnedRows out(3, 3);
+            Resemblance(3, 2, data, out, euclidean, c.power);
+            CHECK(out[0][1] == c.expected);
+            CHECK(out[1][0] == c.expected);
+        }
+    }
+    SUBCASE("objects in columns; ranks of ordinal traits come back")
+    {
+        Rows traits = {{10, 40, 30}, {5, 5, 9}};
+        int types[] = {4, 3};
+        OwnedRows out(3, 3);
+        ResemblanceLib(2, 3, traits, out, 2, gower, 0, types, 0.0, 0.0, 0, false);
+        CHECK(traits[0][1] == 3.0);
+        CHECK(traits[1][2] == 9.0);
+        CHECK(out[0][1] == 0.5); // by hand: (1 - 2/2 + 1 - 0/4) / 2
+        CHECK(out[2][0] == doctest::Approx(0.25)); // (1 - 1/2 + 1 - 4/4) / 2
+    }
+    SUBCASE("a number without a measure only mirrors")
+    {
+        for (const int option : {0, 29, -1}) {
+            Rows out = {{1, 2, 3}, {9, 4, 5}, {9, 9, 6}};
+            Resemblance(3, 2, data, out, option);
+            CHECK(out[1][0] == 2.0);
+            CHECK(out[2][1] == 5.0);
+            CHECK(out[0][1] == 2.0);
+        }
+    }
+    SUBCASE("options of the dialogues")
+    {
+        const int numbers[] = {0, 0, 1, 0, 17, 3, 0, 2, 0, 18};
+        for (int option = 1; option <= 10; option++) {
+            CHECK(TranslateReseOpt_KELPRA_DORNEL(option) == numbers[option - 1]);
+            CHECK(std::stoi(rese_optInfo[option - 1]) == option); // words and numbers in step
+        }
+        for (const int option : {0, 11, -5}) CHECK(TranslateReseOpt_KELPRA_DORNEL(option) == 1);
+    }
+}
+
+TEST_CASE("chord distance")
+{
+    struct Case {
+        const char* fact;
+        double thirdRow;
+        double expected;
+    };
+    const Case cases[] = {
+        {"orthogonal rows: root of 2", 2.385, 1.4142135623730951},
+        {"a missing cell in another row: the square", NA, 2.0},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        Rows data = {{1, 0, 0}, {0, 1, 0}, {5, 2, c.thirdRow}};
+        OwnedRows out(3, 3);
+        ChordDistMV(3, 3, data, out);
+        CHECK(out[0][1] == doctest::Approx(c.expected).epsilon(1e-15));
+        CHECK(out[0][0] == 0.0);
+    }
+    double x[] = {3, 4, NA};
+    double y[] = {4, 3, 7};
+    // by hand: (3/5 - 4/5)^2 + (4/5 - 3/5)^2, norms without the third position
+    CHECK(ChordDistSq2VecMV(3, x, y) == doctest::Approx(0.08));
+    double empty[] = {0, 0, 0};
+    CHECK(std::isnan(ChordDistSq2VecMV(3, x, empty))); // no guard
+}
+
+TEST_CASE("correlation and covariance with degenerate rows")
+{
+    Rows data = {{2, 2, 2, 2}, {1, 2, 4, 9}, {8, 1, 0, 3}};
+    OwnedRows out(3, 3);
+    CorrelationMV(3, 4, data, out);
+    CHECK(out[0][1] == 0.0);
+    CHECK(out[0][0] == 0.0); // a constant row correlates 0 with itself, too
+
+    data[2][0] = NA;
+    Fill(3, 3, out, 4.25);
+    CorrelationMV(3, 4, data, out);
+    CHECK(std::isnan(out[0][1]));
+    CHECK(out[1][0] == 4.25); // this way the lower triangle is the caller's
+    // R 4.2: cor(c(2, 4, 9), c(1, 0, 3)), cov(...); by hand 9 / root(26 * 42/9) and 9 / 2
+    CHECK(out[1][2] == doctest::Approx(9.0 / std::sqrt(26.0 * 42.0 / 9.0)).epsilon(1e-14));
+    CovarianceMV(3, 4, data, out);
+    CHECK(out[1][2] == doctest::Approx(4.5).epsilon(1e-14));
+    CHECK(out[0][1] == 0.0);
+}
+
+TEST_CASE("Bray-Curtis: shift and empty denominators")
+{
+    OwnedRows out(3, 3);
+    Fill(3, 3, out, 4.25);
+    Rows negative = {{-2, 3}, {1, 0}, {NA, NA}};
+    BrayCurtisMV(3, 2, negative, out);
+    // by hand: (3 + 3) / ((-2 + 2) + (1 + 2) + (3 + 2) + (0 + 2)), the shift only below the line,
+    // where it is added to x and to y
+    CHECK(out[0][1] == doctest::Approx(6.0 / 10.0));
+    CHECK(out[0][2] == 4.25); // nothing in common
+    CHECK(out[2][2] == 0.0);
+    CHECK(out[1][0] == 4.25);
+    Rows zeros = {{0, 0}, {0, 0}};
+    out[0][1] = 4.25;
+    BrayCurtisMV(2, 2, zeros, out);
+    CHECK(out[0][1] == 4.25);
+}
+
+TEST_CASE("presence and absence: empty rows and other values")
+{
+    Rows data = {{0, 0, 0}, {1, 0, 1}, {NA, 2, 0.5}};
+    struct Case {
+        Option option;
+        double emptyWithItself, emptyWithOther, otherValues;
+    };
+    const Case cases[] = {
+        {jaccard, 0, 0, 0},
+        {simpleMatching, 1, 1.0 / 3.0, 0},
+        {sokalMichener, 0, 0, 0},
+        {ochiai, 0, 0, 0},
+        {sorensen, 0, 0, 0},
+        {contingency, 0, 0, 0},
+        {jaccardDissimilarity, 1, 1, 1},
+        {jaccardTurnover, NA, NA, NA},
+        {jaccardNestedness, NA, NA, NA},
+        {sorensenDissimilarity, 1, 1, 1},
+        {sorensenTurnover, NA, NA, NA},
+        {sorensenNestedness, NA, NA, NA},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(static_cast<int>(c.option));
+        OwnedRows out(3, 3);
+        Resemblance(3, 3, data, out, c.option);
+        CHECK(out[0][0] == c.emptyWithItself);
+        CHECK(out[0][1] == doctest::Approx(c.emptyWithOther));
+        CHECK(out[1][2] == c.otherValues);
+    }
+}
+
+TEST_CASE("presence and absence: 32-bit products")
+{
+    // Equal rows, half of them presences: the contingency is 1. With 512 variables the denominator
+    // 256^4 = 2^32 wraps around to 0, which gives 0.
+    for (const int p : {256, 512}) {
+        CAPTURE(p);
+        OwnedRows data(2, p);
+        for (int j = 0; j < p; j++) data[0][j] = data[1][j] = j % 2;
+        OwnedRows out(2, 2);
+        MeanSquareContingency(2, p, data, out);
+        CHECK(out[0][1] == (p == 256 ? 1.0 : 0.0));
+    }
+}
+
+TEST_CASE("Legendre-Chodorowski")
+{
+    Rows data = {{1, 4, 0, NA}, {2, 4, 3, 7}, {0, 0, 0, 1}};
+    OwnedRows out(3, 3);
+    Fill(3, 3, out, 0.375);
+    LegendreChodorowski(3, 4, data, out, nullptr, 1.0F);
+    // by hand, k = 1: |1 - 2| = 1 gives 2 (1 + 1 - 1) / (1 + 2 + 2) = 2/5, equal 4s give 1,
+    // 0 against 3 gives 0: (2/5 + 1 + 0) / 3
+    CHECK(out[0][1] == static_cast<double>(static_cast<float>(1.4 / 3.0)));
+    CHECK(out[1][0] == out[0][1]);
+    CHECK(out[0][0] == 1.0);
+    double weights[] = {1, 0, 5, 5}; // ends after the first variable
+    LegendreChodorowski(3, 4, data, out, weights, 1.0F);
+    CHECK(out[0][1] == static_cast<double>(0.4F));
+    weights[0] = 0;
+    Fill(3, 3, out, 0.375);
+    LegendreChodorowski(3, 4, data, out, weights, 1.0F);
+    CHECK(out[0][1] == 0.375);
+    CHECK(out[1][0] == 0.375);
+}
