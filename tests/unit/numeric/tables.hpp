@@ -1,0 +1,102 @@
+// What the tests of the numeric library share: matrices from literals, comparison of bits, and
+// what a call prints or how it ends the process.
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tables {
+
+using Cells = std::vector<std::vector<double>>;
+
+/// Row pointers over a literal matrix, to pass where a routine takes double**.
+class Table {
+public:
+    explicit Table(Cells rows) : cells(std::move(rows))
+    {
+        for (auto& row : cells) pointers.push_back(row.data());
+    }
+    Table(int rows, int cols, double value)
+        : Table(Cells(static_cast<std::size_t>(rows),
+                      std::vector<double>(static_cast<std::size_t>(cols), value)))
+    {
+    }
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
+    operator double**() { return pointers.data(); }
+    int Rows() const { return static_cast<int>(cells.size()); }
+    int Cols() const { return cells.empty() ? 0 : static_cast<int>(cells[0].size()); }
+    Cells cells;
+
+private:
+    std::vector<double*> pointers;
+};
+
+/// Equal to the last bit, but that all NaNs are one: which NaN comes out of two is left open.
+inline bool SameBits(double x, double y)
+{
+    return (std::isnan(x) && std::isnan(y)) || std::memcmp(&x, &y, sizeof x) == 0;
+}
+
+inline bool SameBits(const Cells& x, const Cells& y)
+{
+    if (x.size() != y.size()) return false;
+    for (std::size_t i = 0; i < x.size(); i++) {
+        if (x[i].size() != y[i].size()) return false;
+        for (std::size_t j = 0; j < x[i].size(); j++)
+            if (!SameBits(x[i][j], y[i][j])) return false;
+    }
+    return true;
+}
+
+/// What the call writes to a standard stream.
+inline std::string Written(std::FILE* stream, const std::function<void()>& call)
+{
+    std::fflush(stream);
+    const int descriptor = fileno(stream);
+    const int kept = dup(descriptor);
+    std::FILE* caught = std::tmpfile();
+    dup2(fileno(caught), descriptor);
+    call();
+    std::fflush(stream);
+    dup2(kept, descriptor);
+    close(kept);
+    std::fseek(caught, 0, SEEK_END);
+    std::string text(static_cast<std::size_t>(std::ftell(caught)), '\0');
+    std::rewind(caught);
+    text.resize(std::fread(&text[0], 1, text.size(), caught));
+    std::fclose(caught);
+    return text;
+}
+
+/// How a child process ends that makes the call: wait status and what it wrote to standard error.
+struct Ending {
+    int status = 0;
+    std::string complaint;
+};
+
+inline Ending EndingOf(const std::function<void()>& call)
+{
+    Ending ending;
+    std::fflush(stdout);
+    ending.complaint = Written(stderr, [&] {
+        const pid_t child = fork();
+        if (child == 0) {
+            call();
+            _exit(0);
+        }
+        waitpid(child, &ending.status, 0);
+    });
+    return ending;
+}
+
+} // namespace tables
