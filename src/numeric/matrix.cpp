@@ -38,7 +38,7 @@ struct CellSums {
 };
 
 template <TermOrder order>
-double Term(double a, double b, double weight)
+inline double Term(double a, double b, double weight)
 {
     if (order == weightTimesA) return weight * a * b;
     if (order == weightTimesB) return weight * b * a;
@@ -65,10 +65,30 @@ CellSums PlainCell(const Operands& x, int i, int j)
     return sums;
 }
 
-// The fast form works on blocks of rows and columns, so that a stretch of a row of B is read once
-// for several communities and the sums stay in the nearest cache.
-constexpr int blockRows = 8;
+// The fast form works on blocks of rows, columns and k, so that a stretch of B is read once for
+// several communities and stays in the nearest cache meanwhile.
+constexpr int blockRows = 16;
 constexpr int blockCols = 128;
+constexpr int blockInner = 16;
+
+// The kernels are compiled twice, and the wider one is taken where the processor has it. Both do
+// the same operations on each cell, so the bits do not depend on the processor.
+#if defined(__GNUC__) && defined(__x86_64__)
+#define KERNEL_INLINE inline __attribute__((always_inline))
+#define KERNEL_WIDE __attribute__((target("avx2")))
+bool HasWideLanes()
+{
+    static const bool has = __builtin_cpu_supports("avx2");
+    return has;
+}
+#else
+#define KERNEL_INLINE inline
+#define KERNEL_WIDE
+bool HasWideLanes()
+{
+    return false;
+}
+#endif
 
 // Cells below this size cannot overflow: three factors stay under 1e290, and so do their sums.
 constexpr double tameLimit = 1e140;
@@ -87,9 +107,18 @@ Content ContentOf(int rows, int cols, double** M)
     return hasHoles ? holed : whole;
 }
 
+bool IsMask(const Operands& x)
+{
+    for (int k = 0; k < x.inner; k++)
+        if (x.Weight(k) != 0.0 && x.Weight(k) != 1.0) return false;
+    return true;
+}
+
 /// The sums of a block of output cells. Without missing cells in B, `weighted` and `present` are
 /// the same in all columns and are kept once per row.
 struct Block {
+    int firstRow, nRows;
+    int firstCol, nCols;
     double terms[blockRows][blockCols];
     double weighted[blockRows][blockCols];
     double present[blockRows][blockCols];
@@ -100,77 +129,174 @@ struct Block {
     bool colSkipped[blockCols];
 };
 
-/// Adds the terms of one k to `width` neighbouring cells. The lanes are separate sums, each of
-/// which grows in order of k; nothing is regrouped.
-template <TermOrder order>
-void AddTerms(int width, double a, double weight, const double* b, double* terms)
+/// What one OTU present in a community contributes to a stretch of columns.
+struct Factor {
+    double a;         // its cell of A
+    double weight;    // of its k
+    double weightedA; // weight times a
+    const double* b;  // its row of B, from the block's first column on; holes hold 0
+    const double* hasB; // the same cells: 1 where B is present, 0 in a hole; only if B is holed
+};
+
+/// A stretch of rows of a holed B, its holes set to 0. What a hole then adds to a sum is a zero,
+/// which leaves it as it is: a sum that began at +0 is never -0.
+struct Filled {
+    double b[blockInner][blockCols];
+    double hasB[blockInner][blockCols];
+};
+
+void FillHoles(const Operands& x, int k0, int k1, const Block& block, Filled& filled)
 {
-    if (weight == 1.0) { // a factor of 1 leaves every bit as it is
+    for (int k = k0; k < k1; k++)
+        for (int j = 0; j < block.nCols; j++) {
+            const double b = x.B[k][block.firstCol + j];
+            filled.b[k - k0][j] = IsMissing(b) ? 0.0 : b;
+            filled.hasB[k - k0][j] = IsMissing(b) ? 0.0 : 1.0;
+        }
+}
+
+/// A term; where all weights are 0 or 1, or the weight comes before A anyway, the product of the
+/// two is taken once for all columns. (A mask's factor of 1 leaves every bit as it is, one of 0
+/// gives a zero in any order.)
+template <TermOrder order, bool isSimple>
+KERNEL_INLINE double Lane(const Factor& f, double b)
+{
+    return isSimple ? f.weightedA * b : Term<order>(f.a, b, f.weight);
+}
+
+/// Adds the terms of one k after the other to each of `width` neighbouring cells. The lanes are
+/// separate sums, each of which grows in order of k; nothing is regrouped.
+template <TermOrder order, bool isSimple>
+KERNEL_INLINE void AddWhole(int width, const Factor* factors, int nFactors, double* terms)
+{
+    int c = 0;
+    for (; c + 4 <= nFactors; c += 4) {
+        const Factor f0 = factors[c], f1 = factors[c + 1], f2 = factors[c + 2], f3 = factors[c + 3];
         #pragma omp simd
-        for (int j = 0; j < width; j++) terms[j] += a * b[j];
-        return;
+        for (int j = 0; j < width; j++) {
+            double sum = terms[j];
+            sum += Lane<order, isSimple>(f0, f0.b[j]);
+            sum += Lane<order, isSimple>(f1, f1.b[j]);
+            sum += Lane<order, isSimple>(f2, f2.b[j]);
+            sum += Lane<order, isSimple>(f3, f3.b[j]);
+            terms[j] = sum;
+        }
     }
-    #pragma omp simd
-    for (int j = 0; j < width; j++) terms[j] += Term<order>(a, b[j], weight);
-}
-
-/// The same where b may hold missing cells: they add +0, which leaves a sum as it is, because a
-/// sum that began at +0 is never -0.
-template <TermOrder order>
-void AddTermsHoled(int width, double a, double weight, const double* b, double* terms,
-                   double* weighted, double* present)
-{
-    const double weightedA = weight * a;
-    #pragma omp simd
-    for (int j = 0; j < width; j++) {
-        const bool isMissing = IsMissing(b[j]);
-        terms[j] += isMissing ? 0.0 : Term<order>(a, b[j], weight);
-        weighted[j] += isMissing ? 0.0 : weightedA;
-        present[j] += isMissing ? 0.0 : a;
+    for (; c < nFactors; c++) {
+        const Factor f = factors[c];
+        #pragma omp simd
+        for (int j = 0; j < width; j++) terms[j] += Lane<order, isSimple>(f, f.b[j]);
     }
 }
 
-/// Fills the block of nRows x nCols cells from row i0 and column j0 on, k ascending.
-template <TermOrder order>
-void FillBlock(const Operands& x, Content contentB, int i0, int nRows, int j0, int nCols,
-               Block& block)
+/// The same where B has holes, together with `weighted` and `present` of each column.
+template <TermOrder order, bool isSimple>
+KERNEL_INLINE void AddHoled(int width, const Factor* factors, int nFactors, double* terms,
+                            double* weighted, double* present)
 {
-    for (int r = 0; r < nRows; r++) {
-        std::fill_n(block.terms[r], nCols, 0.0);
-        std::fill_n(block.weighted[r], nCols, 0.0);
-        std::fill_n(block.present[r], nCols, 0.0);
-        block.rowWeighted[r] = block.rowPresent[r] = block.rowAll[r] = 0.0;
-        block.rowSkipped[r] = false;
-    }
-    for (int k = 0; k < x.inner; k++) {
-        const double* b = x.B[k] + j0;
-        const double weight = x.Weight(k);
-        for (int r = 0; r < nRows; r++) {
-            const double a = x.A[i0 + r][k];
-            // An absent OTU adds a zero to each sum, and so changes no bit of it.
-            if (a == 0.0) continue;
-            block.rowAll[r] += a;
-            if (IsMissing(a)) {
-                block.rowSkipped[r] = true;
-            } else if (contentB == holed) {
-                AddTermsHoled<order>(nCols, a, weight, b, block.terms[r], block.weighted[r],
-                                     block.present[r]);
-            } else {
-                AddTerms<order>(nCols, a, weight, b, block.terms[r]);
-                block.rowWeighted[r] += weight * a;
-                block.rowPresent[r] += a;
-            }
+    AddWhole<order, isSimple>(width, factors, nFactors, terms);
+    for (int c = 0; c < nFactors; c++) {
+        const Factor f = factors[c];
+        #pragma omp simd
+        for (int j = 0; j < width; j++) {
+            weighted[j] += f.weightedA * f.hasB[j];
+            present[j] += f.a * f.hasB[j];
         }
     }
 }
 
-/// Which of the columns from j0 on hold a missing cell of B.
-void MarkHoledColumns(const Operands& x, Content contentB, int j0, int nCols, bool* colSkipped)
+/// Collects the OTUs k0..k1-1 present in row `row` of A, and keeps the sums that no column alters.
+/// `filled` is null unless B is holed.
+int CollectFactors(const Operands& x, int k0, int k1, int row, const Filled* filled, Block& block,
+                   Factor* factors)
 {
-    std::fill_n(colSkipped, nCols, false);
+    const int r = row - block.firstRow;
+    int nFactors = 0;
+    for (int k = k0; k < k1; k++) {
+        const double a = x.A[row][k];
+        // An absent OTU adds a zero to each sum, and so changes no bit of it.
+        if (a == 0.0) continue;
+        block.rowAll[r] += a;
+        if (IsMissing(a)) {
+            block.rowSkipped[r] = true;
+            continue;
+        }
+        const double weight = x.Weight(k);
+        block.rowWeighted[r] += weight * a;
+        block.rowPresent[r] += a;
+        // With a weight of 0 the terms are zeros too; only `present` of a holed B wants them.
+        if (weight == 0.0 && filled == nullptr) continue;
+        factors[nFactors++] =
+            Factor{a, weight, weight * a,
+                   filled == nullptr ? x.B[k] + block.firstCol : filled->b[k - k0],
+                   filled == nullptr ? nullptr : filled->hasB[k - k0]};
+    }
+    return nFactors;
+}
+
+void ClearSums(Block& block)
+{
+    for (int r = 0; r < block.nRows; r++) {
+        std::fill_n(block.terms[r], block.nCols, 0.0);
+        std::fill_n(block.weighted[r], block.nCols, 0.0);
+        std::fill_n(block.present[r], block.nCols, 0.0);
+        block.rowWeighted[r] = block.rowPresent[r] = block.rowAll[r] = 0.0;
+        block.rowSkipped[r] = false;
+    }
+}
+
+/// Fills the block's sums, k ascending.
+template <TermOrder order, bool isSimple>
+KERNEL_INLINE void FillSums(const Operands& x, Content contentB, Block& block)
+{
+    Factor factors[blockInner];
+    Filled filled;
+    for (int k0 = 0; k0 < x.inner; k0 += blockInner) {
+        const int k1 = std::min(k0 + blockInner, x.inner);
+        if (contentB == holed) FillHoles(x, k0, k1, block, filled);
+        for (int r = 0; r < block.nRows; r++) {
+            const int nFactors = CollectFactors(x, k0, k1, block.firstRow + r,
+                                                contentB == holed ? &filled : nullptr, block,
+                                                factors);
+            if (contentB == holed)
+                AddHoled<order, isSimple>(block.nCols, factors, nFactors, block.terms[r],
+                                          block.weighted[r], block.present[r]);
+            else
+                AddWhole<order, isSimple>(block.nCols, factors, nFactors, block.terms[r]);
+        }
+    }
+}
+
+template <TermOrder order, bool isSimple>
+void FillSumsNarrow(const Operands& x, Content contentB, Block& block)
+{
+    FillSums<order, isSimple>(x, contentB, block);
+}
+
+template <TermOrder order, bool isSimple>
+KERNEL_WIDE void FillSumsWide(const Operands& x, Content contentB, Block& block)
+{
+    FillSums<order, isSimple>(x, contentB, block);
+}
+
+using Filler = void (*)(const Operands&, Content, Block&);
+
+template <TermOrder order>
+Filler ChooseFiller(const Operands& x)
+{
+    if (order == weightTimesA || IsMask(x))
+        return HasWideLanes() ? FillSumsWide<order, true> : FillSumsNarrow<order, true>;
+    return HasWideLanes() ? FillSumsWide<order, false> : FillSumsNarrow<order, false>;
+}
+
+/// Which of the block's columns hold a missing cell of B.
+void MarkHoledColumns(const Operands& x, Content contentB, Block& block)
+{
+    std::fill_n(block.colSkipped, block.nCols, false);
     if (contentB != holed) return;
     for (int k = 0; k < x.inner; k++)
-        for (int j = 0; j < nCols; j++) colSkipped[j] |= IsMissing(x.B[k][j0 + j]);
+        for (int j = 0; j < block.nCols; j++)
+            if (IsMissing(x.B[k][block.firstCol + j])) block.colSkipped[j] = true;
 }
 
 CellSums SumsOf(const Block& block, Content contentB, int r, int j)
@@ -195,15 +321,19 @@ void Multiply(const Operands& x, double** out, Finish finish)
             for (int j = 0; j < x.cols; j++) out[i][j] = finish(j, PlainCell<order>(x, i, j));
         return;
     }
+    const Filler fill = ChooseFiller<order>(x);
     Block block;
     for (int j0 = 0; j0 < x.cols; j0 += blockCols) {
-        const int nCols = std::min(blockCols, x.cols - j0);
-        MarkHoledColumns(x, contentB, j0, nCols, block.colSkipped);
+        block.firstCol = j0;
+        block.nCols = std::min(blockCols, x.cols - j0);
+        MarkHoledColumns(x, contentB, block);
         for (int i0 = 0; i0 < x.rows; i0 += blockRows) {
-            const int nRows = std::min(blockRows, x.rows - i0);
-            FillBlock<order>(x, contentB, i0, nRows, j0, nCols, block);
-            for (int r = 0; r < nRows; r++)
-                for (int j = 0; j < nCols; j++)
+            block.firstRow = i0;
+            block.nRows = std::min(blockRows, x.rows - i0);
+            ClearSums(block);
+            fill(x, contentB, block);
+            for (int r = 0; r < block.nRows; r++)
+                for (int j = 0; j < block.nCols; j++)
                     out[i0 + r][j0 + j] = finish(j0 + j, SumsOf(block, contentB, r, j));
         }
     }

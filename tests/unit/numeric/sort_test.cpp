@@ -138,8 +138,9 @@ TEST_CASE("sort2 without room for its stack ends the process")
     });
     REQUIRE(WIFEXITED(ending.status));
     CHECK(WEXITSTATUS(ending.status) == 1);
-    CHECK(ending.complaint == "allocation failure in ivector()\n"
-                              "Sorry, you have to quit and restart the program.\n");
+    // First of all: a sanitizer may add words of its own when the child ends.
+    CHECK(ending.complaint.find("allocation failure in ivector()\n"
+                                "Sorry, you have to quit and restart the program.\n") == 0);
 }
 
 TEST_CASE("crank")
