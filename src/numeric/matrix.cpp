@@ -131,10 +131,10 @@ struct Block {
 
 /// What one OTU present in a community contributes to a stretch of columns.
 struct Factor {
-    double a;         // its cell of A
-    double weight;    // of its k
-    double weightedA; // weight times a
-    const double* b;  // its row of B, from the block's first column on; holes hold 0
+    double a;           // its cell of A
+    double weight;      // of its k
+    double weightedA;   // weight times a
+    const double* b;    // its row of B, from the block's first column on; holes hold 0
     const double* hasB; // the same cells: 1 where B is present, 0 in a hole; only if B is holed
 };
 

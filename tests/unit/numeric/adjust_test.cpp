@@ -3,9 +3,7 @@
 #include <doctest/doctest.h>
 
 #include <limits>
-#include <random>
 
-#include "numeric/statistics.hpp"
 #include "unit/numeric/tables.hpp"
 
 using tables::Cells;
@@ -76,7 +74,8 @@ TEST_CASE("adjustments by hand")
         {"unit sums", OutputFirst<UnitSumRowsAdjMV>,
          {{1, -999, 3}, {0, 0, 0}, {-3, 1, 0}, {2, -2, -999}},
          {{0.25, -999, 0.75}, {0, 0, 0}, {1.5, -0.5, 0}, {2, -2, -999}}},
-        {"unit ranges", OutputFirst<RangeColsAdjMV>, {{2, 5, -999}, {-999, 5, -999}, {6, 5, -999}, {3, 5, -999}},
+        {"unit ranges", OutputFirst<RangeColsAdjMV>,
+         {{2, 5, -999}, {-999, 5, -999}, {6, 5, -999}, {3, 5, -999}},
          {{0, 0, -999}, {-999, 0, -999}, {1, 0, -999}, {0.25, 0, -999}}},
         {"as expected: no deviation", DeviationsExpectationsMV, {{1, 1}, {1, 1}}, {{0, 0}, {0, 0}}},
         // R 4.2: chisq.test(matrix(c(1, 3, 2, 4), 2))$residuals / sqrt(10)

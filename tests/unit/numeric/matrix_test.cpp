@@ -2,11 +2,9 @@
 
 #include <doctest/doctest.h>
 
-#include <functional>
 #include <limits>
 #include <random>
 
-#include "numeric/statistics.hpp"
 #include "unit/numeric/tables.hpp"
 
 using tables::Cells;

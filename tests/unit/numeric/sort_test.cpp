@@ -15,7 +15,7 @@ using Values = std::vector<double>; // cell 0 unused: the routines count from 1
 
 /// The published steps once more, in one piece and without the helpers of the program: the order
 /// of ties must agree with them.
-void PlainSort(long n, Values& a, Values& b)
+void PlainSort(long n, double* a, double* b)
 {
     std::vector<std::pair<long, long>> waiting;
     long l = 1;
@@ -67,10 +67,10 @@ void PlainSort(long n, Values& a, Values& b)
     }
 }
 
-Values Positions(long n)
+Values Positions(std::size_t n)
 {
     Values positions(n + 1);
-    for (long i = 0; i <= n; i++) positions[i] = static_cast<double>(i);
+    for (std::size_t i = 0; i <= n; i++) positions[i] = static_cast<double>(i);
     return positions;
 }
 
@@ -79,7 +79,7 @@ Values Positions(long n)
 TEST_CASE("sort2 leaves ties where its steps leave them")
 {
     std::mt19937 engine(7);
-    for (const long n : {1L, 2L, 7L, 8L, 9L, 20L, 200L, 5000L})
+    for (const std::size_t n : {1u, 2u, 7u, 8u, 9u, 20u, 200u, 5000u})
         for (const unsigned nValues : {1u, 2u, 5u, 1000000u}) {
             CAPTURE(n);
             CAPTURE(nValues);
@@ -89,12 +89,13 @@ TEST_CASE("sort2 leaves ties where its steps leave them")
             Values b = Positions(n);
             Values plainA = a;
             Values plainB = b;
-            sort2(static_cast<unsigned long>(n), a.data(), b.data());
-            PlainSort(n, plainA, plainB);
+            sort2(n, a.data(), b.data());
+            PlainSort(static_cast<long>(n), plainA.data(), plainB.data());
             CHECK(a == plainA);
             CHECK(b == plainB);
             CHECK(std::is_sorted(a.begin() + 1, a.end()));
-            for (long i = 1; i <= n; i++) CHECK(a[i] == input[static_cast<std::size_t>(b[i])]);
+            for (std::size_t i = 1; i <= n; i++)
+                CHECK(a[i] == input[static_cast<std::size_t>(b[i])]);
         }
 }
 
@@ -115,14 +116,13 @@ TEST_CASE("sort2 of eight equal values")
 TEST_CASE("sort2 ends with NaN among the values")
 {
     std::mt19937 engine(11);
-    for (int trial = 0; trial < 200; trial++) {
-        const long n = 8 + trial % 40;
+    for (std::size_t n = 8; n < 200; n++) {
         Values a(n + 1);
         for (double& x : a)
             x = engine() % 3 == 0 ? std::numeric_limits<double>::quiet_NaN()
                                   : static_cast<double>(engine() % 9);
         Values b = Positions(n);
-        sort2(static_cast<unsigned long>(n), a.data(), b.data());
+        sort2(n, a.data(), b.data());
         std::sort(b.begin(), b.end()); // nothing is lost or doubled
         REQUIRE(b == Positions(n));
     }
