@@ -1,0 +1,202 @@
+#include "session/track.hpp"
+
+#include <doctest/doctest.h>
+
+#include <cstring>
+
+#include "session/formda.hpp"
+#include "unit/session/session_fixture.hpp"
+
+namespace {
+
+// 2 traits, 3 communities, 4 OTUs.
+const char* const dataSet =
+    "d\n2\nT U\n3 3\n0 0\n2 2\n3\nA B C\n4\n0 0 0\n0 0 0 0 0 0 0\n25Jun2016\n"
+    "1 2 3 4 5 6 7 8\n1 2 3 4 5 6 7 8 9 10 11 12\n0 0 SMW 1 0 0\n";
+
+const std::string head = "otherFormda.txt\n07Jul17\n";
+const std::string settings =
+    "NULL\nNULL\nNULL\naHie.txt\nNULL\nNULL\nNULL\nNULL\nNULL\nNULL\nNULL\nNULL\nNULL\nNULL\nNULL\n"
+    "NULL\nNULL\n"
+    "0\n1\n0\n0\n0\n1\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n21\n6\n1\n23\n"
+    "2 1 \n3 2 \n3 0 \n3\n1.25\n31\n32\n33\n34\n35\n36\n37\n38\n39\n";
+const std::string partitions =
+    "2\n1\nsoil site \n2 3 \nwet dry \na b c \n1 2 2 \n3 1 2 \n41 42 \n"
+    "2\n1\n0\ntypes \n3 \nx  yy z  \n1 \n1 3 2 \n";
+const std::string selections = "1 0 1 \n51\n52\n53\n54\n55\n2\n";
+const std::string whole = head + settings + partitions + selections;
+
+int Load(const std::string& track)
+{
+    WriteText("dFormda.txt", dataSet);
+    WriteText("Trk.txt", track);
+    std::strcpy(session.whichFormda, "dFormda.txt");
+    std::strcpy(session.whichTrack, "Trk.txt");
+    return CodeOf([] {
+        OpenFormda(1);
+        ReadTrack();
+    });
+}
+
+} // namespace
+
+TEST_CASE("a full track file loads item by item, and is written as it was")
+{
+    SessionTest test;
+    REQUIRE(Load(whole) == 0);
+    const Session& s = session;
+    CHECK(std::string(s.whichFormda) == "otherFormda.txt");
+    CHECK(std::string(s.whichHier) == "aHie.txt");
+    CHECK(s.traitBasedOpt == 1);
+    CHECK(s.hasHier == 1);
+    CHECK(std::vector<int>{s.optEnvStruct, s.rese_opt, s.reseCstOpt, s.part} ==
+          std::vector<int>{21, 6, 1, 23});
+    CHECK(std::vector<int>(s.nchor, s.nchor + 2) == std::vector<int>{2, 1});
+    CHECK(std::vector<int>(s.rcst, s.rcst + 2) == std::vector<int>{3, 2});
+    CHECK(s.nGrPoly[0] == 3);
+    CHECK(s.fuzzy == 3);
+    CHECK(s.fuzziness == 1.25);
+    CHECK(s.reseTypeOrd == 31);
+    CHECK(s.keepRichness == 39);
+    CHECK(std::string(s.partLabel[1]) == "site");
+    CHECK(s.nGroups == 3); // the second partition is the current one
+    CHECK(WordsOf(s.grLabel, 3) == std::vector<std::string>{"a", "b", "c"});
+    CHECK(std::vector<int>(s.groupRel, s.groupRel + 3) == std::vector<int>{3, 1, 2});
+    CHECK(s.whichPartCstAOC == 42);
+    CHECK(s.whichLevelGrCST == 2);
+    CHECK(s.nCstGroups == 3);
+    CHECK(WordsOf(s.grCstLabel, 3) == std::vector<std::string>{"x", "yy", "z"});
+    CHECK(std::vector<int>(s.groupCst, s.groupCst + 4) == std::vector<int>{1, 3, 2, 0});
+    CHECK(s.relSelect[2] == 1);
+    CHECK(s.doDistrib == 51);
+    CHECK(std::vector<int>{s.adjacentRelOpt, s.clusMethPoolCSTs, s.SMWSize} ==
+          std::vector<int>{52, 55, 2});
+
+    WriteTrack(1);
+    CHECK(TextOfFile("Trk.txt") == whole);
+    WriteTrack(0);
+    CHECK(TextOfFile("Trk.txt") == head);
+}
+
+TEST_CASE("track files that load without their settings")
+{
+    struct Case {
+        const char* fact;
+        std::string track;
+        bool complains;
+    };
+    const Case cases[] = {
+        {"short", head, false},
+        {"short, no line end", "otherFormda.txt 07Jul17", false},
+        {"another version, short", "otherFormda.txt\n07Jul16\n", true},
+        {"another version, full", Replaced(whole, "07Jul17", "07Jul18"), true},
+        {"another version with the old integer", "otherFormda.txt\n07Jul1\n12\n", true},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        SessionTest test;
+        CHECK(Load(c.track) == 0);
+        CHECK(std::string(session.whichFormda) == "otherFormda.txt");
+        CHECK(session.fuzzy == 0);
+        CHECK(std::string(session.whichHier) == "NULL");
+        CHECK(session.groupRel == session.groupRelP[0]);
+        const std::string screen = test.screen.Text();
+        CHECK((TimesIn(screen, "\n\aFormda file is compatible, but other files of the session are "
+                               "not compatible with this program version.") == 1) == c.complains);
+        CHECK(screen.empty() == !c.complains);
+    }
+}
+
+TEST_CASE("a full track file cut short anywhere ends in code 2")
+{
+    SessionTest test;
+    const std::size_t end = whole.size() - 1;
+    for (std::size_t length = 0; length <= whole.size(); length++) {
+        CAPTURE(length);
+        // Two words alone, the second complete or of another version, make a short file.
+        const bool isShort = length > head.find('\n') + 1 && length <= head.size();
+        CHECK(Load(whole.substr(0, length)) == (isShort || length >= end ? 0 : endOfFile));
+    }
+}
+
+TEST_CASE("counts and indices of a track file that cannot be")
+{
+    struct Case {
+        const char* fact;
+        const char* part;
+        const char* by;
+    };
+    const Case cases[] = {
+        {"negative number of partitions", "39\n2\n1\n", "39\n-2\n1\n"},
+        {"more partitions than characters", "39\n2\n1\n", "39\n2000000000\n1\n"},
+        {"current partition above 9", "39\n2\n1\n", "39\n2\n10\n"},
+        {"current partition below 0", "39\n2\n1\n", "39\n2\n-1\n"},
+        {"negative number of groups", "site \n2 3", "site \n2 -3"},
+        {"more groups than characters", "site \n2 3", "site \n2 2000000000"},
+        {"current level 0", "41 42 \n2\n", "41 42 \n0\n"},
+        {"current level above the traits", "41 42 \n2\n", "41 42 \n3\n"},
+        {"negative partitions of OTUs", "42 \n2\n1\n", "42 \n2\n-1\n"},
+        {"current partition of OTUs above 9", "42 \n2\n1\n0\n", "42 \n2\n1\n10\n"},
+        {"level of a partition 0", "z  \n1 \n", "z  \n0 \n"},
+        {"level of a partition above the traits", "z  \n1 \n", "z  \n3 \n"},
+        {"negative length of a row of groups", "2 1 \n3 2 \n", "2 1 \n-3 2 \n"},
+        {"endless row of groups", "2 1 \n3 2 \n", "2 1 \n2147483647 2 \n"},
+        {"labels of groups that run together", "x  yy z  ", "xxxyy z  "},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        SessionTest test;
+        CHECK(Load(Replaced(whole, c.part, c.by)) == endOfFile);
+        CHECK(test.complaints.Text() == "\nfile Trk.txt ");
+    }
+}
+
+TEST_CASE("what there is no room for is read and dropped")
+{
+    SessionTest test;
+    std::string twelve = "12\n9\n";
+    for (int i = 0; i < 12; i++) twelve += "p" + std::to_string(i) + " ";
+    for (int i = 0; i < 12; i++) twelve += " 5"; // groups, of 3 communities
+    for (int i = 0; i < 12; i++) twelve += " a b c d e" + std::to_string(i);
+    for (int i = 0; i < 12; i++) twelve += " 1 2 " + std::to_string(i);
+    REQUIRE(Load(head + settings + twelve + " 41 42 \n2\n1\n0\ntypes \n6 \n"
+                 "x  yy z  u  v  w  \n1 \n1 3 2 \n" + selections) == 0);
+    CHECK(session.nPart == 10);
+    CHECK(std::string(session.partLabel[9]) == "p9");
+    CHECK(session.nGroups == 3);
+    CHECK(WordsOf(session.grLabel, 3) == std::vector<std::string>{"a", "b", "c"});
+    CHECK(session.groupRel[2] == 9);
+    CHECK(session.whichPartAOC == 41);
+    CHECK(session.nCstGroups == 4);
+    CHECK(std::string(session.grCstLabel[3]) == "u");
+    CHECK(session.SMWSize == 2);
+}
+
+TEST_CASE("no partitions: the first entries of the tables are the current ones")
+{
+    SessionTest test;
+    const std::string none = head + settings + "0\n0\n\n\n0 0 \n1\n0\n0\n\n\n\n" + selections;
+    REQUIRE(Load(none) == 0);
+    CHECK(session.nGroups == 0);
+    CHECK(session.groupRel == session.groupRelP[0]);
+    WriteTrack(1);
+    CHECK(TextOfFile("Trk.txt") == none);
+}
+
+TEST_CASE("labels of three characters are written without a blank between them")
+{
+    SessionTest test;
+    REQUIRE(Load(whole) == 0);
+    std::strcpy(session.grCstLabel[0], "abc");
+    std::strcpy(session.grCstLabel[1], "defg");
+    WriteTrack(1);
+    CHECK(TimesIn(TextOfFile("Trk.txt"), "\nabcdefgz  \n") == 1);
+}
+
+TEST_CASE("track files that cannot be opened")
+{
+    SessionTest test;
+    std::strcpy(session.whichTrack, "nowhere/Trk.txt");
+    CHECK(CodeOf([] { ReadTrack(); }) == cannotOpen);
+    CHECK(CodeOf([] { WriteTrack(0); }) == cannotOpen);
+}
