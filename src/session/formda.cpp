@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "session/datafile.hpp"
 #include "session/session.hpp"
@@ -266,7 +267,7 @@ void ReadVariables(DataFile& file)
     } else {
         s.optEnvVarType = 2;
         std::fill_n(s.envVarType, s.nenv, 3);
-        std::strncat(s.envLabel[0], word, labelSize - 1);
+        std::string_view(word).copy(s.envLabel[0], labelSize - 1); // the row is all zero
         nLabelsRead = 1;
     }
     file.ReadWords(s.nenv - nLabelsRead, s.envLabel + nLabelsRead, labelSize);

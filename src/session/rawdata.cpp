@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string>
 
 #include "session/checks.hpp"
 #include "session/formda.hpp"
@@ -71,7 +72,10 @@ void PrintLabels(int n, char** labels)
 
 void NumberLabels(int n, char** labels)
 {
-    for (int i = 0; i < n; i++) std::snprintf(labels[i], labelSize, "%d", i + 1);
+    for (int i = 0; i < n; i++) {
+        const std::string number = std::to_string(i + 1);
+        std::strcpy(labels[i], number.c_str()); // 10 digits at most: they fit
+    }
 }
 
 /// Words at the end of a matrix's file; those that are not there stay empty.
@@ -534,7 +538,8 @@ bool AskFormattedFile(char* fileName)
 {
     Session& s = session;
     ReadStringIn("%s\n", s.tempSession, 62);
-    std::snprintf(fileName, sizeof s.whichFormda, "%s%s", s.tempSession, formdaExt);
+    std::strcpy(fileName, s.tempSession);
+    std::strcat(fileName, formdaExt);
     return OutputFile(fopenck(fileName, nullptr, "r")).file != nullptr;
 }
 

@@ -352,12 +352,12 @@ TEST_CASE("the example of dune meadows is stored as its files have it")
     };
     const Session& s = session;
     CHECK(WordsOf(s.chLabel, 7) ==
-          check("B.txt", 30, 7, 1.0, [&s](int i, int j) { return s.csm_Float[i][j]; }));
+          check("B.txt", 30, 7, 1.0, [](int i, int j) { return session.csm_Float[i][j]; }));
     CHECK(WordsOf(s.reLabel, 20) ==
-          check("W.txt", 20, 30, 1.0, [&s](int j, int i) { return s.cadat[i][j]; }));
+          check("W.txt", 20, 30, 1.0, [](int j, int i) { return session.cadat[i][j]; }));
     CHECK(WordsOf(s.envLabel, 3) ==
-          check("E.txt", 20, 3, 1.0, [&s](int i, int k) { return s.env[i][k]; }));
+          check("E.txt", 20, 3, 1.0, [](int i, int k) { return session.env[i][k]; }));
     // Coalescence ages: the largest is given with the data.
-    check("F.txt", 30, 30, 410.853, [&s](int i, int k) { return s.phylogenyRese[i][k]; });
+    check("F.txt", 30, 30, 410.853, [](int i, int k) { return session.phylogenyRese[i][k]; });
     CHECK(s.nSpp == 30);
 }
