@@ -119,6 +119,8 @@ struct Session {
     int printDetail = 0;
     char prindaMode[2] = "w"; // "w" new report, "a" append
     int opt_struct = 0;       // ranking criterion; 9 in the functional analysis
+    int rankingAlgorithm = 0; // 1 stepwise, 2 all trait combinations
+    char printRankIntermedResults = 'n'; // 'y': a line of the report for each trait subset
     int nMinCSTGroupsChRank = 0, nMaxCSTGroupsChRank = 0;
     int nMinTraitsChRank = 0, nMaxTraitsChRank = 0;
     int nKeepTrack = 0;

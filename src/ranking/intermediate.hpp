@@ -1,0 +1,42 @@
+// The file of intermediate matrices, which a session keeps when `saveStruct` is on.
+#pragma once
+
+#include <cstdio>
+#include <vector>
+
+#include "ranking/criteria.hpp"
+#include "ranking/matrices.hpp"
+#include "shell/files.hpp"
+
+/// Writes what a ranking goes through, subset by subset; does nothing without a file.
+class IntermediateFile {
+public:
+    /// Opens the file if `saveStruct` is on; one that cannot be opened is failure code 4.
+    explicit IntermediateFile(const Criterion& criterion);
+
+    bool IsOpen() const { return file != nullptr; }
+
+    /// Before the search.
+    void PrintShared(RankingMatrices& m);
+    /// Of a subset, before its evaluation. traits: k numbers from 1.
+    void PrintSubsetMatrices(RankingMatrices& m, const int* traits, int k);
+    /// Of an evaluation. `report` receives the resemblance of entropies.
+    void PrintTypesMatrices(RankingMatrices& m, const std::vector<int>& typeSizes,
+                            std::FILE* report);
+    /// The value, and under Mantel the residuals on DT.
+    /// Deliberate: DX, and DP where there is one, are replaced by their residuals, and DP stays so
+    /// for all later subsets: a ranking with this file differs from one without.
+    void PrintValueAndResiduals(RankingMatrices& m, const SubsetStatistics& r, const int* traits,
+                                int k, const std::vector<int>& typeSizes);
+
+private:
+    void PrintPhylogeny(RankingMatrices& m);
+    void PrintBoth(RankingMatrices& m);
+    void PrintAverageTraits(RankingMatrices& m, const std::vector<int>& typeSizes);
+    bool ComparesX() const;
+    void PrintValueLine(const SubsetStatistics& r, int nTypes);
+    void PrintResiduals(RankingMatrices& m);
+
+    const Criterion& criterion;
+    const OutputFile file;
+};

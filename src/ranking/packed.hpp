@@ -1,0 +1,144 @@
+// The kernels of a subset search: sums over traits that a search extends by one trait at a time,
+// resemblances between communities kept ready for correlation, and belonging to types.
+//
+// A triangle is the cells above the diagonal of n objects, row by row, packed in one vector. All
+// sums run in the order of the plain routines (functional/belonging, numeric/congruence) and give
+// the same bits; only independent sums are computed side by side.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+#include "shell/arrays.hpp"
+
+/// Cells above the diagonal of n objects.
+inline long TriangleSize(int n)
+{
+    return static_cast<long>(n) * (n - 1L) / 2;
+}
+
+/// Sums of layers over growing lists of traits. Lists come in lexicographic order, so the next list
+/// mostly differs in its last trait and costs one addition a cell.
+template <typename Cell>
+class PrefixSums {
+public:
+    /// nCells  of a layer
+    /// nLevels list lengths kept, at least 2; longer lists share the last level
+    PrefixSums(long nCells, int nLevels)
+        : cells(nCells), last(nLevels - 1), levels(nLevels, nCells),
+          previous(static_cast<std::size_t>(nLevels), -1)
+    {
+    }
+
+    /// The sum of layers[traits[0]] to layers[traits[k - 1]], k > 0, added in this order; valid
+    /// until the next call.
+    const double* Sum(const Cell* const* layers, const int* traits, int k)
+    {
+        int depth = 0; // levels that the list before left right
+        while (depth < std::min(k, last) && previous[Index(depth)] == traits[depth]) depth++;
+        for (int d = depth; d < k; d++) {
+            double* const to = levels[std::min(d, last)];
+            if (d == 0)
+                Start(to, layers[traits[d]]);
+            else
+                Add(to, levels[std::min(d - 1, last)], layers[traits[d]]);
+            if (d < last) previous[Index(d)] = traits[d];
+        }
+        // Deeper levels were built on what has just been replaced.
+        if (depth < k)
+            for (int d = k; d < last; d++) previous[Index(d)] = -1;
+        return levels[std::min(k - 1, last)];
+    }
+
+private:
+    static std::size_t Index(int d) { return static_cast<std::size_t>(d); }
+
+    void Start(double* to, const Cell* layer) const
+    {
+        #pragma omp simd
+        for (long c = 0; c < cells; c++) to[c] = 0.0 + static_cast<double>(layer[c]);
+    }
+    void Add(double* to, const double* from, const Cell* layer) const
+    {
+        #pragma omp simd
+        for (long c = 0; c < cells; c++) to[c] = from[c] + static_cast<double>(layer[c]);
+    }
+
+    const long cells;
+    const int last;
+    const OwnedRows levels;
+    std::vector<int> previous; // the trait that each level but the last ends with
+};
+
+/// A resemblance between n communities, with what its correlations share.
+class Structure {
+public:
+    explicit Structure(int n);
+
+    /// n x n, upper triangle and diagonal; not written by the Take... routines.
+    const OwnedRows rows;
+
+    /// The rows were written and hold no missing cell: prepares them for correlation.
+    void TakeRows();
+    /// Roots of these sums of squares, a triangle; a sum not above 0 gives 0.
+    void TakeSquares(const double* sums);
+    /// Euclidean distances of the communities by p columns, columns[j][community].
+    void TakeColumns(int p, double* const* columns);
+    /// Forgets the preparation: correlations read the rows.
+    void TakeBack() { prepared = false; }
+    bool IsPrepared() const { return prepared; }
+
+    const int n;
+
+    /// Mantel's matrix correlation (MatrixCorr).
+    friend double MantelCorr(const Structure& a, const Structure& b);
+    /// The same with the rule for fewer than 3 communities (CommunityCorr).
+    friend double Congruence(const Structure& a, const Structure& b);
+
+private:
+    double Correlate(const Structure& other) const;
+    void Settle();
+
+    const long nCells;
+    bool prepared = false;
+    OwnedVector cells;      // distances, then their deviations from the mean: a triangle
+    double sumSquares = 0.0; // of the deviations
+};
+
+double MantelCorr(const Structure& a, const Structure& b);
+double Congruence(const Structure& a, const Structure& b);
+
+/// Similarities of n OTUs averaged over k traits.
+///
+/// sums     packed upper triangle with the diagonal: similarities summed over the traits
+/// S        n x n, both triangles and the diagonal (1.0) are written
+void AverageSimilarity(int n, const double* sums, int k, double** S);
+
+/// Fuzzy belonging of OTUs to fixed types by similarities that change with every subset: what
+/// FuzzyBelonging gives where every trait compares
+/// every pair of OTUs.
+class SubsetBelonging {
+public:
+    /// partition  n labels; columns follow the labels in ascending order
+    SubsetBelonging(int n, int nGroups, const int* partition);
+
+    /// S        n x n similarities, complete
+    /// U        n x nGroups, rows of unit sum
+    void Fill(double** S, double** U);
+
+private:
+    void PoolIdenticals(double** S);
+    void AddMember(int j, const double* similarity);
+    void UnitSums(double** U);
+
+    const int n;
+    const int nGroups;
+    std::vector<int> column;                // type of each OTU
+    std::vector<std::vector<int>> members;  // OTUs of each type, ascending
+    std::vector<int> representative;        // of each OTU: itself, unless it is a duplicate
+    std::vector<char> hasDuplicates;        // of each OTU that represents others
+    std::vector<int> count;                 // members of each type, duplicates counted once
+    const OwnedRows sumsByType;             // nGroups x n
+    OwnedVector totals;                     // n
+};
