@@ -10,6 +10,7 @@
 #include <new>
 
 #include "functional/analysis.hpp"
+#include "ranking/ranking.hpp"
 #include "session/formda.hpp"
 #include "session/rawdata.hpp"
 #include "session/session.hpp"
@@ -101,11 +102,6 @@ void LoadSession()
     ReadTrack();
 }
 
-void RankTraits()
-{
-    std::fprintf(console.out, "The ranking of traits is not part of this version.\n");
-}
-
 void SimulateAssembly()
 {
     std::fprintf(console.out, "The simulation of assembly is not part of this version.\n");
@@ -128,7 +124,7 @@ void AnalysisMenu()
         std::fprintf(console.out, "\n");
         if (session.optmain == 'C') return;
         if (session.optmain == 'H') IFHierarchicalAccum();
-        if (session.optmain == 'K') RankTraits();
+        if (session.optmain == 'K') IFChOrderSearch();
     }
 }
 
