@@ -1,6 +1,5 @@
 #include "numeric/congruence.hpp"
 
-#include <algorithm>
 #include <cmath>
 
 #include "numeric/adjust.hpp"

@@ -145,13 +145,12 @@ void PartialSimilarities(int n, int type, double* values, double range, double w
     const auto nothing = [](double, double) { return saysNothing; };
 
     const bool quantitative = type == interval || type == ordinal;
-    if (!(w > 0.0)) // a trait without weight says nothing about any pair
-        EachPair(n, values, nothing, store);
-    else if (quantitative)
+    const bool hasWeight = w > 0.0; // without, a trait says nothing about any pair
+    if (hasWeight && quantitative)
         EachPair(n, values, closeness, store);
-    else if (type == nominal || (type == dichotomous && countDoubleAbsence == 1))
+    else if (hasWeight && (type == nominal || (type == dichotomous && countDoubleAbsence == 1)))
         EachPair(n, values, agreement, store);
-    else if (type == dichotomous && countDoubleAbsence == 0)
+    else if (hasWeight && type == dichotomous && countDoubleAbsence == 0)
         EachPair(n, values, agreementIfPresent, store);
     else
         EachPair(n, values, nothing, store);
@@ -159,8 +158,7 @@ void PartialSimilarities(int n, int type, double* values, double range, double w
 
 } // namespace
 
-void GowerMV(int n, int p, int* types, double** data, double** out, double* ranges,
-             double* weights)
+void GowerMV(int n, int p, int* types, double** data, double** out, double* ranges, double* weights)
 {
     OwnedVector usedRanges(p);
     OwnedVector usedWeights(p);
@@ -169,10 +167,9 @@ void GowerMV(int n, int p, int* types, double** data, double** out, double* rang
         usedTypes[j] = types[j] == ordinal ? 0 : types[j]; // ordinal traits are not compared here
         usedWeights[j] = weights == nullptr ? 1.0 : weights[j];
         if (types[j] != interval) continue;
-        usedRanges[j] = ranges == nullptr
-                            ? ColumnRange(n, data, j, static_cast<double>(FLT_MIN),
-                                          static_cast<double>(FLT_MAX))
-                            : ranges[j];
+        usedRanges[j] = ranges == nullptr ? ColumnRange(n, data, j, static_cast<double>(FLT_MIN),
+                                                        static_cast<double>(FLT_MAX))
+                                          : ranges[j];
     }
     SimilarityOfPairs(n, p, usedTypes, data, out, usedRanges, usedWeights, false);
 }

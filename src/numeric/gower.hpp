@@ -20,9 +20,9 @@ void GowerMV(int n, int p, int* types, double** data, double** out, double* rang
 /// The same with ordinal traits, whose columns of `data` are replaced by their ranks (ties share
 /// their mean rank), in the caller's matrix.
 ///
-/// ranges   not used: the ranges always come from the data, rounded to single precision. Deliberate:
-///          the search for the maximum starts just above 0, so a trait with negative values only
-///          has the range 0 - minimum.
+/// ranges   not used: the ranges always come from the data, rounded to single precision
+///          Deliberate: the search for the maximum starts just above 0, so a trait with negative
+///          values only has the range 0 - minimum; users' earlier results depend on it.
 /// weights  p weights; null: all 1
 /// countDoubleAbsence  not 0: a joint absence on a dichotomous trait is an agreement
 /// cost     n * n * p, two work vectors; changes `data`, so one matrix must not be used by two

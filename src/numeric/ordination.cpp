@@ -187,8 +187,7 @@ void ScoreCorrespondence(int n, int p, int nAxes, double** X, double** vectors,
             scores[a][k] = 0.0;
             for (int x = 0; x < n; x++)
                 if (colTotals[k] > 0.0 && !IsMissing(X[x][k]))
-                    scores[a][k] +=
-                        X[x][k] * vectors[a][x] / (colTotals[k] * std::sqrt(values[a]));
+                    scores[a][k] += X[x][k] * vectors[a][x] / (colTotals[k] * std::sqrt(values[a]));
         }
     }
 }
@@ -285,8 +284,7 @@ void DissToCenterProdMatrix(int n, double** A, double** B, bool alreadySquared)
     }
     const double mean = sum / (static_cast<double>(n) * n);
     for (int a = 0; a < n; a++)
-        for (int b = a; b < n; b++)
-            B[a][b] = ((B[a][b] - rowMeans[a]) - rowMeans[b] + mean) * -0.5;
+        for (int b = a; b < n; b++) B[a][b] = ((B[a][b] - rowMeans[a]) - rowMeans[b] + mean) * -0.5;
 }
 
 void ProdToSqDist(int n, double** A, double** B)
@@ -302,8 +300,7 @@ void CorrToSqDist(int n, double** A, double** B)
 {
     HandleEventInfoWhere("CorrToSqDist");
     for (int a = 0; a < n; a++) {
-        for (int b = a + 1; b < n; b++)
-            B[a][b] = B[b][a] = (1.0 - A[a][b]) + (1.0 - A[a][b]);
+        for (int b = a + 1; b < n; b++) B[a][b] = B[b][a] = (1.0 - A[a][b]) + (1.0 - A[a][b]);
         B[a][a] = 0.0;
     }
 }

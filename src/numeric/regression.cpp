@@ -1,7 +1,6 @@
 #include "numeric/regression.hpp"
 
 #include <algorithm>
-#include <cstddef>
 #include <memory>
 
 #include "numeric/adjust.hpp"
@@ -40,8 +39,7 @@ void CheckedProd(int rowsA, int colsA, int rowsB, int colsB, double** A, double*
 }
 
 /// Coefficients B from the normal equations X'X B = X'Y of centred matrices.
-void SolveNormalEquations(int n, int pY, int pX, double** Yc, double** Xc, double** B,
-                          int language)
+void SolveNormalEquations(int n, int pY, int pX, double** Yc, double** Xc, double** B, int language)
 {
     OwnedRows transposed(pX, n);
     OwnedRows products(pX, pX);
@@ -100,9 +98,11 @@ const char* const headings[][2] = {
     {"\nResponse variables with values adjusted by removing the effects of the predictor variable(s) (this is simply the residuals plus the mean of the response variable) (for each response variable in columns, and sampling unit in rows):\n",
      "\nVariaveis resposta ajustadas pela remocao dos efeitos das variaveis preditoras (corresponde aos residuos nao explicados pelo modelo mais a media da variavel resposta) (para cada variavel resposta em colunas, e unidade amostral em linhas):\n"},
 };
+// Indices of the headings.
+enum Heading {
+    factorMatrix, responseMatrix, coefficients, intercepts, predicted, residuals, adjusted
+};
 // clang-format on
-enum Heading { factorMatrix, responseMatrix, coefficients, intercepts, predicted, residuals,
-               adjusted };
 
 /// All that a report of a fit shows.
 template <typename Cell>
@@ -151,9 +151,9 @@ void PrintModel(std::FILE* out, const FittedModel<Cell>& m, int language, bool p
         std::fprintf(out, "\nCoefficient of determination (r squared) for %d response variables:\n",
                      m.pY);
     else
-        std::fprintf(
-            out, "\nCoeficiente de determinacao (r ao quadrado) para %d variaveis resposta:\n",
-            m.pY);
+        std::fprintf(out,
+                     "\nCoeficiente de determinacao (r ao quadrado) para %d variaveis resposta:\n",
+                     m.pY);
     PrintVector(out, m.pY, m.r2);
     std::fprintf(out, "\n");
 }

@@ -199,9 +199,7 @@ void Measure(int n, int p, double** data, double** out, int option, int* types, 
     case 16: MeanSquareContingency(n, p, data, out); break;
     case 17: CorrelationMV(n, p, data, out); break;
     case 18: ChordDistMV(n, p, data, out); break;
-    case 19:
-        LegendreChodorowski(n, p, data, out, nullptr, static_cast<float>(legendreK));
-        break;
+    case 19: LegendreChodorowski(n, p, data, out, nullptr, static_cast<float>(legendreK)); break;
     case 20: BrayCurtisMV(n, p, data, out); break;
     case 22: CovarianceMV(n, p, data, out); break;
     case 23: JaccardDissimilarity(n, p, data, out); break;
@@ -248,11 +246,20 @@ void EucliDist(int n, int p, double** data, double** out)
 
 void EucliDistMV(int n, int p, double** data, double** out)
 {
+    if (!AnyMissing(n, p, data)) { // without the test in the inner loop, three times as fast
+        EucliDist(n, p, data, out);
+        return;
+    }
     EuclideanDistances(n, p, data, out, [](int, double x, double y) { return BothPresent(x, y); });
 }
 
 void EucliDistMVSelect(int n, int p, double** data, double** out, int* select)
 {
+    if (!AnyMissing(n, p, data)) {
+        EuclideanDistances(n, p, data, out,
+                           [select](int j, double, double) { return select[j] != 0; });
+        return;
+    }
     EuclideanDistances(n, p, data, out, [select](int j, double x, double y) {
         return select[j] != 0 && BothPresent(x, y);
     });
@@ -456,9 +463,8 @@ void JointFreq(int n, double* x, double* y, int* a, int* b, int* c, int* d)
 
 void Jaccard(int n, int p, double** data, double** out)
 {
-    EachPresencePair(n, p, data, out, [](const JointFrequencies& f) {
-        return RatioOr(f.a, f.a + f.b + f.c, 0.0);
-    });
+    EachPresencePair(n, p, data, out,
+                     [](const JointFrequencies& f) { return RatioOr(f.a, f.a + f.b + f.c, 0.0); });
 }
 
 void SimpleMatching(int n, int p, double** data, double** out)
