@@ -22,15 +22,9 @@ constexpr int speciesLabelSize = 6;
 constexpr int labelCharacters = 4;
 constexpr int labelSteps = 2 * labelCharacters + speciesLabelSize - 1;
 
-char UpperAscii(char c)
-{
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
+char UpperAscii(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
-bool Marked(char mark)
-{
-    return mark == '1';
-}
+bool Marked(char mark) { return mark == '1'; }
 
 /// Drops species b of the list and, by shifting columns, of cstSppMap; its name goes to the end.
 void DropSpecies(int b)
@@ -215,8 +209,8 @@ void CheckSpecies(int option)
 int CheckIdenticalLabels(const char* label, char** names, int count)
 {
     for (int a = 0; a < count; a++) {
-        const std::string_view start(names[a], std::min<std::size_t>(labelCharacters,
-                                                                     std::strlen(names[a])));
+        const std::string_view start(names[a],
+                                     std::min<std::size_t>(labelCharacters, std::strlen(names[a])));
         if (start == label) return 1;
     }
     return 0;

@@ -69,10 +69,7 @@ void DataFile::ReadMatrix(int rows, int columns, double** matrix)
     for (int i = 0; i < rows; i++) ReadDoubles(columns, matrix[i]);
 }
 
-void DataFile::ReadWord(char* word, int wordSize)
-{
-    freadckWord(stream, word, wordSize, name);
-}
+void DataFile::ReadWord(char* word, int wordSize) { freadckWord(stream, word, wordSize, name); }
 
 void DataFile::ReadWords(int n, char** words, int wordSize)
 {

@@ -47,10 +47,7 @@ struct ArraysOfDialogue {
 
 // --- Small questions
 
-int AskOption(const char* accepted)
-{
-    return ToInt(ReadNumberIn("%d\n", accepted));
-}
+int AskOption(const char* accepted) { return ToInt(ReadNumberIn("%d\n", accepted)); }
 
 int AskCount(const char* prompt)
 {
@@ -58,10 +55,7 @@ int AskCount(const char* prompt)
     return ToInt(ReadNumberIn("%d\n", "-", 1.0, 2147483647.0));
 }
 
-void PrintRule()
-{
-    std::fprintf(console.out, "%s\n", lineL);
-}
+void PrintRule() { std::fprintf(console.out, "%s\n", lineL); }
 
 void PrintLabels(int n, char** labels)
 {
@@ -105,12 +99,15 @@ void SpecifyFiles(RawFiles& files)
     std::FILE* out = console.out;
     Menu("SPECIFYING THE AVAILABLE INPUT DATA:\n");
     std::fprintf(out, "For each data specified below indicate by 0/1 which are available\n\n");
-    std::fprintf(out, "OTUs = Operational Taxonomic Units, refer to species, populations, individuals or other taxonomic rank\n");
+    std::fprintf(
+        out,
+        "OTUs = Operational Taxonomic Units, refer to species, populations, individuals or other taxonomic rank\n");
     std::fprintf(out, "A matrix (B) with trait description of OTUs should be always specified.\n");
     files.B.Ask();
     std::fprintf(out, "A matrix (F) with phylogenetic resemblances of the OTUs 0/1\t");
     if (AskOption("0 1") == 1) files.F.Ask();
-    std::fprintf(out, "A matrix (W) with records of OTUS in commmunities should be always specified.\n");
+    std::fprintf(out,
+                 "A matrix (W) with records of OTUS in commmunities should be always specified.\n");
     files.W.Ask();
     std::fprintf(out, "Species names of OTUs 0/1\t");
     if (AskOption("0 1") == 1) files.speciesNames.Ask();
@@ -155,16 +152,20 @@ void ReadB(RawFile& file)
     const bool traitsAsRows = AskOption("1 2") == 1;
     double** B = session.csm_Float;
     if (traitsAsRows)
-        ReadCells(file, session.nch, session.tcst, [B](int j, int i) -> double& { return B[i][j]; });
+        ReadCells(file, session.nch, session.tcst,
+                  [B](int j, int i) -> double& { return B[i][j]; });
     else
-        ReadCells(file, session.tcst, session.nch, [B](int i, int j) -> double& { return B[i][j]; });
+        ReadCells(file, session.tcst, session.nch,
+                  [B](int i, int j) -> double& { return B[i][j]; });
 }
 
 void AskTraitTypes()
 {
     Session& s = session;
     std::FILE* out = console.out;
-    std::fprintf(out, "Trait type (1 for dichotomous, 2 for nominal, 3 for interval or ratio scale, 4 for ordinal): \n");
+    std::fprintf(
+        out,
+        "Trait type (1 for dichotomous, 2 for nominal, 3 for interval or ratio scale, 4 for ordinal): \n");
     std::fprintf(out, "Traits:     \t");
     PrintLabels(s.nch, s.chLabel);
     ReadLongInput(s.nch, s.chtype, "trait types", "1 2 3 4");
@@ -213,7 +214,9 @@ void NormalizeDistances()
     if (!(largest > 1.0)) return;
     for (int i = 0; i < n; i++)
         for (int k = 0; k < n; k++) F[i][k] /= largest;
-    std::fprintf(console.out, "\nPhylogenetic distances were normalized to values in the range [0,1] by Dnorm = D/Dmax\n");
+    std::fprintf(
+        console.out,
+        "\nPhylogenetic distances were normalized to values in the range [0,1] by Dnorm = D/Dmax\n");
 }
 
 /// A half matrix: row i holds i + 1 cells.
@@ -231,9 +234,18 @@ int AskPhylogenyFormat()
     std::FILE* out = console.out;
     const int n = session.tcst;
     std::fprintf(out, "Format of phylogenetic resemblance matrix:\n");
-    std::fprintf(out, "   1  a full matrix of phylogenetic distances of %d OTUs by %d OTUs (e.g. as given by PHYLOCOM)\n", n, n);
-    std::fprintf(out, "   2  a full matrix of phylogenetic similarities of %d OTUs by %d OTUs in the 0-1 range\n", n, n);
-    std::fprintf(out, "   3  a half, lower-diagonal matrix of phylogenetic similarities of %d OTUs by %d OTUs in the 0-1 range\n", n, n);
+    std::fprintf(
+        out,
+        "   1  a full matrix of phylogenetic distances of %d OTUs by %d OTUs (e.g. as given by PHYLOCOM)\n",
+        n, n);
+    std::fprintf(
+        out,
+        "   2  a full matrix of phylogenetic similarities of %d OTUs by %d OTUs in the 0-1 range\n",
+        n, n);
+    std::fprintf(
+        out,
+        "   3  a half, lower-diagonal matrix of phylogenetic similarities of %d OTUs by %d OTUs in the 0-1 range\n",
+        n, n);
     std::fprintf(out, "Type option no.: ");
     return AskOption("1 2 3");
 }
@@ -296,9 +308,8 @@ void ReadVectorsOfW(RawFile& file)
     int row = 0;
     double dropped = 0.0;
     for (int j = 0; j < s.ncsm; j++)
-        ReadCells(file, 1, s.ncst[j], [&](int, int) -> double& {
-            return row < s.tcst ? s.cadat[row++][j] : dropped;
-        });
+        ReadCells(file, 1, s.ncst[j],
+                  [&](int, int) -> double& { return row < s.tcst ? s.cadat[row++][j] : dropped; });
 }
 
 void ReadW(RawFile& file)
@@ -326,7 +337,10 @@ void WarnOfW()
         for (int i = 0; i < session.tcst; i++) {
             const double w = session.cadat[i][j];
             if (!(IsMissing(w) && IsZero(w))) break;
-            std::fprintf(console.out, "\nPlease check matrix W. Sampling unit %s has all values zero or missing (-999), which will generate unreliable results.", session.reLabel[j]);
+            std::fprintf(
+                console.out,
+                "\nPlease check matrix W. Sampling unit %s has all values zero or missing (-999), which will generate unreliable results.",
+                session.reLabel[j]);
         }
 }
 
@@ -380,7 +394,9 @@ void AskMixedTypes()
     Session& s = session;
     std::FILE* out = console.out;
     for (;;) {
-        std::fprintf(out, "Enter variable type (1:binary, 2:nominal, 3:quantitative interval or ratio scale, 4:ordinal): \n");
+        std::fprintf(
+            out,
+            "Enter variable type (1:binary, 2:nominal, 3:quantitative interval or ratio scale, 4:ordinal): \n");
         std::fprintf(out, "Variable:    \t");
         // Deliberate: the labels are read or made only later, so blanks show.
         for (int k = 0; k < s.nenv; k++)
@@ -405,7 +421,9 @@ void AskVariableTypes()
 {
     Session& s = session;
     std::FILE* out = console.out;
-    std::fprintf(out, "Types of variables: \n   1 only quantitative variables, same units \n   2 only quantitative variables, different units \n   3 only qualitative, non binary variables\n   4 only binary variables\n   5 several types \n");
+    std::fprintf(
+        out,
+        "Types of variables: \n   1 only quantitative variables, same units \n   2 only quantitative variables, different units \n   3 only qualitative, non binary variables\n   4 only binary variables\n   5 several types \n");
     std::fprintf(out, "Type option no.: ");
     s.optEnvVarType = AskOption("1 2 3 4 5");
     s.temEnvQuant = s.temEnvQual = s.temEnvBin = 0;
@@ -423,8 +441,7 @@ void AskVariableTypes()
         std::fill_n(s.envVarType, s.nenv, 1);
         s.temEnvBin = 1;
         break;
-    default:
-        AskMixedTypes();
+    default: AskMixedTypes();
     }
 }
 
@@ -462,7 +479,10 @@ void WarnOfE()
     for (int i = 0; i < session.ncsm; i++)
         for (int k = 0; k < session.nenv; k++) {
             if (!IsMissing(session.env[i][k])) break;
-            std::fprintf(console.out, "\nPlease check matrix E. Sampling unit %s has all values missing (-999), which will generate unreliable results.", session.reLabel[i]);
+            std::fprintf(
+                console.out,
+                "\nPlease check matrix E. Sampling unit %s has all values missing (-999), which will generate unreliable results.",
+                session.reLabel[i]);
         }
 }
 

@@ -22,29 +22,34 @@ constexpr int wordSize = 64;
 // Writer and reader go through the same tables, in the order of the file.
 
 char* const resultFiles[] = {
-    session.whichEnvRese, session.whichEnvScores, session.whichEnvRank,    session.whichHier,
-    session.whichCstRese, session.whichNRese,     session.whichPRese,      session.whichRo,
-    session.whichProbRo,  session.whichScores,    session.whichProbN,      session.whichReClus,
-    session.whichCstClus, session.whichAOCScor,   session.whichComplexity, session.whichVelocity,
-    session.whichRoVelComplex,
+    session.whichEnvRese,  session.whichEnvScores,    session.whichEnvRank,
+    session.whichHier,     session.whichCstRese,      session.whichNRese,
+    session.whichPRese,    session.whichRo,           session.whichProbRo,
+    session.whichScores,   session.whichProbN,        session.whichReClus,
+    session.whichCstClus,  session.whichAOCScor,      session.whichComplexity,
+    session.whichVelocity, session.whichRoVelComplex,
 };
 
 int* const resultFlags[] = {
-    &session.isHierarchical,   &session.traitBasedOpt,    &session.hasEnvRese,
-    &session.hasEnvScores,     &session.hasEnvRank,       &session.hasHier,
-    &session.hasCstRese,       &session.hasNRese,         &session.hasPRese,
-    &session.hasRo,            &session.hasProbRo,        &session.hasScores,
-    &session.hasProbN,         &session.hasReClus,        &session.hasCstClus,
-    &session.hasAOCScor,       &session.hasVegOrdiCorrel, &session.hasEnvOrdiCorrel,
-    &session.hasComplexity,    &session.hasVelocity,      &session.hasRoVelComplex,
-    &session.hasRoVelComplexPROB, &session.optEnvStruct,  &session.rese_opt,
+    &session.isHierarchical,   &session.traitBasedOpt,
+    &session.hasEnvRese,       &session.hasEnvScores,
+    &session.hasEnvRank,       &session.hasHier,
+    &session.hasCstRese,       &session.hasNRese,
+    &session.hasPRese,         &session.hasRo,
+    &session.hasProbRo,        &session.hasScores,
+    &session.hasProbN,         &session.hasReClus,
+    &session.hasCstClus,       &session.hasAOCScor,
+    &session.hasVegOrdiCorrel, &session.hasEnvOrdiCorrel,
+    &session.hasComplexity,    &session.hasVelocity,
+    &session.hasRoVelComplex,  &session.hasRoVelComplexPROB,
+    &session.optEnvStruct,     &session.rese_opt,
     &session.reseCstOpt,       &session.part,
 };
 
 int* const resemblanceOptions[] = {
-    &session.reseTypeOrd,   &session.reseTypeClus, &session.reseTypeEv,
+    &session.reseTypeOrd,   &session.reseTypeClus,  &session.reseTypeEv,
     &session.reseTypeRnd,   &session.reseTypeERank, &session.cohe,
-    &session.groupDissMeth, &session.empir_opt,    &session.keepRichness,
+    &session.groupDissMeth, &session.empir_opt,     &session.keepRichness,
 };
 
 int* const lastOptions[] = {
@@ -267,7 +272,8 @@ void SayOtherVersion()
     std::printf("\n");
     Bell();
     // Blanks wipe a progress line that may stand there.
-    std::printf("Formda file is compatible, but other files of the session are not compatible with this program version.                    \n");
+    std::printf(
+        "Formda file is compatible, but other files of the session are not compatible with this program version.                    \n");
 }
 
 /// True if the file ends here, white space having been skipped.

@@ -54,10 +54,7 @@ void MakeSpecies(const Words& species)
     Make(one, one, species);
 }
 
-Words Names()
-{
-    return WordsOf(session.spp, session.nSpp);
-}
+Words Names() { return WordsOf(session.spp, session.nSpp); }
 
 Words Marks(char** marks, int rows, int columns)
 {
@@ -69,10 +66,7 @@ Words Marks(char** marks, int rows, int columns)
 Words MarksOfOTUs() { return Marks(session.cstSppMap, session.tcst, session.nSpp); }
 Words MarksOfSpecies() { return Marks(session.sppRelMap, session.nSpp, session.ncsm); }
 
-std::vector<int> Ints(const int* values, int n)
-{
-    return {values, values + n};
-}
+std::vector<int> Ints(const int* values, int n) { return {values, values + n}; }
 
 } // namespace
 
@@ -83,6 +77,7 @@ TEST_CASE("species made unique")
         int option;
         Words names, unique, ofOTUs;
     };
+    // clang-format off
     const Case cases[] = {
         {"all different", 1, {"b", "a"}, {"b", "a"}, {"10", "01"}},
         {"the first of equal names stays, in order", 1, {"a", "b", "a", "c", "a", "b"},
@@ -104,6 +99,7 @@ TEST_CASE("species made unique")
         {"a name keeps 65 characters behind its label", 2, {"Ab " + std::string(67, 'x')},
          {"Abxx Ab " + std::string(62, 'x')}, {"1"}},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         SessionTest test;
@@ -213,6 +209,7 @@ TEST_CASE("joining species with equal names")
         Words names, inCommunities, ofOTUs;
         Words joined, joinedInCommunities, joinedOfOTUs;
     };
+    // clang-format off
     const Case cases[] = {
         {"nothing to join", {"a", "b"}, {"10", "01"}, {"10", "01"}, {"a", "b"}, {"10", "01"},
          {"10", "01"}},
@@ -225,6 +222,7 @@ TEST_CASE("joining species with equal names")
          {"1000", "0100", "0010", "0001"}, {"1000", "0100", "0010", "0001"}, {"a", "b", "a"},
          {"1100", "0010", "0010"}, {"100", "100", "011", "000"}},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         SessionTest test;
@@ -279,5 +277,6 @@ TEST_CASE("trimming species")
     CHECK(Names() == Words{"c", "d"});
     CHECK(MarksOfSpecies() == Words{"10", "01"});
     CHECK(MarksOfOTUs() == Words{"10", "01"});
-    for (int a = 2; a < 5; a++) CHECK((session.spp[a] == nullptr && session.sppRelMap[a] == nullptr));
+    for (int a = 2; a < 5; a++)
+        CHECK((session.spp[a] == nullptr && session.sppRelMap[a] == nullptr));
 }

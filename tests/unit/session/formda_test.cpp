@@ -91,8 +91,10 @@ TEST_CASE("layouts of the formatted data file")
     };
     const Rows B = {{1}, {2}}, W = {{3, 4}, {5, 6}};
     const std::string matrices = "1 2  3 4 5 6\n";
+    // clang-format off
     const Case cases[] = {
-        {"no variables, no species", Small("25Jun2016 " + matrices + "0 0 SMW 1 0 0"), B, W, 0, 0, 1,
+        {"no variables, no species",
+         Small("25Jun2016 " + matrices + "0 0 SMW 1 0 0"), B, W, 0, 0, 1,
          false, false},
         {"before trait groups: numbers behind are not read",
          Small("18Jan2008 " + matrices + "0 0 SMW 2 0 1 9"), B, W, 0, 0, 2, false, false},
@@ -102,13 +104,14 @@ TEST_CASE("layouts of the formatted data file")
          false},
         {"two characters a trait", Small("12 3 4\n.5 5 6\n0 0 SMW 1 0 1 9"), {{12}, {.5}}, W, 0, 0,
          1, false, false},
-        {"variables of old have no types", Small("25Jun2016 " + matrices + "1 Label E 7 8 0 SMW 1 0 0"),
-         B, W, 1, 0, 1, false, false},
+        {"variables of old have no types",
+         Small("25Jun2016 " + matrices + "1 Label E 7 8 0 SMW 1 0 0"), B, W, 1, 0, 1, false, false},
         {"phylogeny of no type has no matrix", Small("25Jun2016 " + matrices + "0 0 SMW 1 1 0 1 4"),
          B, W, 0, 0, 1, true, true},
         {"a tab inside a species name", Small("25Jun2016 " + matrices +
          "0 1\nf\nLonga\tspecies\n11\n1\n1 SMW 1 0 0"), B, W, 0, 1, 1, false, false},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         SessionTest test;
@@ -176,6 +179,7 @@ TEST_CASE("what cannot be a data set")
         const char* fact;
         std::string text;
     };
+    // clang-format off
     const Case cases[] = {
         {"empty", ""},
         {"junk", std::string("\x00\xff\x01\x80 \n \xfe", 8)},
@@ -184,14 +188,17 @@ TEST_CASE("what cannot be a data set")
         {"a blank in a file name", Replaced(whole, "E.txt", "E 1.txt")},
         {"negative traits", Replaced(whole, "meadow \n2", "meadow \n-2")},
         {"more traits than characters", Replaced(whole, "meadow \n2", "meadow \n2147483647")},
-        {"more communities than characters", Replaced(whole, "2\t\n2 \nSite1", "2\t\n2000000000 \nSite1")},
+        {"more communities than characters",
+         Replaced(whole, "2\t\n2 \nSite1", "2\t\n2000000000 \nSite1")},
         {"negative OTUs", Replaced(whole, "\n3 \n", "\n-3 \n")},
         {"more cells than characters", Replaced(whole, "\n3 \n", "\n300 \n")},
         {"negative variables", Replaced(whole, "\n2 \n97Sep08", "\n-2 \n97Sep08")},
-        {"more variables than characters", Replaced(whole, "\n2 \n97Sep08", "\n999999999 \n97Sep08")},
+        {"more variables than characters",
+         Replaced(whole, "\n2 \n97Sep08", "\n999999999 \n97Sep08")},
         {"more species than characters", Replaced(whole, "\n2 \nnames", "\n999999999 \nnames")},
         {"negative phylogeny variables", Replaced(whole, "SMW 4\n1\n3", "SMW 4\n1\n2\n-1")},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         SessionTest test;

@@ -60,6 +60,7 @@ TEST_CASE("layouts of raw B and W")
         std::vector<std::string> traitLabels, communityLabels;
     };
     const Rows someB = {{1, 4}, {2, 5}, {3, 6}}, someW = {{1, 0}, {0, 3}, {2, 4}};
+    // clang-format off
     const Case cases[] = {
         {"traits as rows, communities as rows", "1 2 3 4 5 6 Height Colour", "1 0 2 0 3 4 m w",
          traits + communities, someB, someW, {"Height", "Colour"}, {"m", "w"}},
@@ -79,6 +80,7 @@ TEST_CASE("layouts of raw B and W")
          traits + communities, {{1.23457, 4}, {2, 5}, {3, 6}}, {{1e-7, 0}, {0, 3}, {2, 1.23457e6}},
          {"A", "B"}, {"m", "w"}},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Dialogue dialogue;
@@ -129,6 +131,7 @@ TEST_CASE("formats of phylogenetic resemblances")
         Rows stored;
         bool normalized;
     };
+    // clang-format off
     const Case cases[] = {
         {"distances above 1 are divided by the largest", "0 1 4\n1 0 2\n4 2 0", "1", 3,
          {{0, 0.25, 1}, {0.25, 0, 0.5}, {1, 0.5, 0}}, true},
@@ -143,6 +146,7 @@ TEST_CASE("formats of phylogenetic resemblances")
         {"a half matrix is not stored", "1\n.5 1\n0 .25 1", "3", 0,
          {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}}, false},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Dialogue dialogue;
@@ -195,6 +199,7 @@ TEST_CASE("ecosystem variables")
         int nWarnings;
     };
     const Rows byCommunities = {{7, 8}, {-999, 9}};
+    // clang-format off
     const Case cases[] = {
         {"by communities", "7 8 -999 9 pH soil", "2\n2\n2\nn\n", byCommunities, {"pH", "soil"}, 2,
          {3, 3}, 1},
@@ -216,6 +221,7 @@ TEST_CASE("ecosystem variables")
         {"a warning for each leading hole", "-999 -999 5 1 -999 -999", "3\n1\n1\nn\n",
          {{-999, -999, 5}, {1, -999, -999}}, {"1", "2", "3"}, 1, {3, 3, 3}, 2},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Dialogue dialogue;
@@ -241,8 +247,8 @@ TEST_CASE("an E that cannot be read ends in code 2")
         CAPTURE(E);
         Dialogue dialogue;
         WriteText("E", E);
-        CHECK(Dialogue::Format(noPhylogeny + "0\n1\nE\n" + traits + communities +
-                               "2\n2\n2\nn\n") == endOfFile);
+        CHECK(Dialogue::Format(noPhylogeny + "0\n1\nE\n" + traits + communities + "2\n2\n2\nn\n") ==
+              endOfFile);
         CHECK(dialogue.complaints.Text() == "\nfile E ");
         CHECK(session.csm_Float == nullptr);
         CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
@@ -266,8 +272,8 @@ TEST_CASE("running out of memory at any allocation of the dialogue")
 {
     Dialogue dialogue;
     WriteText("F", "0 1 4 1 0 2 4 2 0");
-    const std::string answers = "B\n1\nF\nW\n1\nnames\n1\nE\n" + traits + "1\n" + communities +
-                                "2\n2\n2\n2\nn\n";
+    const std::string answers =
+        "B\n1\nF\nW\n1\nnames\n1\nE\n" + traits + "1\n" + communities + "2\n2\n2\n2\nn\n";
     int code = outOfMemory;
     int nFailures = -1;
     for (long k = 1; code != 0; k++) {
@@ -302,6 +308,7 @@ TEST_CASE("ways to set up the data of a session")
         const char* track; // empty: none
         int nMenus;
     };
+    // clang-format off
     const Case cases[] = {
         {"back", "4\n", 1, "", 1},
         {"raw data", formatted, 0, "aFormda.txt\n07Jul17\n", 1},
@@ -311,6 +318,7 @@ TEST_CASE("ways to set up the data of a session")
         {"returning from another session's data", "2\nother\n3\n4\n", 1, "", 2},
         {"not yet: modified, merged", "2\nother\n2\n3\n4\n", 1, "", 3},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Dialogue dialogue;

@@ -78,7 +78,4 @@ inline Rows RowsOf(double** table, int rows, int columns)
     return copy;
 }
 
-inline std::vector<std::string> WordsOf(char** words, int n)
-{
-    return {words, words + n};
-}
+inline std::vector<std::string> WordsOf(char** words, int n) { return {words, words + n}; }

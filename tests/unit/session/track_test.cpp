@@ -85,6 +85,7 @@ TEST_CASE("track files that load without their settings")
         std::string track;
         bool complains;
     };
+    // clang-format off
     const Case cases[] = {
         {"short", head, false},
         {"short, no line end", "otherFormda.txt 07Jul17", false},
@@ -92,6 +93,7 @@ TEST_CASE("track files that load without their settings")
         {"another version, full", Replaced(whole, "07Jul17", "07Jul18"), true},
         {"another version with the old integer", "otherFormda.txt\n07Jul1\n12\n", true},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         SessionTest test;
@@ -101,8 +103,9 @@ TEST_CASE("track files that load without their settings")
         CHECK(std::string(session.whichHier) == "NULL");
         CHECK(session.groupRel == session.groupRelP[0]);
         const std::string screen = test.screen.Text();
-        CHECK((TimesIn(screen, "\n\aFormda file is compatible, but other files of the session are "
-                               "not compatible with this program version.") == 1) == c.complains);
+        CHECK((TimesIn(screen,
+                       "\n\aFormda file is compatible, but other files of the session are "
+                       "not compatible with this program version.") == 1) == c.complains);
         CHECK(screen.empty() == !c.complains);
     }
 }
@@ -126,6 +129,7 @@ TEST_CASE("counts and indices of a track file that cannot be")
         const char* part;
         const char* by;
     };
+    // clang-format off
     const Case cases[] = {
         {"negative number of partitions", "39\n2\n1\n", "39\n-2\n1\n"},
         {"more partitions than characters", "39\n2\n1\n", "39\n2000000000\n1\n"},
@@ -143,6 +147,7 @@ TEST_CASE("counts and indices of a track file that cannot be")
         {"endless row of groups", "2 1 \n3 2 \n", "2 1 \n2147483647 2 \n"},
         {"labels of groups that run together", "x  yy z  ", "xxxyy z  "},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         SessionTest test;
@@ -159,8 +164,10 @@ TEST_CASE("what there is no room for is read and dropped")
     for (int i = 0; i < 12; i++) twelve += " 5"; // groups, of 3 communities
     for (int i = 0; i < 12; i++) twelve += " a b c d e" + std::to_string(i);
     for (int i = 0; i < 12; i++) twelve += " 1 2 " + std::to_string(i);
-    REQUIRE(Load(head + settings + twelve + " 41 42 \n2\n1\n0\ntypes \n6 \n"
-                 "x  yy z  u  v  w  \n1 \n1 3 2 \n" + selections) == 0);
+    REQUIRE(Load(head + settings + twelve +
+                 " 41 42 \n2\n1\n0\ntypes \n6 \n"
+                 "x  yy z  u  v  w  \n1 \n1 3 2 \n" +
+                 selections) == 0);
     CHECK(session.nPart == 10);
     CHECK(std::string(session.partLabel[9]) == "p9");
     CHECK(session.nGroups == 3);
