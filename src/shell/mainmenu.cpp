@@ -30,15 +30,19 @@ namespace {
 // would end the process.
 const int largestTeam = 64;
 
+const char* const credits[] = {
+    "Scales the traits of organisms up to the communities they live in,",
+    "and tests how traits, environment and phylogeny go together.",
+    "KELPRA is free software and comes without any warranty.",
+    "Read docs/guide.md for a first session, question by question, and",
+    "docs/statistics.md for every formula with its literature.",
+};
+
 void PrintBanner()
 {
     std::fprintf(console.out, "%s\n", lineL);
     std::fprintf(console.out, "%s\n\n", version);
-    std::fprintf(console.out, "Scales the traits of organisms up to the communities they live in,\n");
-    std::fprintf(console.out, "and tests how traits, environment and phylogeny go together.\n");
-    std::fprintf(console.out, "KELPRA is free software and comes without any warranty.\n");
-    std::fprintf(console.out, "Read docs/guide.md for a first session, question by question, and\n");
-    std::fprintf(console.out, "docs/statistics.md for every formula with its literature.\n");
+    for (const char* line : credits) std::fprintf(console.out, "%s\n", line);
     std::fprintf(console.out, "%s\n", lineL);
 }
 

@@ -34,10 +34,17 @@ fault() {
     faults=$((faults + 1))
 }
 
+if [ ! -x "$binary" ] || [ ! -f "$case/answers.txt" ]; then
+    echo "no program $1, or no answers in $2"
+    exit 1
+fi
+
 # Time stamps and elapsed times differ from run to run, nothing else may.
 mask() {
     perl -0777 -pe '
-        s/\b(Mon|Tue|Wed|Thu|Fri|Sat|Sun) (Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) [ 0-9]\d \d\d:\d\d:\d\d \d{4}/<date and time>/g;
+        s/\b(Mon|Tue|Wed|Thu|Fri|Sat|Sun)
+          \ (Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec)\ [ 0-9]\d
+          \ \d\d:\d\d:\d\d\ \d{4}/<date and time>/gx;
         s/(Elapsed time[^\n:]*: )[-+.0-9e]+/$1<seconds>/g' "$1"
 }
 

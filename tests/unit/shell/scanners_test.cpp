@@ -195,7 +195,8 @@ TEST_CASE("ScanString cuts, and compares with alternatives") {
         InputStream stream(FileOf(c.text));
         Captured errors(stderr), screen(stdout);
         char word[7];
-        const char* result = ScanString(stream, 6, word, "single/average", c.caseSensitive, "input");
+        const char* result =
+            ScanString(stream, 6, word, "single/average", c.caseSensitive, "input");
         CHECK((result == word) == c.found);
         CHECK(std::string(word) == c.expected);
         const std::string complaint = std::string("\nIncorrect input = ") + c.text +
