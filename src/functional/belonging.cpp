@@ -30,8 +30,8 @@ PartialSimilarity::~PartialSimilarity()
     free2D(layer, nTraits);
 }
 
-void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilarity& out,
-                             int* types, double* ranges, double* weights, int countDoubleAbsence)
+void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilarity& out, int* types,
+                             double* ranges, double* weights, int countDoubleAbsence)
 {
     OwnedVector values(nOTUs); // a copy: ordinal values are replaced by their ranks
     for (int trait = 0; trait < nTraits; trait++) {
@@ -128,8 +128,8 @@ std::vector<int> TypeColumns(int n, int* partition)
     CountGroupsNew(n, partition, &nLabels, labels);
     const int* first = labels.values;
     for (int i = 0; i < n; i++)
-        column[static_cast<std::size_t>(i)] = static_cast<int>(
-            std::lower_bound(first, first + nLabels, partition[i]) - first);
+        column[static_cast<std::size_t>(i)] =
+            static_cast<int>(std::lower_bound(first, first + nLabels, partition[i]) - first);
     return column;
 }
 
@@ -213,8 +213,7 @@ void AddSimilarities(int n, int i, int nGroups, const PooledMembers& members, co
 
 } // namespace
 
-int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U,
-                   bool isDissimilarity)
+int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, bool isDissimilarity)
 {
     UpperToLowerMatrix(n, S);
     const PooledMembers members = PoolIdenticals(n, S, partition);
@@ -235,21 +234,16 @@ void NominalReseNonHier(int n, int p, double** M, double** D, int rese_opt)
     // Deliberate: 7 and 9 are called relative and are not, here; users' earlier results depend on
     // it.
     case 6:
-    case 7:
-        EucliDistMV(n, p, M, D);
-        break;
+    case 7: EucliDistMV(n, p, M, D); break;
     case 8:
-    case 9:
-        AbsValFunctionMV(n, p, M, D);
-        break;
+    case 9: AbsValFunctionMV(n, p, M, D); break;
     case 10: {
         OwnedRows unitLength(n, p);
         NormalizeRowsMV(n, p, M, unitLength);
         EucliDistMV(n, p, unitLength, D);
         break;
     }
-    default:
-        break;
+    default: break;
     }
 }
 

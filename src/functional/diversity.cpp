@@ -12,9 +12,9 @@ namespace {
 /// An OTU that takes part in the sums of one community.
 struct Member {
     int otu;
-    double share;  // p = x / total; of a missing x its code over the total
-    bool present;  // x is not missing
-    int weight;    // of the selection
+    double share; // p = x / total; of a missing x its code over the total
+    bool present; // x is not missing
+    int weight;   // of the selection
 };
 
 struct Sums {
@@ -97,9 +97,9 @@ bool MirrorAndCheck(int s, double** M, bool isDissimilarity, bool sqrtDissim)
     for (int i = 0; i < s; i++)
         for (int j = i; j < s; j++) {
             M[j][i] = M[i][j];
-            allFinite = allFinite && (IsMissing(M[i][j]) ||
-                                      std::isfinite(Dissimilarity(M[i][j], isDissimilarity,
-                                                                  sqrtDissim)));
+            allFinite =
+                allFinite && (IsMissing(M[i][j]) ||
+                              std::isfinite(Dissimilarity(M[i][j], isDissimilarity, sqrtDissim)));
         }
     return allFinite;
 }
@@ -110,11 +110,12 @@ Sums EntropySums(int s, const double* x, double** M, bool isDissimilarity, bool 
     const bool allFinite = MirrorAndCheck(s, M, isDissimilarity, sqrtDissim);
     // Zero times infinity is no zero: absent OTUs stay out only where all d are finite.
     const bool presentOnly = allFinite && IsPlainComposition(s, x);
-    return AddPairs(CollectMembers(s, x, weights, presentOnly), restrictWithin, [&](int i, int j, double& d) {
-        if (IsMissing(M[i][j])) return false;
-        d = Dissimilarity(M[i][j], isDissimilarity, sqrtDissim);
-        return true;
-    });
+    return AddPairs(CollectMembers(s, x, weights, presentOnly), restrictWithin,
+                    [&](int i, int j, double& d) {
+                        if (IsMissing(M[i][j])) return false;
+                        d = Dissimilarity(M[i][j], isDissimilarity, sqrtDissim);
+                        return true;
+                    });
 }
 
 } // namespace

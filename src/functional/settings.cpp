@@ -19,12 +19,9 @@
 const char* const opt_roInfo[5] = {"matrix correlation (Mantel)", "Procrustes (traceW)",
                                    "RV coefficient (Escoufier 1973)", "(null)", "1 (stepwise)"};
 const char* const partInfo[3] = {"mixed", "quantitative", "qualitative"};
-const char* const clusMethInfo[6] = {"0 (none)",
-                                     "1 (single linkage)",
-                                     "2 (complete linkage)",
-                                     "3 (sum of squares)",
-                                     "4 (average linkage UPGMA)",
-                                     "5 (average linkage WPGMA)"};
+const char* const clusMethInfo[6] = {
+    "0 (none)",           "1 (single linkage)",        "2 (complete linkage)",
+    "3 (sum of squares)", "4 (average linkage UPGMA)", "5 (average linkage WPGMA)"};
 const char* const poolCSToptInfo[2] = {"1 (monothetic)", "2 (polythetic)"};
 const char* const traitBasedOptInfo[2] = {"1 (composition of types)",
                                           "2 (trait averages at community level)"};
@@ -285,8 +282,7 @@ void AskSeed()
         return;
     }
     std::fprintf(console.out, "\nEnter seed (integer in the 0 to %u interval):\n", 4294967295U);
-    session.rseed =
-        static_cast<unsigned long>(ReadNumberIn("%u\n", "-", 0.0, 4294967295.0));
+    session.rseed = static_cast<unsigned long>(ReadNumberIn("%u\n", "-", 0.0, 4294967295.0));
 }
 
 // --- Congruence and resemblance
@@ -321,9 +317,9 @@ int AskMeasure()
 
 void AskCongruence()
 {
-    do
+    do {
         session.opt_ro = AskMeasure();
-    while (IsRefused(session.opt_ro));
+    } while (IsRefused(session.opt_ro));
 }
 
 /// Only distances between communities need a function, and two of the rankings always take the
@@ -475,8 +471,7 @@ void SettingsHierarchy()
 void SettingsRese()
 {
     if (session.whichObj == 'c') {
-        SettingReseFunction(&session.reseCstOpt,
-                            "\nSpecify resemblance function between OTUs:");
+        SettingReseFunction(&session.reseCstOpt, "\nSpecify resemblance function between OTUs:");
         SettingWhichLevel(&session.whichLevelCst);
     } else {
         SettingReseFunction(&session.rese_opt,

@@ -9,7 +9,7 @@
 // --- numeric/resemblance.hpp.
 
 extern const char* const opt_roInfo[5];        ///< index opt_ro - 1
-extern const char* const partInfo[3];          ///< kinds of traits: mixed, quantitative, qualitative
+extern const char* const partInfo[3];          ///< kinds of traits
 extern const char* const clusMethInfo[6];      ///< index clusMethPoolCSTs
 extern const char* const poolCSToptInfo[2];    ///< index poolCSTopt - 1
 extern const char* const traitBasedOptInfo[2]; ///< index traitBasedOpt - 1

@@ -134,8 +134,7 @@ void Smooth(int n, int s, double** target, double** C, double** out, bool includ
     PrepareWithoutTarget(s, C, odds);
     const bool allFinite = AllFinite(s, s, C);
     OwnedVector rest(s);
-    for (int k = 0; k < n; k++)
-        SmoothWithoutTarget(s, shares[k], C, allFinite, rest, out[k]);
+    for (int k = 0; k < n; k++) SmoothWithoutTarget(s, shares[k], C, allFinite, rest, out[k]);
 }
 
 } // namespace

@@ -1,0 +1,313 @@
+#include "functional/settings.hpp"
+
+#include <doctest/doctest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "session/session.hpp"
+#include "shell/arrays.hpp"
+#include "shell/console.hpp"
+#include "shell/failure.hpp"
+#include "unit/shell/shell_fixture.hpp"
+
+namespace {
+
+/// An open session of 4 OTUs, 3 traits, 2 communities, 2 variables, in a folder of its own, whose
+/// user has typed all answers ahead.
+class Dialogue
+{
+public:
+    explicit Dialogue(const std::string& typed) : answers(FileOf(typed)), screen(std::tmpfile())
+    {
+        session = Session();
+        session.optmain = 'H';
+        session.tcst = 4;
+        session.nch = 3;
+        session.ncsm = 2;
+        session.nenv = 2;
+        AllocateSettings();
+        session.allocatedVariables = 2;
+        session.eVarSelect = dim1Dint(2);
+        session.chLabel = Labels({"sla", "height", "seed"});
+        session.envLabel = Labels({"ph", "slope"});
+        std::strcpy(session.whichPrinda, "gammaPrinda.txt");
+        console.in = &answers;
+        console.out = screen;
+    }
+    ~Dialogue()
+    {
+        FreeGlobals2();
+        session = Session();
+        console.in = &StandardInput();
+        console.out = stdout;
+        console.runMacro = false;
+    }
+    Dialogue(const Dialogue&) = delete;
+    Dialogue& operator=(const Dialogue&) = delete;
+
+    /// Two species: OTUs 1 and 3 of the first, 2 and 3 of the second, 4 of none.
+    static void AddSpecies()
+    {
+        session.nSpp = 2;
+        session.cstSppMap = dim2Dchar(4, 2);
+        const char* const marks[] = {"10", "01", "11", "00"};
+        for (int i = 0; i < 4; i++) std::memcpy(session.cstSppMap[i], marks[i], 2);
+    }
+
+    std::string Screen() { return TextOf(screen); }
+    /// What the dialogue left unread.
+    std::string Rest()
+    {
+        std::string rest;
+        for (int c = answers.Get(); c != EOF; c = answers.Get()) rest += static_cast<char>(c);
+        return rest;
+    }
+
+private:
+    static char** Labels(const std::vector<const char*>& texts)
+    {
+        char** labels = dim2Dchar(static_cast<long>(texts.size()), labelSize);
+        for (std::size_t i = 0; i < texts.size(); i++) std::strcpy(labels[i], texts[i]);
+        return labels;
+    }
+
+    ScratchFolder folder;
+    InputStream answers;
+    OutputFile screen;
+};
+
+std::vector<int> Of(const int* values, int n)
+{
+    return {values, values + n};
+}
+
+/// How often a text stands in another.
+int Count(const std::string& text, const std::string& part)
+{
+    int n = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        n++;
+    return n;
+}
+
+void WriteFile(const char* name, const char* text)
+{
+    std::ofstream(name) << text;
+}
+
+} // namespace
+
+TEST_CASE("the functional analysis asks everything in order") {
+    // types, fuzzy, tests, iterations, taxon shuffle, nesting, seed, measure, function, variables,
+    // traits, weights by groups, OTUs, unit totals, detail
+    Dialogue dialogue("k 3 1 3 2  1 y 999 t 1 k 1 1 2 2  2 4294967295  1 10  2 0 1  2 1 0 1 y "
+                      "2 1 1 0 1 y y  y y rest");
+    session.hasTraitGroups = session.hasPhylogeny = true;
+    session.traitGroups = dim1Dint(3);
+    session.traitGroups[0] = session.traitGroups[1] = session.traitGroups[2] = 7;
+    SettingsHierarchy();
+
+    CHECK(dialogue.Rest() == " rest");
+    CHECK(Of(session.partition_OTUs, 4) == std::vector<int>{3, 1, 3, 2});
+    CHECK(Of(session.nGrPoly, 3) == std::vector<int>{3, 2, 2});
+    CHECK(session.fuzzy == 3);
+    CHECK(session.fuzziness == 1.0);
+    CHECK(session.optRndTests);
+    CHECK(session.niter == 999);
+    CHECK(session.optTaxaSiteShuffle == 't');
+    REQUIRE(session.optRestrictPermutNullModel == 1);
+    CHECK(Of(session.nestingMembershipOTUs, 4) == std::vector<int>{1, 1, 2, 2});
+    CHECK(session.rseed == 4294967295UL);
+    CHECK(session.opt_ro == 1);
+    CHECK(session.rese_opt == 10);
+    CHECK(Of(session.eVarSelect, 2) == std::vector<int>{0, 1});
+    // by hand: two traits of one group are selected, each weighs a half
+    CHECK(session.weight[0] == 0.5);
+    CHECK(session.weight[1] == 0.0);
+    CHECK(session.weight[2] == 0.5);
+    CHECK(Of(session.weight_OTUs, 4) == std::vector<int>{1, 1, 0, 1});
+    CHECK(session.restrictRaoWithinOpt);
+    CHECK_FALSE(session.keepAdditivity);
+    CHECK(session.optUnitTotalAdjust2);
+    CHECK(session.printDetail == 1);
+    CHECK(std::string(session.prindaMode) == "w");
+    REQUIRE(session.includePhylogeny);
+    CHECK(Of(session.partition_OTUs_Phyl, 4) == std::vector<int>{3, 1, 3, 2});
+    CHECK(session.nTaxa == 3);
+
+    const char* const prompts[] = {
+        "FUNCTIONAL ANALYSIS SETTINGS", "\nTrait-based scaling-up", "\nThe partition of OTUs",
+        "Read group memberships", "Enter the group of each OTU:\nOTU:    \t1\t2\t3\t4\nGroups: ",
+        "\nFuzzy set adjustment:\n", "\nPerform randomization", "Enter number of iterations",
+        "Null model based on", "OTU permutation restrictions", "Specify the nesting criterion",
+        "Read nesting group",
+        "Enter the nesting group of each OTU:\nOTU:            \t1\t2\t3\t4\n",
+        "\nInitialization of the random",
+        "\nEnter seed (integer in the 0 to 4294967295 interval):\n",
+        "\nMeasuring congruence using\n", "  5 analysis of variance",
+        "\nSpecify resemblance function between communities:\nResemblance function option:\n",
+        "\nVariables in matrix E", "Select variables:\n", "ph slope \n", "\nTraits in matrix B",
+        "Select traits:\n", "sla height seed \n", "Set weights for traits", "\nOTUs in matrix B",
+        "Enter 0 for exclusion or 1 for inclusion for 4 OTUs\n", "Restrict fuzzy-weighting",
+        "Despite excluding OTUs", "\nStandardize community data", "\nInclude detailed results",
+    };
+    const std::string screen = dialogue.Screen();
+    std::size_t at = 0;
+    for (const char* prompt : prompts) {
+        CAPTURE(prompt);
+        at = screen.find(prompt, at);
+        REQUIRE(at != std::string::npos);
+    }
+}
+
+TEST_CASE("each kind of analysis asks its own questions") {
+    struct Case { const char* fact; char who; int criterion; const char* typed; const char* rest; };
+    const Case cases[] = {
+        {"functional, no tests: no seed either", 'H', 0, "k 1 1 2 2 0 n 3 1 1 1 n n|", "|"},
+        {"functional, site shuffle: no nesting", 'H', 0, "k 1 1 2 2 0 y 9 s 1 2 1 1 1 n n|", "|"},
+        {"ranking: no tests, OTUs, detail or report mode", 'K', 9, "k 1 1 2 2 0 1 6 1 1 n|", "|"},
+        {"ranking by trait averages: from the measure on", 'K', 10, "1 1 1|", "|"},
+        {"ranking by alpha divergence: Euclidean", 'K', 16, "k 1 1 2 2 0 1 1 1 n|", "|"},
+        {"ranking takes the measures of tests", 'K', 1, "k 1 1 2 2 0 5 6 1 1 n|", "|"},
+        {"simulator: no types, no variables, always a seed", 'A', 0, "0 n 2 5 1 6 1 1 n n|", "|"},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        Dialogue dialogue(c.typed);
+        session.optmain = c.who;
+        session.opt_struct = c.criterion;
+        session.niter = 77;
+        session.rseed = 1234;
+        SettingsHierarchy();
+        CHECK(dialogue.Rest() == c.rest);
+        CHECK(session.niter == (session.optRndTests ? 9 : 0));
+        CHECK(session.traitBasedOpt == (c.criterion == 10 ? 2 : 1));
+        CHECK(session.poolCSTopt == (c.criterion == 10 ? 0 : 2));
+        CHECK(Of(session.weight_OTUs, 4) == std::vector<int>{1, 1, 1, 1});
+        CHECK_FALSE(session.includePhylogeny);
+        if (c.who == 'A') CHECK(session.nGrPoly[0] == 4); // every OTU its own type
+        if (c.who == 'A') CHECK(session.rseed == 5);
+        if (c.who == 'H' && !session.optRndTests) CHECK(session.rseed == 1234);
+        const std::string screen = dialogue.Screen();
+        CHECK(Count(screen, "FUNCTIONAL ANALYSIS SETTINGS") == (c.who == 'K' ? 0 : 1));
+        CHECK(Count(screen, "\nThe partition of OTUs") == (c.criterion == 10 ? 0 : 1));
+        CHECK(Count(screen, "  4 linear regression") == (session.optRndTests ? 1 : 0));
+    }
+}
+
+TEST_CASE("a measure that the data rule out is asked again without a word") {
+    struct Case {
+        const char* fact;
+        char who;
+        int criterion, qualitative, quantitative;
+        bool tests;
+        const char* answers;
+        int chosen;
+    };
+    const Case cases[] = {
+        {"nominal E", 'H', 0, 1, 1, true, "2 3 4 5 1", 1},
+        {"nominal E alone takes groups", 'H', 0, 1, 0, true, "4 5", 5},
+        {"quantitative E", 'H', 0, 0, 1, true, "5 4", 4},
+        {"no tests", 'H', 0, 0, 0, false, "4 5 2", 2},
+        {"ranking by beta divergence, nominal E", 'K', 17, 1, 1, false, "2 3 4", 4},
+        {"ranking by phylogeny, nominal E", 'K', 11, 1, 1, false, "3", 3},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        std::string typed = "k 1 2 1 2 0 ";
+        if (c.who == 'H') typed += c.tests ? "y 9 s 1 " : "n ";
+        Dialogue dialogue(typed + c.answers + (c.chosen % 4 == 1 ? " 6" : "") + " 1 1 " +
+                          (c.who == 'H' ? "1 n n" : "n"));
+        session.optmain = c.who;
+        session.opt_struct = c.criterion;
+        session.temEnvQual = c.qualitative;
+        session.temEnvQuant = c.quantitative;
+        SettingsHierarchy();
+        CHECK(session.opt_ro == c.chosen);
+        const int nAnswers = static_cast<int>(std::strlen(c.answers) + 1) / 2;
+        CHECK(Count(dialogue.Screen(), "\nMeasuring congruence using\n") == nAnswers);
+        CHECK(dialogue.Rest().empty());
+    }
+}
+
+TEST_CASE("where the types of OTUs come from") {
+    const std::string others = " 0 n 3 1 1 1 n n";
+    SUBCASE("species: the last one marked; an OTU of none keeps its type") {
+        Dialogue dialogue("y" + others);
+        Dialogue::AddSpecies();
+        session.partition_OTUs[3] = 8;
+        SettingsHierarchy();
+        CHECK(session.OTUsTypesAreSpecies);
+        CHECK(Of(session.partition_OTUs, 4) == std::vector<int>{1, 2, 2, 8});
+        CHECK(session.nGrPoly[0] == 3);
+    }
+    SUBCASE("species refused; a file that is missing leads back to the question") {
+        Dialogue dialogue("n f nowhere.txt f types.txt" + others);
+        const Captured errors(stderr), bells(stdout);
+        WriteFile("types.txt", "2 x1.5\n9");
+        Dialogue::AddSpecies();
+        SettingsHierarchy();
+        CHECK_FALSE(session.OTUsTypesAreSpecies);
+        CHECK(Of(session.partition_OTUs, 4) == std::vector<int>{2, 1, 5, 9}); // digits only
+        CHECK(Count(dialogue.Screen(), "Read group memberships from file") == 2);
+    }
+    SUBCASE("a short file leaves the rest as it was") {
+        Dialogue dialogue("f types.txt" + others);
+        const Captured errors(stderr), bells(stdout);
+        WriteFile("types.txt", "6 5");
+        for (int i = 0; i < 4; i++) session.partition_OTUs[i] = 1;
+        SettingsHierarchy();
+        CHECK(Of(session.partition_OTUs, 4) == std::vector<int>{6, 5, 1, 1});
+    }
+    SUBCASE("nesting groups from a file") {
+        Dialogue dialogue("k 1 1 2 2 0 y 5 t 1 f nesting.txt 1 2 1 1 1 n n");
+        WriteFile("nesting.txt", "a: 4 4\nb: 7 7\n");
+        SettingsHierarchy();
+        CHECK(Of(session.nestingMembershipOTUs, 4) == std::vector<int>{4, 4, 7, 7});
+    }
+    SUBCASE("input that ends") {
+        Dialogue dialogue("f nowhere.txt ");
+        const Captured errors(stderr), bells(stdout);
+        CHECK_THROWS_AS(SettingsHierarchy(), Failure);
+    }
+}
+
+TEST_CASE("an earlier report is erased or continued") {
+    struct Case { const char* fact; bool exists, macro; const char* typed; const char* mode; };
+    const Case cases[] = {
+        {"no report yet", false, false, "", "w"},
+        {"erase", true, false, "W", "w"},
+        {"append", true, false, "a", "a"},
+        {"a macro run appends without a question", true, true, "", "a"},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        Dialogue dialogue(c.typed);
+        if (c.exists) WriteFile("gammaPrinda.txt", "\n");
+        console.runMacro = c.macro;
+        GetPrindaMode("gammaPrinda.txt");
+        CHECK(std::string(session.prindaMode) == c.mode);
+        CHECK(Count(dialogue.Screen(), "\nThis session has a previous gammaPrinda.txt file.\n") ==
+              (c.exists && !c.macro ? 1 : 0));
+    }
+}
+
+TEST_CASE("resemblance of communities and of OTUs") {
+    Dialogue dialogue("5 8 7 9 2");
+    const Captured errors(stderr), bells(stdout);
+    session.part = 1;
+    SettingsRese(); // of communities; 5 is not accepted
+    CHECK(session.rese_opt == 8);
+    session.whichObj = 'c';
+    SettingsRese();
+    CHECK(session.reseCstOpt == 7);
+    CHECK(session.whichLevelCst == 1); // not asked
+    session.poolCSTopt = session.isHierarchical = 1;
+    SettingsRese();
+    CHECK(session.reseCstOpt == 9);
+    CHECK(session.whichLevelCst == 2);
+}
