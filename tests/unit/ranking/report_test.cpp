@@ -1,0 +1,165 @@
+#include <doctest/doctest.h>
+
+#include "unit/ranking/ranking_fixture.hpp"
+
+namespace {
+
+const int allCriteria[] = {1, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};
+
+bool UsesPhylogeny(int criterion)
+{
+    return criterion >= 11 && criterion <= 15;
+}
+
+/// The report without the matrices DR that saving intermediate results puts there.
+std::string WithoutEntropies(const std::string& report)
+{
+    std::istringstream lines(report);
+    std::string kept, line;
+    int skip = 0;
+    while (std::getline(lines, line)) {
+        if (line.rfind("Resemblance matrix DR", 0) == 0) {
+            kept.pop_back(); // the line end in front of the heading
+            skip = session.ncsm + 1;
+        }
+        if (skip > 0) skip--;
+        else kept += line + "\n";
+    }
+    return kept;
+}
+
+/// The report from the lines that differ from run to run on.
+std::string BodyOf(const std::string& report)
+{
+    return report.substr(report.find("Formatted data: "));
+}
+
+} // namespace
+
+TEST_CASE("every criterion under every measure, resemblance and kind of data")
+{
+    // Saving the matrices makes the search take the plain form of all resemblances: the report has
+    // to be the same, byte for byte. (With a phylogeny it is not meant to be.)
+    for (const int fuzzy : {0, 3})
+        for (const bool holes : {false, true})
+            for (int measure = 1; measure <= 5; measure++)
+                for (const int resemblance : {6, 7, 8, 9, 10, 5}) {
+                    if (measure > 1 && resemblance != 6 && resemblance != 5) continue;
+                    RankingData data = MixedData(8, 12, 11);
+                    for (std::vector<double>& row : data.B) row.resize(4);
+                    if (holes) data.B[3][0] = data.B[5][1] = -999.0;
+                    SessionTest test;
+                    LoadRanking(data);
+                    session.fuzzy = fuzzy;
+                    session.opt_ro = measure;
+                    session.rese_opt = resemblance;
+                    session.printRankIntermedResults = 'y';
+                    for (const int criterion : allCriteria) {
+                        CAPTURE(criterion);
+                        CAPTURE(measure);
+                        CAPTURE(resemblance);
+                        const std::string report = RankingReport(criterion);
+                        CHECK(TimesIn(report, "optimal subset with ") == 4);
+                        CHECK(report.find("Elapsed\n") != std::string::npos);
+                        preferences.saveStruct = 'y';
+                        const std::string saved = RankingReport(criterion);
+                        preferences.saveStruct = 'n';
+                        if (!UsesPhylogeny(criterion)) {
+                            const bool same = BodyOf(WithoutEntropies(saved)) == BodyOf(report);
+                            CHECK(same);
+                        }
+                    }
+                }
+}
+
+TEST_CASE("heads of the reports")
+{
+    const std::string partition =
+        "Pooling of OTUs: 2 (polythetic)\n"
+        "Partition of OTUs into types specified by the user:\n"
+        "1\t2\t3\t1\t2\t3\t1\t2\t3\t1\t2\t3\t\n";
+    const std::string approach =
+        "Trait-based approach: 1 (composition of types)\n"
+        "Community data matrix W adjusted to unit totals prior to trait convergence evaluation.\n"
+        "Community data matrix W NOT adjusted to unit totals prior to evaluation.\n";
+    const std::string gower = "Resemblance function between OTUs: 1 (Gower index)\n";
+    const std::string algorithm = "Ranking algorithm: 2 (all trait combinations)\n";
+    const std::string fuzzy =
+        "Fuzzy transformation: fuzzy (fuzzy belonging of OTUs to types)\n";
+    const std::string mantel = "Correlation measure: matrix correlation (Mantel)\n";
+    const std::string rv = "Correlation measure: RV coefficient (Escoufier 1973)\n";
+    const std::string chord = "Resemblance option between communities: 10 (chord distance)\n";
+    const std::string overfit =
+        "For partial matrix correlations, the factor (f) for limiting the number of predictors in PCA regression in relation to sample size n (number of predictors = n/f): 2\n";
+    const std::string used = "Traits that were considered:\n1  2  3  5  \n";
+    const std::string rows = "\nTRC         \tTrait subset used:\n";
+    const std::string rowsWithGroups = "\nTRC         \tGroups\tTrait subset used:\n";
+    struct Case { int criterion, measure; std::string head; };
+    const Case cases[] = {
+        {1, 1, "Trait ranking criterion (TRC): 1 (both trait-divergence and trait-convergence assembly patterns)\n" + mantel + partition +
+             "Gower similarity index modified to count matching absences in binary traits? yes\n" + algorithm + fuzzy + chord + used + rows},
+        {1, 3, "Trait ranking criterion (TRC): 1 (both trait-divergence and trait-convergence assembly patterns)\n" + rv + partition +
+             "Gower similarity index modified to count matching absences in binary traits? yes\n" + algorithm + fuzzy + used + rows},
+        {10, 1, "\nTrait-based approach: 1 (composition of types)\nTrait ranking criterion (TRC): 10 (Trait-convergence assembly patterns, TCAP)\n" + mantel +
+             algorithm + used + chord + rows},
+        {9, 3, approach + "Trait ranking criterion (TRC): 9 (Trait-divergence assembly patterns, TDAP)\n" + rv + partition + gower +
+             "Gower similarity modified to count matching absences in binary traits? yes\n" + algorithm + used + fuzzy + overfit + rows},
+        {20, 1, approach + "Trait ranking criterion (TRC): 20 (trait divergence: r(XZ.T))21 (correlation between 'dark diversity' (for each community, sum of absolute differences between matrices X and W) and E: r(SE))\tmatrix correlation (Mantel)\n" + mantel + partition + gower +
+             "Gower similarity modified to count matching absences in binary traits? yes\n"
+             "Rao entropy based on traits computed on square root transformed dissimilarities? yes\n" + algorithm + fuzzy + chord + rowsWithGroups},
+        {21, 1, approach + "Trait ranking criterion (TRC): (null)\tmatrix correlation (Mantel)\n" + mantel + partition + gower +
+             "Gower similarity modified to count matching absences in binary traits? yes\n"
+             "Rao entropy based on traits computed on square root transformed dissimilarities? yes\n" + algorithm + fuzzy + chord + rowsWithGroups},
+        {24, 3, approach + "Trait ranking criterion (TRC): Procrustes (traceW)\tRV coefficient (Escoufier 1973)\n" + rv + partition + gower +
+             "Gower similarity modified to count matching absences in binary traits? yes\n"
+             "Rao entropy based on traits computed on square root transformed dissimilarities? yes\n" + algorithm + fuzzy + overfit + rowsWithGroups},
+        {13, 1, approach + "Trait ranking criterion (TRC): 13 (correlation of phylogenetically structured assembly patterns, PSAP to trait-convergence assembly patterns, TCAP)\n" + mantel + partition + gower +
+             "Gower index modified to count matching absences in binary traits? yes\n" + algorithm + fuzzy + chord + rows},
+    };
+    SessionTest test;
+    LoadRanking(MixedData(8, 12, 11));
+    session.rese_opt = 10;
+    session.optUnitTotalAdjust2 = false;
+    session.weight[3] = 0.0;
+    session.nMaxTraitsChRank = 1;
+    session.printRankIntermedResults = 'y';
+    for (const Case& c : cases) {
+        CAPTURE(c.criterion);
+        session.opt_ro = c.measure;
+        const std::string body = BodyOf(RankingReport(c.criterion));
+        const std::string head = "Formatted data: NULL \n" + c.head;
+        CHECK(body.substr(0, head.size()) == head);
+    }
+}
+
+TEST_CASE("the report of niche conservation")
+{
+    SessionTest test;
+    LoadRanking(MixedData(8, 12, 11));
+    session.nMaxTraitsChRank = 2;
+    session.weight[3] = 0.0;
+    const std::string report = RankingReport(14);
+
+    // The best subsets stand over the first lines of the head: their traits, types and values.
+    std::string block, values;
+    for (const int size : {1, 2}) {
+        const BestOfSize best = BestOf(report, size);
+        std::istringstream traits(best.traits);
+        for (std::string trait; traits >> trait;) block += trait + " \t";
+        block += "\n";
+        char value[40];
+        std::snprintf(value, sizeof value, "%-13g\t", best.value);
+        values += value;
+    }
+    block += "\n3    \t3    \t\n" + values + "\n";
+    CHECK(report.substr(0, block.size()) == block);
+
+    // What stood behind the block is still there.
+    CHECK(report.find("Pooling of OTUs") != std::string::npos);
+    CHECK(report.find("Traits considered in the computation of Gower similarity index between populations:\t1  2  3  5  \n") != std::string::npos);
+    CHECK(report.find("Correlation measure") == std::string::npos);
+
+    // The table of evaluations never shows the one it holds; the other one shows empty slots.
+    CHECK(TimesIn(report, "-1.79769e+308\t0 groups\t\n") == 100);
+    CHECK(TimesIn(report, "\n0           \t0 groups\t\n") >= 90);
+}
