@@ -50,9 +50,7 @@ double Convergence(RankingMatrices& m, SubsetStatistics&)
 
 double MantelDivergence(RankingMatrices& m, SubsetStatistics& r)
 {
-    r.TE = Congruence(m.DE, m.DT());
-    r.XE = Congruence(m.DE, m.DX());
-    r.XT = Congruence(m.DT(), m.DX());
+    CongruenceOfThree(m.DE, m.DT(), m.DX(), &r.TE, &r.XE, &r.XT);
     return PartialCorrelation(r.XE, r.XT, r.TE);
 }
 
@@ -100,9 +98,8 @@ double SmoothedT(RankingMatrices& m, SubsetStatistics&)
 double SmoothedXWithoutT(RankingMatrices& m, SubsetStatistics& r)
 {
     if (!IsMantel()) return CoefficientWithoutT(m, m.g, m.s, m.X(), m.Z);
-    r.TZ = Congruence(m.DZ, m.DT());
-    r.XT = Congruence(m.DT(), m.DX());
-    return PartialCorrelation(Congruence(m.DZ, m.DX()), r.XT, r.TZ);
+    CongruenceOfThree(m.DZ, m.DT(), m.DX(), &r.TZ, &r.XZ, &r.XT);
+    return PartialCorrelation(r.XZ, r.XT, r.TZ);
 }
 
 // --- Phylogenetic structure
@@ -125,9 +122,7 @@ double PhylogenyAndXWithoutT(RankingMatrices& m, SubsetStatistics& r)
         r.PX_T = CoefficientWithoutT(m, m.f, m.g, m.P, m.X());
         return r.PX_T;
     }
-    r.PX = Congruence(m.DP, m.DX());
-    r.XT = Congruence(m.DT(), m.DX());
-    r.PT = Congruence(m.DP, m.DT());
+    CongruenceOfThree(m.DP, m.DT(), m.DX(), &r.PT, &r.PX, &r.XT);
     r.PX_T = PartialCorrelation(r.PX, r.XT, r.PT);
     return r.PX_T;
 }

@@ -14,7 +14,7 @@
 struct SubsetStatistics {
     double value = 0.0; // of the criterion
     double TE = 0.0, XE = 0.0, XT = 0.0, XE_T = 0.0;
-    double TZ = 0.0;
+    double TZ = 0.0, XZ = 0.0;
     double PT = 0.0, PX = 0.0, PX_T = 0.0;
     double PE = 0.0, TE_P = 0.0, PE_T = 0.0, XE_P = 0.0, XE_PT = 0.0;
     double betaNiche = 0.0, alphaBetaNiche = 0.0, alphaNiche = 0.0;

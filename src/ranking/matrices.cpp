@@ -271,7 +271,7 @@ double** RankingMatrices::T()
     return subsetT;
 }
 
-const Structure& RankingMatrices::DT()
+Structure& RankingMatrices::DT()
 {
     if (made.DT) return dt;
     made.DT = true;
@@ -368,7 +368,7 @@ double** RankingMatrices::Rao()
     return rao;
 }
 
-const Structure& RankingMatrices::DR()
+Structure& RankingMatrices::DR()
 {
     if (made.DR) return dr;
     made.DR = true;
@@ -385,7 +385,7 @@ double** RankingMatrices::Dark()
     return dark;
 }
 
-const Structure& RankingMatrices::DS()
+Structure& RankingMatrices::DS()
 {
     if (made.DS) return ds;
     made.DS = true;

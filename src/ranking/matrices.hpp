@@ -48,15 +48,15 @@ public:
     // Of the subset; each is made at the first call after Select.
     double** RawT();         // n x t community averages; 0 in columns of other traits
     double** T();            // the same, columns scaled to unit length
-    const Structure& DT();
+    Structure& DT();
     double** S();            // s x s similarity between OTUs
     double** Q();            // s x g belonging to types
     double** X();            // n x s; columns from g on are 0
     Structure& DX();
     double** Rao();          // n x 1 entropy of each community
-    const Structure& DR();
+    Structure& DR();
     double** Dark();         // n x 1 distance of W and X in each community
-    const Structure& DS();
+    Structure& DS();
 
 private:
     void FillEnvironment();

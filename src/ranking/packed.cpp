@@ -16,7 +16,7 @@ std::size_t At(int i)
 } // namespace
 
 Structure::Structure(int communities)
-    : rows(communities, communities), n(communities), nCells(TriangleSize(communities)),
+    : n(communities), rows(communities, communities), nCells(TriangleSize(communities)),
       cells(nCells)
 {
 }
@@ -26,7 +26,7 @@ void Structure::TakeRows()
     double* cell = cells;
     for (int i = 0; i < n; i++)
         for (int k = i + 1; k < n; k++) *cell++ = rows[i][k];
-    Settle();
+    form = Form::packed;
 }
 
 void Structure::TakeSquares(const double* sums)
@@ -34,7 +34,7 @@ void Structure::TakeSquares(const double* sums)
     double* const cell = cells;
     #pragma omp simd
     for (long c = 0; c < nCells; c++) cell[c] = sums[c] > 0.0 ? std::sqrt(sums[c]) : 0.0;
-    Settle();
+    form = Form::packed;
 }
 
 void Structure::TakeColumns(int p, double* const* columns)
@@ -56,12 +56,21 @@ void Structure::TakeColumns(int p, double* const* columns)
         for (int k = 0; k < length; k++) row[k] = row[k] > 0.0 ? std::sqrt(row[k]) : 0.0;
         row += length;
     }
-    Settle();
+    form = Form::packed;
 }
 
-/// Replaces the distances by their deviations from the mean. Two passes, as in MatrixCorr.
-void Structure::Settle()
+// Correlations take two passes, as in MatrixCorr: the means, then deviations, squares and products.
+// A sum waits for its last addition, so sums that share a pass cost little more than one of them.
+
+double Structure::Quotient(double products, double squaresA, double squaresB)
 {
+    if (squaresA == 0.0 || squaresB == 0.0) return 0.0;
+    return products / std::sqrt(squaresA * squaresB);
+}
+
+void Structure::Centre()
+{
+    if (form == Form::centred) return;
     double* const cell = cells;
     double sum = 0.0;
     for (long c = 0; c < nCells; c++) sum += cell[c];
@@ -71,27 +80,86 @@ void Structure::Settle()
         cell[c] -= mean;
         sumSquares += cell[c] * cell[c];
     }
-    prepared = true;
+    form = Form::centred;
 }
 
-double Structure::Correlate(const Structure& other) const
+/// The correlation with a centred structure; this one becomes centred, too.
+double Structure::CorrelateWithCentred(const Structure& other)
 {
-    const double* const a = cells;
+    double* const a = cells;
     const double* const b = other.cells;
+    double mean = 0.0;
+    if (form == Form::packed) {
+        double sum = 0.0;
+        for (long c = 0; c < nCells; c++) sum += a[c];
+        mean = sum / static_cast<double>(nCells);
+    }
+    double squares = 0.0;
     double products = 0.0;
-    for (long c = 0; c < nCells; c++) products += b[c] * a[c];
-    if (sumSquares == 0.0 || other.sumSquares == 0.0) return 0.0;
-    return products / std::sqrt(sumSquares * other.sumSquares);
+    for (long c = 0; c < nCells; c++) {
+        a[c] -= mean; // 0 if the cells are centred already
+        squares += a[c] * a[c];
+        products += b[c] * a[c];
+    }
+    sumSquares = squares;
+    form = Form::centred;
+    return Quotient(products, sumSquares, other.sumSquares);
 }
 
-double MantelCorr(const Structure& a, const Structure& b)
+double MantelCorr(Structure& a, Structure& b)
 {
-    return a.prepared && b.prepared ? a.Correlate(b) : MatrixCorr(a.n, a.rows, b.rows);
+    using Form = Structure::Form;
+    if (a.form == Form::rows || b.form == Form::rows) return MatrixCorr(a.n, a.rows, b.rows);
+    if (b.form != Form::centred) {
+        a.Centre();
+        return b.CorrelateWithCentred(a);
+    }
+    return a.CorrelateWithCentred(b);
 }
 
-double Congruence(const Structure& a, const Structure& b)
+double Congruence(Structure& a, Structure& b)
 {
-    return a.prepared && b.prepared ? a.Correlate(b) : CommunityCorr(a.n, a.rows, b.rows);
+    return a.n < 3 ? CommunityCorr(a.n, a.rows, b.rows) : MantelCorr(a, b);
+}
+
+void CongruenceOfThree(Structure& third, Structure& x, Structure& y, double* withX, double* withY,
+                       double* ofXY)
+{
+    using Form = Structure::Form;
+    if (x.form != Form::packed || y.form != Form::packed || third.form == Form::rows) {
+        *withX = Congruence(third, x);
+        *withY = Congruence(third, y);
+        *ofXY = Congruence(x, y);
+        return;
+    }
+    third.Centre();
+    double* const a = x.cells;
+    double* const b = y.cells;
+    const double* const f = third.cells;
+    const long nCells = x.nCells;
+    double sumA = 0.0, sumB = 0.0;
+    for (long c = 0; c < nCells; c++) {
+        sumA += a[c];
+        sumB += b[c];
+    }
+    const double meanA = sumA / static_cast<double>(nCells);
+    const double meanB = sumB / static_cast<double>(nCells);
+    double aa = 0.0, bb = 0.0, af = 0.0, bf = 0.0, ab = 0.0;
+    for (long c = 0; c < nCells; c++) {
+        a[c] -= meanA;
+        b[c] -= meanB;
+        aa += a[c] * a[c];
+        bb += b[c] * b[c];
+        af += a[c] * f[c];
+        bf += b[c] * f[c];
+        ab += a[c] * b[c];
+    }
+    x.sumSquares = aa;
+    y.sumSquares = bb;
+    x.form = y.form = Form::centred;
+    *withX = Structure::Quotient(af, aa, third.sumSquares);
+    *withY = Structure::Quotient(bf, bb, third.sumSquares);
+    *ofXY = Structure::Quotient(ab, aa, bb);
 }
 
 void AverageSimilarity(int n, const double* sums, int k, double** S)

@@ -71,43 +71,48 @@ private:
     std::vector<int> previous; // the trait that each level but the last ends with
 };
 
-/// A resemblance between n communities, with what its correlations share.
+/// A resemblance between n communities, kept ready for correlation.
 class Structure {
 public:
     explicit Structure(int n);
 
-    /// n x n, upper triangle and diagonal; not written by the Take... routines.
+    const int n;
+    /// n x n, upper triangle and diagonal; not written by TakeSquares and TakeColumns.
     const OwnedRows rows;
 
-    /// The rows were written and hold no missing cell: prepares them for correlation.
+    /// The rows were written and hold no missing cell: packs them.
     void TakeRows();
     /// Roots of these sums of squares, a triangle; a sum not above 0 gives 0.
     void TakeSquares(const double* sums);
     /// Euclidean distances of the communities by p columns, columns[j][community].
     void TakeColumns(int p, double* const* columns);
-    /// Forgets the preparation: correlations read the rows.
-    void TakeBack() { prepared = false; }
-    bool IsPrepared() const { return prepared; }
 
-    const int n;
-
-    /// Mantel's matrix correlation (MatrixCorr).
-    friend double MantelCorr(const Structure& a, const Structure& b);
-    /// The same with the rule for fewer than 3 communities (CommunityCorr).
-    friend double Congruence(const Structure& a, const Structure& b);
+    /// Mantel's matrix correlation (MatrixCorr) of two structures; from their rows unless both are
+    /// packed.
+    friend double MantelCorr(Structure& a, Structure& b);
+    /// The three correlations of two structures that were just made with each other and with a
+    /// third one, by the rule of Congruence, in a single pass.
+    friend void CongruenceOfThree(Structure& third, Structure& x, Structure& y, double* withX,
+                                  double* withY, double* ofXY);
 
 private:
-    double Correlate(const Structure& other) const;
-    void Settle();
+    enum class Form { rows, packed, centred };
+
+    void Centre();
+    double CorrelateWithCentred(const Structure& other);
+    static double Quotient(double products, double squaresA, double squaresB);
 
     const long nCells;
-    bool prepared = false;
-    OwnedVector cells;      // distances, then their deviations from the mean: a triangle
-    double sumSquares = 0.0; // of the deviations
+    Form form = Form::rows;
+    OwnedVector cells;       // the triangle: distances, once centred less their mean
+    double sumSquares = 0.0; // of the centred cells
 };
 
-double MantelCorr(const Structure& a, const Structure& b);
-double Congruence(const Structure& a, const Structure& b);
+double MantelCorr(Structure& a, Structure& b);
+/// The same with the rule for fewer than 3 communities (CommunityCorr); these are never packed.
+double Congruence(Structure& a, Structure& b);
+void CongruenceOfThree(Structure& third, Structure& x, Structure& y, double* withX, double* withY,
+                       double* ofXY);
 
 /// Similarities of n OTUs averaged over k traits.
 ///

@@ -23,7 +23,7 @@ void CompareAll(int criterion, bool shuffled)
 {
     const int t = session.nch;
     RangeStates(t, session.tcst, session.csm_Float, session.chtype, session.chrange);
-    PlainRanking plain(criterion == 11);
+    plain::Ranking plainly(criterion == 11);
     const Criterion& ranked = *FindCriterion(criterion);
     session.opt_struct = criterion;
     RankingMatrices matrices(ranked.needs);
@@ -44,7 +44,7 @@ void CompareAll(int criterion, bool shuffled)
         }
         matrices.Select(traits.data(), static_cast<int>(traits.size()));
         const double value = ranked.value(matrices, statistics);
-        if (!SameBits(value, plain.Value(criterion, select))) nDifferent++;
+        if (!SameBits(value, plainly.Value(criterion, select))) nDifferent++;
     }
     CAPTURE(criterion);
     CAPTURE(shuffled);

@@ -82,7 +82,7 @@ inline void LoadRanking(const RankingData& data)
     s.chLabel = dim2Dchar(s.nch, labelSize);
     for (int t = 0; t < s.nch; t++) {
         s.chtype[t] = data.traitTypes.empty() ? 3 : data.traitTypes[static_cast<std::size_t>(t)];
-        std::snprintf(s.chLabel[t], labelSize, "%d", t + 1);
+        s.chLabel[t][0] = static_cast<char>('1' + t); // trait numbers serve as labels
         s.weight[t] = 1.0;
     }
     std::fill_n(s.weight_OTUs, s.tcst, 1);
