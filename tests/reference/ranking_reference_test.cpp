@@ -8,6 +8,8 @@
 
 #include "unit/ranking/ranking_fixture.hpp"
 
+using namespace ranking_test;
+
 namespace {
 
 Rows ReadRows(const std::string& path, std::size_t nRows)

@@ -11,6 +11,8 @@
 #include "unit/ranking/plain_ranking.hpp"
 #include "unit/ranking/ranking_fixture.hpp"
 
+using namespace ranking_test;
+
 namespace {
 
 bool SameBits(double a, double b)

@@ -16,6 +16,8 @@
 #include "shell/preferences.hpp"
 #include "unit/session/session_fixture.hpp"
 
+namespace ranking_test {
+
 struct RankingData {
     Rows B, W, E, F; // OTUs x traits, communities x OTUs, communities x variables, OTUs x OTUs
     std::vector<int> types, traitTypes;
@@ -184,3 +186,5 @@ inline RankingData MixedData(int n, int s, unsigned seed)
     }
     return data;
 }
+
+} // namespace ranking_test

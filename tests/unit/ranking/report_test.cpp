@@ -1,6 +1,9 @@
 #include <doctest/doctest.h>
 
+#include "unit/ranking/plain_ranking.hpp"
 #include "unit/ranking/ranking_fixture.hpp"
+
+using namespace ranking_test;
 
 namespace {
 
@@ -34,7 +37,62 @@ std::string BodyOf(const std::string& report)
     return report.substr(report.find("Formatted data: "));
 }
 
+/// ro(PT) of the two traits, from the rows of a report.
+std::vector<double> PhylogenyAndAverages(const std::string& report)
+{
+    std::vector<double> values;
+    for (std::size_t at = report.find("ro(PT)=\t"); at != std::string::npos;
+         at = report.find("ro(PT)=\t", at + 1))
+        values.push_back(std::stod(report.substr(at + 8)));
+    return values;
+}
+
+/// Correlation of the distances that two traits make between communities.
+double CorrelationOfAverages(const RankingData& data)
+{
+    const int n = static_cast<int>(data.W.size());
+    plain::Table D[2] = {plain::Zeros(n, n), plain::Zeros(n, n)};
+    for (std::size_t trait = 0; trait < 2; trait++) {
+        plain::Table averages = plain::Zeros(n, 1);
+        for (int c = 0; c < n; c++) {
+            const std::vector<double>& W = data.W[static_cast<std::size_t>(c)];
+            double total = 0.0;
+            for (std::size_t i = 0; i < W.size(); i++) {
+                plain::At(averages, c, 0) += W[i] * data.B[i][trait];
+                total += W[i];
+            }
+            plain::At(averages, c, 0) /= total;
+        }
+        plain::Manhattan(n, 1, averages, D[trait]);
+    }
+    return plain::Mantel(n, D[0], D[1]);
+}
+
 } // namespace
+
+TEST_CASE("saving structures leaves DP without the effect of the subsets before")
+{
+    RankingData data = MixedData(8, 12, 11);
+    for (std::vector<double>& row : data.B) row = {row[0], row[2]};
+    data.traitTypes = {3, 3};
+    SessionTest test;
+    LoadRanking(data);
+    session.nMaxTraitsChRank = 1;
+    session.printRankIntermedResults = 'y';
+    const std::vector<double> plainly = PhylogenyAndAverages(RankingReport(13));
+    preferences.saveStruct = 'y';
+    const std::vector<double> saved = PhylogenyAndAverages(RankingReport(13));
+    preferences.saveStruct = 'n';
+    REQUIRE(plainly.size() == 2);
+    REQUIRE(saved.size() == 2);
+    CHECK(saved[0] == plainly[0]);
+    // The second one is the semipartial correlation of DP and DT given DT of the first trait:
+    // (r12 - r13 r23) / root(1 - r13^2). The residuals are fitted in single precision.
+    const double expected = (plainly[1] - plainly[0] * CorrelationOfAverages(data)) /
+                            std::sqrt(1.0 - plainly[0] * plainly[0]);
+    CHECK(saved[1] == doctest::Approx(expected).epsilon(1e-4));
+    CHECK(std::fabs(expected - plainly[1]) > 0.01);
+}
 
 TEST_CASE("every criterion under every measure, resemblance and kind of data")
 {

@@ -5,6 +5,8 @@
 
 #include "unit/ranking/ranking_fixture.hpp"
 
+using namespace ranking_test;
+
 namespace {
 
 const double notANumber = std::numeric_limits<double>::quiet_NaN();

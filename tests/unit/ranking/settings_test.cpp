@@ -4,6 +4,8 @@
 #include "ranking/settings.hpp"
 #include "unit/ranking/ranking_fixture.hpp"
 
+using namespace ranking_test;
+
 namespace {
 
 /// The texts stand on the screen, one behind the other.
