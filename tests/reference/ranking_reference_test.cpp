@@ -12,11 +12,11 @@ using namespace ranking_test;
 
 namespace {
 
-Rows ReadRows(const std::string& path, std::size_t nRows)
+ranking_test::Rows ReadRows(const std::string& path, std::size_t nRows)
 {
     std::ifstream file(path);
     REQUIRE(file.good());
-    Rows rows;
+    ranking_test::Rows rows;
     std::string line;
     while (rows.size() < nRows && std::getline(file, line)) {
         std::istringstream cells(line);

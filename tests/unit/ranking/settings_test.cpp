@@ -2,6 +2,7 @@
 
 #include "ranking/ranking.hpp"
 #include "ranking/settings.hpp"
+#include "shell/console.hpp"
 #include "unit/ranking/ranking_fixture.hpp"
 
 using namespace ranking_test;
