@@ -71,7 +71,7 @@ RankingMatrices::RankingMatrices(const RankingNeeds& wanted)
 void RankingMatrices::FillEnvironment()
 {
     const int kind = session.optEnvVarType;
-    for (int i = 0; i < n; i++) std::copy_n(session.env == nullptr ? nullptr : session.env[i], e, E[i]);
+    if (e > 0) CopyMatrix(n, e, session.env, E);
     if (kind == sameUnits || kind == differentUnits || kind == binary ||
         (kind == severalKinds && session.temEnvQual == 0)) {
         if (kind != sameUnits) CorrAdj(n, e, E, E);
@@ -341,7 +341,8 @@ Structure& RankingMatrices::DX()
     made.DX = true;
     double** rows = X();
     const int option = session.rese_opt;
-    if (packed && sparseX && (option == euclidean || option == relativeEuclidean || option == chord)) {
+    const bool isEuclidean = option == euclidean || option == relativeEuclidean || option == chord;
+    if (packed && sparseX && isEuclidean) {
         if (option == chord) {
             NormalizeRowsMV(n, g, rows, unitRows);
             rows = unitRows;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <limits>
 #include <vector>
 
 #include "numeric/random.hpp"
@@ -122,7 +123,7 @@ void Search::SearchSize(int k)
     const int nSubsets = NumberOfSubsets(session.nch, k);
     for (int i = 0; i < session.nch; i++) subset[i] = i + 1;
     for (int c = 0; c < nSubsets; c++) {
-        iteration++;
+        if (iteration < std::numeric_limits<int>::max()) iteration++;
         char progress[80];
         std::snprintf(progress, sizeof progress, "Iteration: %d of %d, Traits: %d", iteration,
                       nIterations, k);
