@@ -95,15 +95,18 @@ TEST_CASE("subset matrices have the bits of the plain form")
 
 TEST_CASE("sums over growing lists of layers")
 {
-    // By hand; two levels kept, so that the third trait of a list shares the last one.
+    // By hand. With two levels kept the third trait of a list shares the last one.
     const float a[] = {1.0F}, b[] = {10.0F}, c[] = {100.0F}, d[] = {1000.0F};
     const float* const layers[] = {a, b, c, d};
-    PrefixSums<float> sums(1, 2);
     struct Case { std::vector<int> traits; double sum; };
     const Case cases[] = {
         {{0}, 1}, {{0, 1}, 11}, {{0, 1, 2}, 111}, {{0, 1, 3}, 1011}, {{0, 2, 3}, 1101},
         {{0, 1, 2, 3}, 1111}, {{0, 1}, 11}, {{1, 2}, 110}, {{1}, 10}, {{1, 3}, 1010}, {{1, 3}, 1010},
+        {{0, 2, 3}, 1101}, {{1}, 10}, {{1, 2}, 110}, // a shorter list outdates what stood behind it
     };
-    for (const Case& one : cases)
-        CHECK(*sums.Sum(layers, one.traits.data(), static_cast<int>(one.traits.size())) == one.sum);
+    for (const int nLevels : {2, 4}) {
+        PrefixSums<float> sums(1, nLevels);
+        for (const Case& one : cases)
+            CHECK(*sums.Sum(layers, one.traits.data(), static_cast<int>(one.traits.size())) == one.sum);
+    }
 }
