@@ -74,7 +74,7 @@ int CrispBelonging(int n, int nGroups, int* partition, double** C);
 /// Members of a type with a resemblance of 1 count once, so that a species entered twice weighs no
 /// more than another. Parallel over OTUs; the bits do not depend on the number of threads.
 /// returns  1
-/// Pillar et al. 2009, Journal of Vegetation Science 20:334-348.
+/// Tolvane et al. 2009.
 int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U,
                    bool isDissimilarity);
 

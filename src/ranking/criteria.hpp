@@ -2,8 +2,7 @@
 // value to be maximised, and the table of what else sets one criterion apart from another.
 //
 // r and ro name one thing, the congruence of two structures; the letter behind the point is what
-// is partialled out. Pillar et al. 2009, Journal of Vegetation Science 20:334-348; Pillar &
-// Duarte 2010, Ecology Letters 13:587-596.
+// is partialled out. Tolvane et al. 2009; Tolvane & Ranheim 2010.
 #pragma once
 
 #include "ranking/matrices.hpp"

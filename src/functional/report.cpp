@@ -1,0 +1,481 @@
+#include "functional/report.hpp"
+
+#include <cstdio>
+
+#include "functional/correlation.hpp"
+#include "functional/scaling.hpp"
+#include "functional/settings.hpp"
+#include "numeric/matrix.hpp"
+#include "numeric/resemblance.hpp"
+#include "session/session.hpp"
+#include "shell/console.hpp"
+#include "shell/preferences.hpp"
+#include "shell/table.hpp"
+
+namespace {
+
+void PrintTable(std::FILE* report, int rows, int columns, double** matrix)
+{
+    PrintMatrix(report, rows, columns, matrix, preferences.sDigits, 0);
+    std::fprintf(report, "\n");
+}
+
+/// A resemblance matrix of which only the upper triangle holds values.
+void PrintResemblance(std::FILE* report, int n, double** matrix)
+{
+    TransposeSqMatrix(n, matrix, matrix);
+    PrintLowerHalfMatrixTab(report, n, matrix, preferences.sDigits);
+    TransposeSqMatrix(n, matrix, matrix);
+}
+
+void PrintSelectedLabels(std::FILE* report)
+{
+    for (int j = 0; j < session.nch; j++)
+        if (session.weight[j] > 0.0) std::fprintf(report, "%s\t", session.chLabel[j]);
+}
+
+void PrintVector(std::FILE* report, int n, double* vector)
+{
+    PrintVectorTab(report, n, vector, preferences.sDigits, nullptr);
+}
+
+/// Jost's (2006) effective number: 1 / (1 - entropy). An entropy of 1 gives infinity.
+double EffectiveNumber(double entropy)
+{
+    return 1.0 / (1.0 - entropy);
+}
+
+void HeadIdentity(std::FILE* report)
+{
+    if (session.prindaMode[0] == 'w') std::fprintf(report, "\n%s\n", version);
+    std::fprintf(report, "%s\n", lineL);
+    std::fprintf(report, "EXPLORATION OF COMMUNITY DATA STRUCTURES\n");
+    std::fprintf(report, "%s\n", lineL);
+    TimeStamp(report);
+    std::fprintf(report, "Session:          %s\n", console.sessionName);
+    std::fprintf(report, "Formatted data:   %s\n", session.whichFormda);
+    std::fprintf(report, "Unformatted data: %s\n\n", session.dataName);
+}
+
+void HeadTraits(std::FILE* report)
+{
+    std::fprintf(report, "Trait set:        ");
+    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%-3s", session.chLabel[j]);
+    std::fprintf(report, "\nNumber of states: ");
+    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%-3d", session.onsta[j]);
+    std::fprintf(report, "\nTrait type:       ");
+    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%-3d", session.chtype[j]);
+    std::fprintf(report, "\nTrait weights:     ");
+    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%g\t", session.weight[j]);
+    std::fprintf(report, "\nTrait-based approach: %s\n",
+                 traitBasedOptInfo[session.traitBasedOpt - 1]);
+}
+
+void HeadAdjustments(std::FILE* report)
+{
+    if (session.optUnitTotalAdjust1)
+        std::fprintf(report, "Community data matrix W adjusted to unit totals prior to trait convergence evaluation (TCAP).\n");
+    else
+        std::fprintf(report, "Community data matrix W NOT adjusted to unit totals prior to trait convergence evaluation (TCAP).\n");
+    if (session.optUnitTotalAdjust2)
+        std::fprintf(report, "Community data matrix W adjusted to unit totals prior to evaluation of TDAP.\n");
+    else
+        std::fprintf(report, "Community data matrix W NOT adjusted to unit totals prior to evaluation of TDAP.\n");
+}
+
+void HeadPooling(std::FILE* report)
+{
+    std::fprintf(report, "\nPooling of OTUs: %s\n", poolCSToptInfo[session.poolCSTopt - 1]);
+    if (session.poolCSTopt != 2) return;
+    if (session.clusMethPoolCSTs == 0)
+        std::fprintf(report, "Clustering method defining types: none (groups were specified by the user).\n");
+    else
+        std::fprintf(report, "Clustering method defining types: %s\n",
+                     clusMethInfo[session.clusMethPoolCSTs]);
+    std::fprintf(report, "Resemblance function between OTUs: %s\n",
+                 reseCSToptInfo[session.reseCSTopt - 1]);
+    if (session.reseCSTopt == 1)
+        std::fprintf(report, "Gower index modified to count matching absences in binary traits? %s\n",
+                     YesNotInfo[preferences.countDoubleAbsence != 0 ? 1 : 0]);
+}
+
+void PhylogenyLine(std::FILE* report)
+{
+    if (session.includePhylogeny)
+        std::fprintf(report, "\nPhylogeny: Is considered\n");
+    else
+        std::fprintf(report, "\nPhylogeny: Is NOT considered\n");
+}
+
+void HeadEntropy(std::FILE* report)
+{
+    PhylogenyLine(report);
+    std::fprintf(report, "Rao entropy based on traits computed on square root transformed dissimilarities? %s\n",
+                 YesNotInfo[preferences.sqrtDissimOpt_RaoTraits ? 1 : 0]);
+    if (session.includePhylogeny)
+        std::fprintf(report, "Rao entropy based on phylogeny computed on square root transformed dissimilarities? %s\n",
+                     YesNotInfo[preferences.sqrtDissimOpt_RaoPhyl ? 1 : 0]);
+    PhylogenyLine(report); // Deliberate: stands twice, as in all earlier reports.
+}
+
+void HeadResemblance(std::FILE* report)
+{
+    bool someTraitLeftOut = false;
+    for (int j = 0; j < session.nch; j++) someTraitLeftOut |= session.weight[j] == 0.0;
+    if (someTraitLeftOut) {
+        std::fprintf(report, "Traits considered in the computation of OTUs resemblance:\n");
+        for (int j = 0; j < session.nch; j++)
+            if (session.weight[j] > 0.0) std::fprintf(report, "%-3s", session.chLabel[j]);
+    } else {
+        std::fprintf(report, "All traits were considered in the computation of resemblance between OTUs.\n");
+    }
+    std::fprintf(report, "\nFuzzy transformation: \t%s\n", fuzzyInfo[session.fuzzy]);
+    std::fprintf(report, "Number of types examined: \t%d\n", session.nMaxCSTGroupsChRank);
+    std::fprintf(report, "\nCorrelation function between matrices: \t%s\n",
+                 opt_roInfo[session.opt_ro - 1]);
+    if (session.opt_ro == mantel || session.opt_ro == varianceAnalysis)
+        std::fprintf(report, "Resemblance option between communities: %s\n",
+                     rese_optInfo[session.rese_opt - 1]);
+    else
+        std::fprintf(report, "Factor (f) for limiting the number of predictors in PCA regression in relation to sample size n (number of predictors = n/f): %g\n",
+                     preferences.overfitFactorPCARegr);
+}
+
+void HeadCommunities(std::FILE* report)
+{
+    std::fprintf(report, "\nNumber of communities: %d\n", session.ncsm);
+    std::fprintf(report, "Community labels: ");
+    for (int k = 0; k < session.ncsm; k++) std::fprintf(report, "%-6s", session.reLabel[k]);
+    std::fprintf(report, "\n");
+}
+
+void PhylogenyResemblance(std::FILE* report, const Scaling& a)
+{
+    const int kind = session.phylogenyMatrixType;
+    if (kind == 1)
+        std::fprintf(report, "\nSimilarity matrix, in the range 0-1, between %d OTUs based on their phylogeny:\n", a.s);
+    if (kind == 3)
+        std::fprintf(report, "\nDissimilarity matrix, in the range 0-1, between %d OTUs based on their phylogeny:\n", a.s);
+    if (kind == 2) {
+        std::fprintf(report, "\nPhylogeny matrix with %d OTUs by %d phylogenetic variables: \n", a.s,
+                     session.nClados);
+        PrintTable(report, a.s, session.nClados, session.phylogenyData);
+        std::fprintf(report, "\nSimilarity matrix (Gower index) between %d OTUs, based on %d phylogenetic variables:\n",
+                     a.s, session.nClados);
+    }
+    UpperToLowerMatrix(a.s, session.phylogenyRese);
+    PrintMatrixTab(report, a.s, a.s, session.phylogenyRese, preferences.sDigits);
+}
+
+/// Labels of species beside the numbers of types that stand for them.
+void SpeciesOfTypes(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\nThe types are species (# labels are used later in these results to identify the species) :\n");
+    std::fprintf(report, "#\tSpecies\n");
+    // Deliberate: the name is the one at the type's place in the list, also where a species
+    // without OTUs makes labels and places differ; earlier reports show it so.
+    for (int c = 0; c < a.g && c < session.nSpp; c++)
+        std::fprintf(report, "%d\t%s\n", a.typeLabels[c], session.spp[c]);
+}
+
+/// The observed statistics without tests: r(TE) alone is computed then, the others show 0.
+void StatisticsWithoutTests(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\nStatistics:\nConvergence (TCAP): r(TE)=\t%g\nBoth TCAP and TDAP: r(XE)=\t%g\nDivergence (TDAP): r(XE.T)=\t%g\n",
+                 a.rTE, 0.0, 0.0);
+    std::fprintf(report, "Alpha divergence (correlation between environmental variables and Rao entropy): r(RE)=\t%g\nBeta divergence: r(XE.TR)=\t%g\n",
+                 0.0, 0.0);
+}
+
+void TypeCounts(std::FILE* report, const Scaling& a)
+{
+    if (session.fuzzy == 3)
+        std::fprintf(report, "\nNumber of fuzzy types:\t%d\nTraits:\t", a.g);
+    else
+        std::fprintf(report, "\nNumber of crisp types:\t%d\nTraits:\t", a.g);
+    for (int j = 0; j < a.t; j++)
+        if (a.selectedTraits[j] == 1) std::fprintf(report, "%-2s\t", session.chLabel[j]);
+    std::fprintf(report, "\nNumber of OTUs in each type:\t");
+    for (int c = 0; c < a.g; c++) std::fprintf(report, "%d\t", a.typeSizes[c]);
+    std::fprintf(report, "\n");
+}
+
+/// The phylogenetic statistics without tests, all 0: they are computed with the tests only.
+void PhylogenyWithoutTests(std::FILE* report)
+{
+    std::fprintf(report, "\nPhylogenetic signal at OTU (species) level ro(BF) = \t%g", 0.0);
+    std::fprintf(report, "\n\nPhylogenetically structured assembly patterns (PSAP):\n");
+    std::fprintf(report, "\nCorrelation of PSAP to ecological variables: ro(PE)=\t%g", 0.0);
+    std::fprintf(report, "\nCorrelation of PSAP to TCAP (phylogenetic signal at metacommunity level): ro(PT)=\t%g", 0.0);
+    std::fprintf(report, "\nCorrelation of PSAP to both TCAP and TDAP (phylogenetic signal at metacommunity level): ro(PX)=\t%g", 0.0);
+    std::fprintf(report, "\nCorrelation of PSAP to TDAP: ro(PX.T)=\t%g", 0.0);
+    std::fprintf(report, "\nRemoving phylogeny from TCAP: ro(TE.P)=\t%g\nRemoving phylogeny from both TCAP and TDAP: ro(XE.P)=\t%g\nRemoving phylogeny from TDAP: ro(XE.TP)=\t%g",
+                 0.0, 0.0, 0.0);
+    std::fprintf(report, "\nRemoving TCAP from phylogeny: ro(PE.T)=\t%g\nRemoving TCAP and TDAP from phylogeny: ro(PE.X)=\t%g\n",
+                 0.0, 0.0);
+    std::fprintf(report, "Alpha divergence (correlation between environmental variables and Rao entropy based on phylogeny): r(FE)=\t%g\n",
+                 0.0);
+}
+
+void StatisticsTitle(std::FILE* report)
+{
+    switch (session.opt_ro) {
+    case mantel:
+        std::fprintf(report, "\nThe statistics shown below are matrix (Mantel) correlations.\n");
+        break;
+    case procrustes:
+        std::fprintf(report, "\nThe statistics shown below are Procrustes correlations (traceW).\n");
+        break;
+    case rvCoefficient:
+        std::fprintf(report, "\nThe statistics shown below are RV coefficients (Escoufier 1973).\n");
+        break;
+    case linearRegression:
+        std::fprintf(report, "\nThe statistics shown below are the r square and regression coefficients with corresponding p-values.\n");
+        break;
+    case varianceAnalysis:
+        std::fprintf(report, "\nThe statistics shown below are pseudo-F values (between/within groups sum of squares) and corresponding p-values.\n");
+        break;
+    default: break;
+    }
+}
+
+void FunctionalDiversity(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\n\nFUNCTIONAL DIVERSITY");
+    std::fprintf(report, "\nGini-Simpson index (D) within each community (equivalent to Rao quadratic entropy with null, crisp, similarities):\n");
+    PrintVector(report, a.n, a.D);
+    if (preferences.sqrtDissimOpt_RaoTraits)
+        std::fprintf(report, "\nRao quadratic entropy within each community, considering trait dissimilarities [D=sqrt(1-GowerIndex)] between OTUs (Rf):\n");
+    else
+        std::fprintf(report, "\nRao quadratic entropy within each community, considering trait dissimilarities [D=1-GowerIndex] between OTUs (Rf):\n");
+    PrintVector(report, a.n, a.Rf);
+    std::fprintf(report, "\nFunctional redundancy in each community (FR = D-Rf):\n");
+    PrintVector(report, a.n, a.FR);
+}
+
+void PhylogeneticDiversity(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\n\nPHYLOGENETIC DIVERSITY");
+    if (session.phylogenyMatrixType == 1)
+        std::fprintf(report, "\nRao quadratic entropy (Rp) within each community, considering phylogenetic dissimilarities obtained by transformation of input similarities [D= sqrt(1-S)] between OTUs:\n");
+    else
+        std::fprintf(report, "\nRao quadratic entropy (Rp) within each community, considering phylogenetic dissimilarities between OTUs:\n");
+    PrintVector(report, a.n, a.Rp);
+    std::fprintf(report, "\nPhylogenetic redundancy in each community (PR = D-Rp):\n");
+    PrintVector(report, a.n, a.PR);
+}
+
+void OtuWeights(std::FILE* report, const Scaling& a)
+{
+    bool someExcluded = false;
+    for (int i = 0; i < a.s; i++) someExcluded |= session.weight_OTUs[i] < 1;
+    if (!someExcluded) {
+        std::fprintf(report, "\nAll OTUs were equally considered in the computation of Rao entropy, Simpson diversity, and matrices T, X and P.\n");
+        return;
+    }
+    std::fprintf(report, "\nOTUs weights (zero ones not considered in the computation of Rao entropy, Simpson diversity, and matrices T, X and P):\n");
+    for (int i = 0; i < a.s; i++) std::fprintf(report, "%d\t", session.weight_OTUs[i]);
+    if (a.keepScale)
+        std::fprintf(report, "\nScale was maintained, but additivity is lost for complementary sets of OTUs' weights.\n");
+    else
+        std::fprintf(report, "\nAdditivity was maintained but the scales of T, X, P and diversity measures are not comparable between complementary sets of OTUs' weights.\n");
+    if (session.restrictRaoWithinOpt)
+        std::fprintf(report, "\nFuzzy-weighting and Rao entropy RESTRICTED to dis-similarities WITHIN subset of selected OTUs.\n");
+    else
+        std::fprintf(report, "\nFuzzy-weighting and Rao entropy included dis-similarities WITHIN subset of selected OTUs and also BETWEEN selected and unselected subsets of OTUs.\n");
+}
+
+void PrintEffectiveNumbers(std::FILE* report, int n, const double* entropy)
+{
+    for (int k = 0; k < n; k++) std::fprintf(report, "%g\t", EffectiveNumber(entropy[k]));
+}
+
+void PrintEffectiveRedundancy(std::FILE* report, int n, const double* diversity,
+                              const double* entropy)
+{
+    for (int k = 0; k < n; k++)
+        std::fprintf(report, "%g\t", EffectiveNumber(diversity[k]) - EffectiveNumber(entropy[k]));
+}
+
+void CorrectedDiversity(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\n\nDiversity using Jost (2006) correction");
+    std::fprintf(report, "\nGini-Simpson index (D) within each community (equivalent to Rao quadratic entropy with null, crisp, dissimilarties):\n");
+    PrintEffectiveNumbers(report, a.n, a.D);
+    std::fprintf(report, "\nRao quadratic entropy within each community, considering trait dissimilarties (Qf):\n");
+    PrintEffectiveNumbers(report, a.n, a.Rf);
+    std::fprintf(report, "\nFunctional redundancy in each community (FR = D-Qf):\n");
+    PrintEffectiveRedundancy(report, a.n, a.D, a.Rf);
+    if (!a.withPhylogeny) return;
+    std::fprintf(report, "\n\nPHYLOGENETIC REDUNDANCY");
+    std::fprintf(report, "\nRao quadratic entropy (Qp) within each community, considering phylogenetic dissimilarties:\n");
+    PrintEffectiveNumbers(report, a.n, a.Rp);
+    std::fprintf(report, "\nPhylogenetic redundancy in each community (PR = D-Qp):\n");
+    PrintEffectiveRedundancy(report, a.n, a.D, a.Rp);
+}
+
+} // namespace
+
+void ReportHead(std::FILE* report)
+{
+    HeadIdentity(report);
+    HeadTraits(report);
+    HeadAdjustments(report);
+    HeadPooling(report);
+    HeadEntropy(report);
+    HeadResemblance(report);
+    HeadCommunities(report);
+}
+
+void ReportRawComposition(std::FILE* report, const Scaling& a)
+{
+    if (!a.wholeReport) return;
+    std::fprintf(report, "\nCommunity matrix W with %d communities by %d OTUs: \n", a.n, a.s);
+    PrintTable(report, a.n, a.s, a.W);
+}
+
+void ReportSmoothing(std::FILE* report, const Scaling& a)
+{
+    if (!a.wholeReport) return;
+    std::fprintf(report, "\nCommunity matrix W with %d communities by %d OTUs adjusted to unit sum within each community: \n",
+                 a.n, a.s);
+    PrintTable(report, a.n, a.s, a.traitW);
+    std::fprintf(report, "\nCommunity matrix Y with Beals (1984) smoothing of matrix W, with %d communities by %d OTUs ",
+                 a.n, a.s);
+    if (preferences.BealsIncludeOpt)
+        std::fprintf(report, "(abundance of target OTU included in its own estimation):\n");
+    else
+        std::fprintf(report, "(abundance of target OTU NOT included in its own estimation):\n");
+    PrintTable(report, a.n, a.s, *a.Y);
+    if (session.opt_ro != mantel) return;
+    std::fprintf(report, "Resemblance matrix (DY) between communities:\n");
+    PrintResemblance(report, a.n, *a.DY);
+}
+
+void ReportPhylogeny(std::FILE* report, const Scaling& a)
+{
+    if (a.wholeReport) {
+        std::fprintf(report, "\nPCoA scores based on the phylogenetic resemblance matrix with %d OTUs by %d ordination dimensions: \n",
+                     a.s, a.nPCoA);
+        PrintTable(report, a.s, a.nPCoA, *a.pcoaScores);
+    }
+    if (session.phylogenyMatrixType == 2) {
+        std::fprintf(report, "\nVariable types in the phylogeny matrix with %d OTUs by %d phylogenetic variables: \n",
+                     a.s, session.nClados);
+        PrintVectorTab(report, session.nClados, session.phylogenyVarType, nullptr);
+    }
+    if (a.wholeReport) PhylogenyResemblance(report, a);
+    std::fprintf(report, "\nPartition vector of %d OTUs in %d taxa:\n", a.s, a.f);
+    PrintVectorTab(report, a.s, session.partition_OTUs_Phyl, nullptr);
+    if (a.wholeReport) {
+        std::fprintf(report, "\nFuzzy belonging of %d OTUs (rows) in %d taxa (columns) according to their phylogeny:\n",
+                     a.s, a.f);
+        PrintTable(report, a.s, a.f, *a.Q);
+    }
+    std::fprintf(report, "\nPooled performance matrix P (%d communities x %d taxa) after fuzzy-weighting by the specified phylogeny:\n",
+                 a.n, a.f);
+    PrintTable(report, a.n, a.f, *a.P);
+    if (session.opt_ro != mantel) return;
+    std::fprintf(report, "\nResemblance matrix (DP) between communities based on matrix P, the composition of OTUs weighted by their phylogeny:\n");
+    PrintResemblance(report, a.n, *a.DP);
+}
+
+void ReportTraitsAndVariables(std::FILE* report, const Scaling& a)
+{
+    if (a.wholeReport) {
+        std::fprintf(report, "\nTrait matrix B with %d OTUs by %d traits: \n", a.s, a.t);
+        PrintTable(report, a.s, a.t, session.csm_Float);
+    }
+    if (a.e == 0) return;
+    std::fprintf(report, "\nEcological variables (factors or effects):\t");
+    for (int j = 0; j < a.e; j++) std::fprintf(report, "%s\t", session.envLabel[j]);
+    std::fprintf(report, "\nMatrix E with ecological variables (%d communities x %d variables):\n",
+                 a.n, a.e);
+    PrintTable(report, a.n, a.e, session.env);
+    if (session.opt_ro != mantel) return;
+    std::fprintf(report, "Resemblance matrix (DE) between community sites based on ecological variables:\n");
+    PrintResemblance(report, a.n, a.DE);
+}
+
+void ReportAverages(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\nTraits:\t");
+    PrintSelectedLabels(report);
+    std::fprintf(report, "\nMatrix T with trait averages at community level (%d communities x %d traits):\n",
+                 a.n, a.t);
+    PrintTable(report, a.n, a.t, a.T);
+}
+
+void ReportNormalizedAverages(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\nMatrix T with normalized traits at community level (%d communities x %d traits adjusted to unit length):\n",
+                 a.n, a.t);
+    PrintTable(report, a.n, a.t, a.T);
+    if (session.opt_ro == mantel) {
+        std::fprintf(report, "Resemblance matrix (DT) between communities based on selected traits:\n");
+        PrintResemblance(report, a.n, *a.DT);
+    }
+    std::fprintf(report, "\nTraits:\t");
+    PrintSelectedLabels(report);
+}
+
+void ReportOtuSimilarity(std::FILE* report, const Scaling& a)
+{
+    if (!a.wholeReport) return;
+    std::fprintf(report, "\nSimilarity matrix between %d OTUs, based on %d traits:\n", a.s,
+                 a.nSelectedTraits);
+    PrintResemblance(report, a.s, *a.Sb);
+}
+
+void ReportTypes(std::FILE* report, const Scaling& a)
+{
+    std::fprintf(report, "\nPartition vector of %d OTUs in %d specified types:\n", a.s, a.g);
+    PrintVectorTab(report, a.s, session.partition_OTUs, nullptr);
+    if (session.OTUsTypesAreSpecies) SpeciesOfTypes(report, a);
+    if (a.wholeReport) {
+        std::fprintf(report, "\nFuzzy degrees of belonging (matrix U) of %d OTUs (rows) in %d types (columns):\n",
+                     a.s, a.g);
+        PrintTable(report, a.s, a.g, *a.U);
+        std::fprintf(report, "\nCrisp degrees of belonging (matrix C) of %d OTUs (rows) in %d types (columns):\n",
+                     a.s, a.g);
+        PrintTable(report, a.s, a.g, *a.C);
+    }
+    std::fprintf(report, "\nLabels of %d specified types:\n", a.g);
+    PrintVectorTab(report, a.g, a.typeLabels, nullptr);
+    std::fprintf(report, "\nNumber of OTUs in each type:\n");
+    PrintVectorTab(report, a.g, a.typeSizes, nullptr);
+    std::fprintf(report, "\nAverage trait matrix (%d types x %d traits):\n", a.g, a.t);
+    PrintTable(report, a.g, a.t, *a.averageTraits);
+    std::fprintf(report, "Pooled performance community matrix (%d communities x %d crisp types) without fuzzy-weighting by the selected traits.\n",
+                 a.n, a.g);
+    PrintTable(report, a.n, a.g, *a.crispX);
+    if (session.fuzzy == 3) {
+        std::fprintf(report, "Pooled performance matrix X (%d communities x %d types) after fuzzy-weighting by the selected traits.\n",
+                     a.n, a.g);
+        std::fprintf(report, "Selected traits:\t");
+        PrintSelectedLabels(report);
+        std::fprintf(report, "\n");
+        PrintTable(report, a.n, a.g, *a.X);
+    } else {
+        std::fprintf(report, "\nPooled performance matrix X (%d communities x %d crisp types):\n", a.n,
+                     a.g);
+        PrintTable(report, a.n, a.g, *a.crispX);
+    }
+}
+
+void ReportStatistics(std::FILE* report, const Scaling& a)
+{
+    StatisticsTitle(report);
+    const bool areCorrelations = session.opt_ro <= rvCoefficient;
+    if (areCorrelations && a.e > 0) StatisticsWithoutTests(report, a);
+    if (areCorrelations) TypeCounts(report, a);
+    if (a.withPhylogeny && session.opt_ro == mantel) PhylogenyWithoutTests(report);
+}
+
+void ReportDiversity(std::FILE* report, const Scaling& a)
+{
+    FunctionalDiversity(report, a);
+    if (a.withPhylogeny) PhylogeneticDiversity(report, a);
+    OtuWeights(report, a);
+    CorrectedDiversity(report, a);
+}
