@@ -182,7 +182,7 @@ void SpeciesOfTypes(std::FILE* report, const Scaling& a)
 void StatisticsWithoutTests(std::FILE* report, const Scaling& a)
 {
     std::fprintf(report, "\nStatistics:\nConvergence (TCAP): r(TE)=\t%g\nBoth TCAP and TDAP: r(XE)=\t%g\nDivergence (TDAP): r(XE.T)=\t%g\n",
-                 a.rTE, 0.0, 0.0);
+                 a.results[rTE], 0.0, 0.0);
     std::fprintf(report, "Alpha divergence (correlation between environmental variables and Rao entropy): r(RE)=\t%g\nBeta divergence: r(XE.TR)=\t%g\n",
                  0.0, 0.0);
 }
@@ -466,10 +466,20 @@ void ReportTypes(std::FILE* report, const Scaling& a)
 void ReportStatistics(std::FILE* report, const Scaling& a)
 {
     StatisticsTitle(report);
-    const bool areCorrelations = session.opt_ro <= rvCoefficient;
-    if (areCorrelations && a.e > 0) StatisticsWithoutTests(report, a);
-    if (areCorrelations) TypeCounts(report, a);
-    if (a.withPhylogeny && session.opt_ro == mantel) PhylogenyWithoutTests(report);
+    if (session.opt_ro <= rvCoefficient) {
+        if (a.withTests)
+            ReportTestedCorrelations(report, a);
+        else if (a.e > 0)
+            StatisticsWithoutTests(report, a);
+        TypeCounts(report, a);
+        if (a.withTests)
+            ReportTestedPhylogeny(report, a);
+        else if (a.withPhylogeny && session.opt_ro == mantel)
+            PhylogenyWithoutTests(report);
+    }
+    if (!a.withTests) return;
+    ReportModels(report, a);
+    ReportTestSummary(report, a);
 }
 
 void ReportDiversity(std::FILE* report, const Scaling& a)

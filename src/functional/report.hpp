@@ -23,4 +23,12 @@ void ReportOtuSimilarity(std::FILE* report, const Scaling& a);
 /// Types, belonging of OTUs to them, average traits, crisp and fuzzy X.
 void ReportTypes(std::FILE* report, const Scaling& a);
 void ReportStatistics(std::FILE* report, const Scaling& a);
+// The pieces of it that need tests:
+void ReportTestedCorrelations(std::FILE* report, const Scaling& a);
+/// Phylogenetic statistics and the note on the null model.
+void ReportTestedPhylogeny(std::FILE* report, const Scaling& a);
+/// Regression models or analysis of variance.
+void ReportModels(std::FILE* report, const Scaling& a);
+/// Iterations, seed, time and null model.
+void ReportTestSummary(std::FILE* report, const Scaling& a);
 void ReportDiversity(std::FILE* report, const Scaling& a);

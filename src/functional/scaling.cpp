@@ -1,7 +1,10 @@
 #include "functional/scaling.hpp"
 
+#include <omp.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 #include "functional/correlation.hpp"
 #include "functional/diversity.hpp"
@@ -22,6 +25,7 @@
 #include "shell/failure.hpp"
 #include "shell/files.hpp"
 #include "shell/preferences.hpp"
+#include "shell/scanners.hpp"
 
 namespace {
 
@@ -195,11 +199,11 @@ void TraitConvergence(Scaling& a)
         EucliDistMV(a.n, a.t, a.T, *a.DT); // Euclidean whatever rese_opt says
     }
     if (measure == mantel)
-        a.rTE = CommunityCorr(a.n, a.DE, *a.DT);
+        a.results[rTE] = CommunityCorr(a.n, a.DE, *a.DT);
     else if (measure == procrustes && a.e > 0)
-        a.rTE = ProcrustesCoeff(a.n, a.e, a.t, a.E, a.T);
+        a.results[rTE] = ProcrustesCoeff(a.n, a.e, a.t, a.E, a.T);
     else if (measure == rvCoefficient && a.e > 0)
-        a.rTE = RVcoeff(a.n, a.e, a.t, a.E, a.T);
+        a.results[rTE] = RVcoeff(a.n, a.e, a.t, a.E, a.T);
 }
 
 void AverageSimilarity(Scaling& a)
@@ -248,6 +252,115 @@ void DescribeTypes(Scaling& a)
     }
 }
 
+/// The states of each selected variable as observed, whatever DE was computed from.
+void FillFactors(Scaling& a)
+{
+    a.factors.emplace(a.n, a.e);
+    int place = 0;
+    for (int j = 0; j < a.e; j++) {
+        if (session.eVarSelect[j] != 1) continue;
+        for (int k = 0; k < a.n; k++) a.factors->table[k][place] = ToInt(session.env[k][j]);
+        place++;
+    }
+}
+
+double** Rows(const std::optional<OwnedRows>& rows)
+{
+    return rows.has_value() ? rows->table : nullptr;
+}
+
+void GiveSizes(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
+{
+    test.nIter = session.niter;
+    test.nTraits = a.t;
+    test.nOTUs = a.s;
+    test.nTypes = a.g;
+    test.nTaxa = a.f;
+    test.nEnvSelected = a.nSelectedVariables;
+    test.nCommunities = a.n;
+    test.nPCoA = a.nPCoA;
+}
+
+void GiveMatrices(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
+{
+    test.B = a.selectedB;
+    test.Sb = Rows(a.Sb);
+    test.pcoaScores = Rows(a.pcoaScores);
+    test.Sf = session.phylogenyRese;
+    test.E = session.opt_ro == varianceAnalysis ? Rows(a.factors) : a.E.table;
+    test.U = session.fuzzy == 3 ? Rows(a.U) : Rows(a.C);
+    test.Q = Rows(a.Q);
+    test.W = a.W;
+    test.DE = a.DE;
+    test.DY = Rows(a.DY);
+    test.DZ = Rows(a.DZ);
+    test.Y = Rows(a.Y);
+    test.Z = Rows(a.Z);
+    // The test leaves its own T, X, P and entropies here: they rest on the composition copy of W.
+    test.T = a.T;
+    test.X = Rows(a.X);
+    test.P = Rows(a.P);
+    test.Rf = a.Rf;
+    test.Rp = a.Rp;
+}
+
+void GiveSettings(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
+{
+    test.selectedTraits = a.selectedTraits;
+    test.eVarSelect = session.eVarSelect;
+    test.relSelect = session.relSelect;
+    test.otuWeights = session.weight_OTUs;
+    test.communityResemblance = session.rese_opt;
+    test.measure = session.opt_ro;
+    test.overfitFactor = preferences.overfitFactorPCARegr;
+    test.saveIntermediate = preferences.saveRndData == 'y';
+    test.weightedNull = session.optWeightedNullModel;
+    test.keepScale = a.keepScale;
+    test.hasPhylogenyInput = a.withPhylogeny;
+    test.phylIsDissimilarity = session.phylogenyMatrixType != 1;
+    test.sqrtTraits = preferences.sqrtDissimOpt_RaoTraits;
+    test.sqrtPhyl = preferences.sqrtDissimOpt_RaoPhyl;
+    test.restrictKind = session.optRestrictPermutNullModel;
+    test.nestingGroups = session.nestingMembershipOTUs;
+    test.shuffleKind = session.optTaxaSiteShuffle;
+    test.resultsFlag = true;
+    test.twoTailed = preferences.twoTailedTestMantel;
+    test.restrictRao = session.restrictRaoWithinOpt;
+}
+
+void MakeModels(PermTest_FunctionalPhyl_Correl_Input& test, Scaling& a)
+{
+    if (session.opt_ro == linearRegression) {
+        a.regression.emplace(a.e, a.t);
+        test.regression = *a.regression;
+    }
+    if (session.opt_ro == varianceAnalysis) {
+        a.anovaF.emplace(a.e, a.t);
+        a.anovaP.emplace(a.e, a.t);
+        test.anovaF = *a.anovaF;
+        test.anovaP = *a.anovaP;
+    }
+}
+
+/// Fills the record of the permutation test, runs it and takes its results.
+void TestByPermutation(Scaling& a)
+{
+    OutputFile intermediate(fopenck(session.whichRndData, console.volumeName, "w"));
+    if (intermediate.file == nullptr) std::exit(1);
+    const double start = omp_get_wtime();
+    if (session.opt_ro == varianceAnalysis) FillFactors(a);
+    PermTest_FunctionalPhyl_Correl_Input test;
+    GiveSizes(test, a);
+    GiveMatrices(test, a);
+    GiveSettings(test, a);
+    MakeModels(test, a);
+    test.intermediateFile = intermediate;
+    PermTest_FunctionalPhyl_Correl(&test);
+    std::copy(test.results, test.results + nStatistics, a.results);
+    std::copy(test.probabilities, test.probabilities + nStatistics, a.probabilities);
+    a.testSeconds = difftime_Clock(start);
+}
+
 /// Everything that rests on traits; ends early without traits in use, or with fewer than two
 /// types.
 void AnalyseTraits(Scaling& a, std::FILE* report)
@@ -269,6 +382,7 @@ void AnalyseTraits(Scaling& a, std::FILE* report)
     Redundancy(a);
     DescribeTypes(a);
     ReportTypes(report, a);
+    if (a.withTests) TestByPermutation(a);
     ReportStatistics(report, a);
     ReportDiversity(report, a);
 }

@@ -5,6 +5,8 @@
 #include <optional>
 
 #include "functional/belonging.hpp"
+#include "functional/permtest.hpp"
+#include "functional/permtest_models.hpp"
 #include "shell/arrays.hpp"
 
 /// Sizes and matrices of one analysis, released on every way out. Sizes in the words of the
@@ -46,7 +48,13 @@ struct Scaling {
     int nPCoA = 0;
     OwnedInts typeLabels, typeSizes; // g: labels ascending, number of OTUs
 
-    double rTE = 0.0; // trait convergence
+    // Statistics; r(TE) alone without tests
+    double results[nStatistics] = {};
+    double probabilities[nStatistics] = {};
+    double testSeconds = 0.0;
+    std::optional<OwnedRegression> regression;  // linear regression
+    std::optional<OwnedAnova> anovaF, anovaP;   // analysis of variance, e factors
+    std::optional<OwnedRows> factors;           // n x e: the states, selected variables first
 };
 
 /// The functional analysis on the open session with the settings in it: derives all matrices and

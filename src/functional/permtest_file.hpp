@@ -1,0 +1,16 @@
+// The file of intermediate results of a permutation test: the observed matrices, and the matrices,
+// statistics and counts of every arrangement. Printing leaves every matrix as it was.
+#pragma once
+
+struct PermutationInputs;
+struct PermutationWorkspace;
+
+/// The head of the file and the observed arrangement.
+void WriteObserved(const PermutationInputs& in, PermutationWorkspace& w);
+
+/// One arrangement.
+///
+/// list     as given to the evaluation: OTUs under taxa shuffle, communities under site shuffle
+/// counts   nStatistics frequencies, this arrangement included
+void WriteArrangement(int iteration, const int* list, const double* counts,
+                      const PermutationInputs& in, PermutationWorkspace& w);

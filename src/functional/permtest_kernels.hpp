@@ -1,0 +1,29 @@
+// The inner loops of the quick permutation test, once for any machine and once for machines with
+// 256-bit vectors. Both do the same operations in the same order for every output, side by side
+// over outputs and never along a sum, so their bytes are equal.
+#pragma once
+
+#include <cstddef>
+
+struct PermutationKernels {
+    const char* name; ///< "baseline" or "avx2"
+
+    /// out[0..width) = sum over m, ascending, of weight[m] * rows[row[m] - 1][0..width), where row
+    /// m is list[present[m]]; rows lie `width` apart; width is a multiple of 8.
+    void (*weightedRows)(const double* rows, std::size_t width, int nPresent, const int* present,
+                         const double* weight, const int* list, double* out);
+
+    /// Distances between n objects over p variables, which stand as columns `stride` apart:
+    /// squared differences summed over variables ascending; root where the sum is above 0. Packed
+    /// upper triangle without diagonal, row by row. Columns must be readable 8 cells beyond n.
+    void (*euclidean)(int n, int p, const double* columns, std::size_t stride, double* packed);
+    /// The same with absolute differences and no root.
+    void (*cityBlock)(int n, int p, const double* columns, std::size_t stride, double* packed);
+};
+
+/// The quickest kernels that this machine can run, or those asked for by ChooseKernels.
+const PermutationKernels& ActiveKernels();
+
+/// Takes the kernels of that name from now on; null goes back to the quickest. Returns false, and
+/// changes nothing, if this machine cannot run them. For tests and the benchmark.
+bool ChooseKernels(const char* name);
