@@ -6,6 +6,7 @@
 
 #include "numeric/adjust.hpp"
 #include "numeric/gower.hpp"
+#include "numeric/information.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/statistics.hpp"
 #include "shell/arrays.hpp"
@@ -182,15 +183,46 @@ void TransformUpper(int n, double** out, int power)
         }
 }
 
-void Measure(int n, int p, double** data, double** out, int option, int* types, double legendreK,
-             int countDoubleAbsence)
+/// Coherence c as a distance: root of 1 - c squared, 0 where that is no number above 0.
+void CoherenceToDistance(int n, double** out)
 {
+    for (int i = 0; i < n; i++)
+        for (int k = i; k < n; k++) {
+            const double distance = std::sqrt(1.0 - out[i][k] * out[i][k]);
+            out[i][k] = distance > 0.0 ? distance : 0.0;
+        }
+}
+
+/// What single measures want to know.
+struct Parameters {
+    int* types;
+    double base;
+    double legendreK;
+    int countDoubleAbsence;
+    char informationFlag;
+};
+
+void Measure(int n, int p, double** data, double** out, int option, const Parameters& with)
+{
+    const float base = static_cast<float>(with.base);
+    const char flag = with.informationFlag;
     switch (option) {
     case 1: CrossProductMV(n, p, data, out); break;
     case 2: AbsValFunctionMV(n, p, data, out); break;
     case 3: EucliDistMV(n, p, data, out); break;
-    case 5: GowerMVOpt(n, p, types, data, out, nullptr, nullptr, countDoubleAbsence); break;
-    // 4 and 6 to 10 (information and association), 21 (second eigenvalue): not built yet
+    case 4: MutualInformationMV(n, p, data, out); break;
+    case 5:
+        GowerMVOpt(n, p, with.types, data, out, nullptr, nullptr, with.countDoubleAbsence);
+        break;
+    case 6: MDISMV(n, p, data, out, flag); break;
+    case 7: MutualEntropyPairwiseMV(n, p, data, out, with.base, flag); break;
+    case 8:
+        CoheCoefPairwiseMV(n, p, data, out, base, flag);
+        CoherenceToDistance(n, out);
+        break;
+    case 9: CoheCoefPairwiseMV(n, p, data, out, base, flag); break;
+    case 10: QuiSquareMV(n, p, data, out, flag); break;
+    // 21 (second eigenvalue): not built yet
     case 11: Jaccard(n, p, data, out); break;
     case 12: SimpleMatching(n, p, data, out); break;
     case 13: SokalMichener(n, p, data, out); break;
@@ -199,7 +231,9 @@ void Measure(int n, int p, double** data, double** out, int option, int* types, 
     case 16: MeanSquareContingency(n, p, data, out); break;
     case 17: CorrelationMV(n, p, data, out); break;
     case 18: ChordDistMV(n, p, data, out); break;
-    case 19: LegendreChodorowski(n, p, data, out, nullptr, static_cast<float>(legendreK)); break;
+    case 19:
+        LegendreChodorowski(n, p, data, out, nullptr, static_cast<float>(with.legendreK));
+        break;
     case 20: BrayCurtisMV(n, p, data, out); break;
     case 22: CovarianceMV(n, p, data, out); break;
     case 23: JaccardDissimilarity(n, p, data, out); break;
@@ -215,18 +249,20 @@ void Measure(int n, int p, double** data, double** out, int option, int* types, 
 } // namespace
 
 bool ResemblanceLib(int n, int p, double** data, double** out, int objectsAre, int option,
-                    int power, int* types, double /*base*/, double legendreK,
-                    int countDoubleAbsence, bool /*informationFlag*/)
+                    int power, int* types, double base, double legendreK, int countDoubleAbsence,
+                    bool informationFlag)
 {
+    const Parameters with = {types, base, legendreK, countDoubleAbsence,
+                             static_cast<char>(informationFlag)};
     const bool objectsAreColumns = objectsAre == 2;
     const int nObjects = objectsAreColumns ? p : n;
     if (objectsAreColumns) {
         OwnedRows transposed(p, n);
         TransposeMatrix(n, p, data, transposed);
-        Measure(p, n, transposed, out, option, types, legendreK, countDoubleAbsence);
+        Measure(p, n, transposed, out, option, with);
         TransposeMatrix(p, n, transposed, data); // a measure may have put ranks in
     } else {
-        Measure(n, p, data, out, option, types, legendreK, countDoubleAbsence);
+        Measure(n, p, data, out, option, with);
     }
     TransformUpper(nObjects, out, power);
     UpperToLowerMatrix(nObjects, out);

@@ -14,7 +14,9 @@ extern const char* const reseCSToptInfo[2];
 
 /// Resemblance matrix by number of the measure; returns true.
 ///
-///  1 cross product         2 absolute value function  3 Euclidean distance    5 Gower index
+///  1 cross product         2 absolute value function  3 Euclidean distance    4 mutual information
+///  5 Gower index           6 minimum discrimination information statistic    7 mutual entropy
+///  8 coherence as a distance, root of 1 - c squared   9 coherence            10 chi-square
 /// 11 Jaccard              12 simple matching         13 Sokal-Michener       14 Ochiai
 /// 15 Sorensen             16 mean square contingency 17 correlation          18 chord distance
 /// 19 Legendre-Chodorowski 20 Bray-Curtis             22 covariance           23-25 Jaccard
@@ -24,7 +26,8 @@ extern const char* const reseCSToptInfo[2];
 /// option      a number without a measure leaves the upper triangle of `out` as it was
 /// power       2: the upper triangle with the diagonal becomes its square root; 1: its square
 /// types       trait types of the Gower index, which also ranks ordinal traits in `data`
-/// base, informationFlag  of the information measures
+/// base        order alpha of measures 7 to 9, in 8 and 9 rounded to single precision
+/// informationFlag  measures 6 to 10 write their contingency tables to "Tables.txt"
 /// legendreK   of Legendre-Chodorowski, rounded to single precision
 /// out         complete: the upper triangle is copied to the lower one at the end
 bool ResemblanceLib(int n, int p, double** data, double** out, int objectsAre, int option,
