@@ -13,6 +13,7 @@
 #include "numeric/random.hpp"
 #include "numeric/statistics.hpp"
 #include "shell/console.hpp"
+#include "shell/failure.hpp"
 
 namespace {
 
@@ -118,23 +119,38 @@ struct Batch {
     std::vector<std::unique_ptr<PermutationWorkspace>> workspaces; // one a thread
 };
 
+/// Evaluates the orders of one thread, first to end, with its workspace.
+void EvaluateShare(const PermutationInputs& in, Batch& batch, PermutationWorkspace& w, int first,
+                   int end)
+{
+    for (int m = first; m < end; m++) {
+        if (in.moveTaxa)
+            EvaluateTaxaShuffle(batch.Order(m), in, w);
+        else
+            EvaluateSiteShuffle(batch.Order(m), in, w);
+        batch.statistics[static_cast<std::size_t>(m)] = w.statistics;
+    }
+}
+
 /// Evaluates the first `count` orders of the batch. Each arrangement is worked out by one thread
-/// alone, so its bits do not depend on their number. Nothing in here draws or fails.
+/// alone, so its bits do not depend on their number. Nothing in here draws; a failure waits for the
+/// end of the parallel loop, which nothing may leave.
 void EvaluateBatch(const PermutationInputs& in, Batch& batch, int count)
 {
     const int nThreads = static_cast<int>(batch.workspaces.size());
+    std::vector<int> failures(static_cast<std::size_t>(nThreads), 0);
 #pragma omp parallel for schedule(static, 1) num_threads(nThreads) if (nThreads > 1)
     for (int thread = 0; thread < nThreads; thread++) {
-        PermutationWorkspace& w = *batch.workspaces[static_cast<std::size_t>(thread)];
         const int first = thread * batch.nPerThread;
-        for (int m = first; m < std::min(count, first + batch.nPerThread); m++) {
-            if (in.moveTaxa)
-                EvaluateTaxaShuffle(batch.Order(m), in, w);
-            else
-                EvaluateSiteShuffle(batch.Order(m), in, w);
-            batch.statistics[static_cast<std::size_t>(m)] = w.statistics;
+        try {
+            EvaluateShare(in, batch, *batch.workspaces[static_cast<std::size_t>(thread)], first,
+                          std::min(count, first + batch.nPerThread));
+        } catch (const Failure& failure) {
+            failures[static_cast<std::size_t>(thread)] = failure.code;
         }
     }
+    for (const int code : failures)
+        if (code != 0) Fail(static_cast<FailureCode>(code));
 }
 
 /// Arrangements that a thread evaluates before they are counted. Models leave their results in the
