@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <memory>
 
 #include <gsl/gsl_rng.h>
@@ -232,9 +231,9 @@ double Partial(const Input& in, int p1, int p2, double** A, double** B, ControlB
 // Two communities have one distance each way: how close the two are, relative to the larger.
 double Mantel(const Input& in, double** A, double** B)
 {
-    if (in.nCommunities < 2) return std::numeric_limits<double>::quiet_NaN();
     if (in.nCommunities > 2) return PlainMatrixCorr(in.nCommunities, A, B);
-    const double a = A[0][1], b = B[0][1];
+    const bool single = in.nCommunities < 2; // no distance at all: 0 / 0
+    const double a = single ? 0.0 : A[0][1], b = single ? 0.0 : B[0][1];
     return 1.0 - std::fabs(a - b) / (a > b ? a : b);
 }
 
