@@ -1,6 +1,6 @@
 # Ranks the trait subsets of examples/aravo and examples/dune by every criterion, with base R
 # alone, written from the published formulas (Gower 1971; Mantel 1967; Escoufier 1973; Rao 1982;
-# Beals 1984; Peres-Neto & Jackson 2001; Pillar et al. 2009). The table of expected values was made
+# Beals 1984; Peres-Neto & Jackson 2001; Tolvane et al. 2009). The table of expected values was made
 # by
 #     Rscript ranking_reference_test.R path/to/examples > ranking_reference_test.txt
 # Columns: data, criterion, measure (1 Mantel, 2 Procrustes, 3 RV), resemblance between communities
