@@ -23,6 +23,7 @@
 #include "shell/preferences.hpp"
 #include "shell/prompts.hpp"
 #include "shell/scanners.hpp"
+#include "simulation/simulation.hpp"
 
 namespace {
 
@@ -104,11 +105,6 @@ void LoadSession()
 {
     OpenFormda(1);
     ReadTrack();
-}
-
-void SimulateAssembly()
-{
-    std::fprintf(console.out, "The simulation of assembly is not part of this version.\n");
 }
 
 void AnalysisMenu()
@@ -219,7 +215,7 @@ void FollowMainMenu(int answer)
     switch (answer) {
     case 'N':
     case 'O': OpenSession(answer); return;
-    case 'A': SimulateAssembly(); break;
+    case 'A': IFAssemblyRulesSimulation_EnvFeedback_TypeI_II_Error(); break;
     case 'S': SetPreferences(); break;
     case 'M': IFMacro(); break; // Deliberate: the menu accepts no M, so no user gets here
     default: break;

@@ -1,0 +1,93 @@
+// What a simulation of community assembly is told: the dialogue, the files named in it, and the one
+// record that holds every setting and parameter of a run.
+//
+// Sizes in the words of the shapes: S sites, N OTUs, K traits, F factors (ecosystem variables), Q
+// predictors: the factors, then, if considered, their double interactions 1x2, 1x3, ..., 2x3, ...
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "shell/arrays.hpp"
+#include "shell/files.hpp"
+
+/// A file named in the dialogue: open from then on, read when all questions are answered.
+struct NamedFile {
+    /// Asks until a file opens.
+    void Ask();
+    /// Reads a matrix row by row, by the forgiving reader, and closes the file. What a short file
+    /// lacks stays 0; its end is complained of once.
+    void Read(int rows, int cols, double** M);
+
+    char name[52] = "";
+    std::unique_ptr<InputStream> stream;
+};
+
+/// A logistic function for each OTU: read from a file or generated for every data set.
+struct LogisticFunctions {
+    bool isGenerated = false;
+    double minCenter = 0.0, maxCenter = 0.0; // limits of what is generated
+    double minSlope = 0.0, maxSlope = 0.0;
+    NamedFile file;
+    std::optional<OwnedRows> parameters; // N x 2: center (0 to 1) and slope (negative)
+};
+
+/// Settings and parameters of a run. Matrices are empty until the input files are read.
+struct Simulation {
+    int nSites = 0, nOTUs = 0, nTraits = 0, nFactors = 0, nPredictors = 0;
+
+    int traitSource = 't';       // 't' traits, 'c' their correlations, 'b' also those of OTUs
+    int traitDistribution = 'n'; // 'u' or 'n'
+    int siteSource = 'r';        // 'c' coordinates from a file, 'r' generated
+    int ecosystemSource = 'e';   // 'e' data, 'c' correlations of factors
+    int ecosystemDistribution = 'n';
+    bool withInteractions = false;
+    bool lifespansGenerated = false;
+    int minLifespan = 1, maxLifespan = 1; // years
+    int maxAvg = 1;  // maximum average number of individuals per community
+    int years = 1, perYear = 1, totalSteps = 1;
+    double threshold = 0.0; // share of maxAvg, or of the steps, after which events are recorded
+    bool evaluate = false;  // rates of rejection over many data sets
+    int nSets = 1;
+    double alpha = 0.0;
+    bool saveIntermediate = false; // files are written at every step
+
+    NamedFile traitFile, traitCorrelationFile, otuCorrelationFile, siteFile, ecosystemFile,
+        factorCorrelationFile, responseFile, effectFile, lifespanFile;
+    LogisticFunctions dispersal, survival, density, age;
+
+    std::optional<OwnedRows> traits;            // N x K, not standardised
+    std::optional<OwnedRows> traitCorrelation;  // K x K, sources 'c' and 'b'
+    std::optional<OwnedRows> otuCorrelation;    // N x N, source 'b'
+    std::optional<OwnedRows> factorCorrelation; // F x F, source 'c'
+    std::optional<OwnedRows> sites;             // 2 x S: X, then Y
+    std::optional<OwnedRows> initialE;          // Q x S, factors standardised
+    std::optional<OwnedRows> responses;         // K x Q: of community traits to the ecosystem
+    std::optional<OwnedRows> effects;           // F x K: of community traits on the ecosystem
+    std::optional<OwnedInts> lifespans;         // N, years
+    std::optional<OwnedInts> isResponding;      // K, 1 for a trait with a response that is not 0
+    std::optional<OwnedInts> selected;          // Q, 1 for a predictor in the analysis
+    int nSelected = 0;
+
+    /// Whether the data of each set go to the report.
+    bool ReportsSets() const;
+};
+
+/// Number of predictors: the factors and, if considered, their double interactions.
+int CountPredictors(int nFactors, bool withInteractions);
+
+/// Name of a predictor, counted from 0, as the reports show it: "3", or "1x2" for an interaction.
+/// name has room for 24 characters.
+void PredictorName(const Simulation& run, int predictor, char* name);
+
+/// The whole dialogue; the settings of the analysis are left in `session`, whose arrays the caller
+/// releases. Files that are named are open afterwards.
+void AskSimulation(Simulation& run);
+
+/// Makes every matrix of the record and reads the files named in the dialogue, in the order that
+/// the settings of old runs rely on. Data from files are standardised here: the generator is not
+/// used.
+void ReadSimulationInputs(Simulation& run);
+
+/// Product of the rows of both factors, cell by cell, for each interaction; E is Q x S.
+void ComputeInteractions(const Simulation& run, double** E);
