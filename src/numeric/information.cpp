@@ -47,8 +47,7 @@ struct Proportions {
         for (int j = 0; j < cols; j++) colMargins[j] /= total;
         for (int i = 0; i < rows; i++)
             for (int j = 0; j < cols; j++)
-                cells.table[i][j] =
-                    IsMissing(table[i][j]) ? missingValue : table[i][j] / total;
+                cells.table[i][j] = IsMissing(table[i][j]) ? missingValue : table[i][j] / total;
     }
     const int nRows;
     const int nCols;

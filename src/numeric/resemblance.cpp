@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "numeric/adjust.hpp"
+#include "numeric/clustering.hpp"
 #include "numeric/gower.hpp"
 #include "numeric/information.hpp"
 #include "numeric/matrix.hpp"
@@ -193,6 +194,19 @@ void CoherenceToDistance(int n, double** out)
         }
 }
 
+/// Second eigenvalue of the cross-products of two centred rows of unit length; the diagonal is left
+/// alone.
+void SecondEigenvalue(int n, int p, double** data, double** out)
+{
+    OwnedRows rows(n, p);
+    CenterRowsMV(n, p, data, rows);
+    NormalizeRowsMV(n, p, rows, rows);
+    for (int i = 0; i < n; i++)
+        for (int k = i + 1; k < n; k++)
+            HierFactorialEigen(p, rows.table[i], rows.table[k], nullptr, &out[i][k], nullptr,
+                               nullptr);
+}
+
 /// What single measures want to know.
 struct Parameters {
     int* types;
@@ -222,7 +236,6 @@ void Measure(int n, int p, double** data, double** out, int option, const Parame
         break;
     case 9: CoheCoefPairwiseMV(n, p, data, out, base, flag); break;
     case 10: QuiSquareMV(n, p, data, out, flag); break;
-    // 21 (second eigenvalue): not built yet
     case 11: Jaccard(n, p, data, out); break;
     case 12: SimpleMatching(n, p, data, out); break;
     case 13: SokalMichener(n, p, data, out); break;
@@ -235,6 +248,7 @@ void Measure(int n, int p, double** data, double** out, int option, const Parame
         LegendreChodorowski(n, p, data, out, nullptr, static_cast<float>(with.legendreK));
         break;
     case 20: BrayCurtisMV(n, p, data, out); break;
+    case 21: SecondEigenvalue(n, p, data, out); break;
     case 22: CovarianceMV(n, p, data, out); break;
     case 23: JaccardDissimilarity(n, p, data, out); break;
     case 24: JaccardTurnover(n, p, data, out); break;

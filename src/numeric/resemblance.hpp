@@ -19,8 +19,9 @@ extern const char* const reseCSToptInfo[2];
 ///  8 coherence as a distance, root of 1 - c squared   9 coherence            10 chi-square
 /// 11 Jaccard              12 simple matching         13 Sokal-Michener       14 Ochiai
 /// 15 Sorensen             16 mean square contingency 17 correlation          18 chord distance
-/// 19 Legendre-Chodorowski 20 Bray-Curtis             22 covariance           23-25 Jaccard
-/// dissimilarity, turnover, nestedness                26-28 the same of Sorensen
+/// 19 Legendre-Chodorowski 20 Bray-Curtis             21 second eigenvalue of two standardised rows
+/// 22 covariance           23-25 Jaccard dissimilarity, turnover, nestedness
+/// 26-28 the same of Sorensen
 ///
 /// objectsAre  2: the objects are the p columns of `data` and out is p x p; else the rows
 /// option      a number without a measure leaves the upper triangle of `out` as it was

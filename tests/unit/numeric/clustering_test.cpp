@@ -1,0 +1,496 @@
+#include "numeric/clustering.hpp"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "numeric/resemblance.hpp"
+#include "unit/numeric/matrices.hpp"
+#include "unit/numeric/tables.hpp"
+
+namespace {
+
+using tables::Cells;
+using tables::Table;
+
+using Numbers = std::vector<int>;
+using Points = std::vector<std::pair<double, double>>;
+
+enum Method { single = 1, complete, squares, average, weighted };
+
+/// Records of n objects, with their members. Untouched fields hold -5.
+struct Records {
+    explicit Records(int objects)
+        : n(objects), members(objects, Numbers(static_cast<std::size_t>(objects), -5))
+    {
+        for (int step = 0; step < n; step++) // one more than is used
+            records.push_back({-5, -5, -5, members[static_cast<std::size_t>(step)].data(), -5, -5, -5});
+    }
+    operator clusterReport*() { return records.data(); }
+    const clusterReport& operator[](int step) const
+    {
+        return records[static_cast<std::size_t>(step)];
+    }
+    Numbers Members(int step) const
+    {
+        const clusterReport& record = (*this)[step];
+        return {record.members, record.members + record.nMembers};
+    }
+    Numbers Partition(int k, int method)
+    {
+        Numbers labels(static_cast<std::size_t>(n), -5);
+        GetClusterPartitionNew(n, k, labels.data(), records.data(), method);
+        return labels;
+    }
+    const int n;
+    std::vector<Numbers> members;
+    std::vector<clusterReport> records;
+};
+
+/// Distances above the diagonal, their power or any function of them; NaN elsewhere, where nothing
+/// may be read.
+Cells Distances(const Points& points, const std::function<double(double)>& of = [](double d) {
+    return d;
+})
+{
+    const std::size_t n = points.size();
+    Cells cells(n, std::vector<double>(n, std::nan("")));
+    for (std::size_t i = 0; i < n; i++)
+        for (std::size_t k = i + 1; k < n; k++) {
+            const double dx = points[i].first - points[k].first;
+            const double dy = points[i].second - points[k].second;
+            cells[i][k] = of(std::sqrt(dx * dx + dy * dy));
+        }
+    return cells;
+}
+
+Records Linked(Cells cells, bool dissimilarity, bool squared, int method)
+{
+    Table rese(std::move(cells));
+    Records records(rese.Rows());
+    const Cells before = rese.cells;
+    LinkageCluster(rese.Rows(), rese, records, dissimilarity, squared, method, true);
+    CHECK(tables::SameBits(rese.cells, before));
+    return records;
+}
+
+Records SquaresOf(Cells cells, bool alreadySquared)
+{
+    Table rese(std::move(cells));
+    Records records(rese.Rows());
+    SumSqCluster(rese.Rows(), rese, records, alreadySquared);
+    return records;
+}
+
+double Square(double d)
+{
+    return d * d;
+}
+
+const Points eightPoints = {{1.3, 0.2}, {2.1, 0.9}, {2.0, 1.7}, {5.2, 4.1},
+                            {6.0, 3.9}, {5.8, 5.3}, {9.1, 0.4}, {8.2, 1.5}};
+
+// ---- Clustering by the definitions: groups as lists, every value from the original matrix.
+
+using Value = std::function<double(const Numbers&, const Numbers&)>;
+
+/// Members of each fusion of n objects, with its height.
+std::vector<std::pair<Numbers, double>> PlainClustering(int n, const Value& value, int sign)
+{
+    std::vector<Numbers> groups;
+    for (int i = 0; i < n; i++) groups.push_back({i});
+    std::vector<std::pair<Numbers, double>> fusions;
+    while (groups.size() > 1) {
+        std::size_t first = 0;
+        std::size_t second = 1;
+        for (std::size_t p = 0; p < groups.size(); p++)
+            for (std::size_t q = p + 1; q < groups.size(); q++)
+                if (sign * value(groups[p], groups[q]) <
+                    sign * value(groups[first], groups[second])) {
+                    first = p;
+                    second = q;
+                }
+        const double height = value(groups[first], groups[second]);
+        Numbers& joined = groups[first];
+        joined.insert(joined.end(), groups[second].begin(), groups[second].end());
+        groups.erase(groups.begin() + static_cast<long>(second));
+        fusions.emplace_back(groups[first], height);
+    }
+    return fusions;
+}
+
+/// Smallest, largest or mean value between the objects of two groups.
+Value Between(const Cells& cells, const char* which)
+{
+    return [&cells, kind = std::string(which)](const Numbers& a, const Numbers& b) {
+        double least = 1e300;
+        double most = -1e300;
+        double sum = 0.0;
+        for (int i : a)
+            for (int k : b) {
+                const double d = cells[static_cast<std::size_t>(std::min(i, k))]
+                                      [static_cast<std::size_t>(std::max(i, k))];
+                least = std::min(least, d);
+                most = std::max(most, d);
+                sum += d;
+            }
+        if (kind == "least") return least;
+        return kind == "most" ? most : sum / static_cast<double>(a.size() * b.size());
+    };
+}
+
+/// Sum of squared distances of points from their centroid.
+double Within(const Points& points, const Numbers& group)
+{
+    const double n = static_cast<double>(group.size());
+    double x = 0.0;
+    double y = 0.0;
+    for (int i : group) x += points[static_cast<std::size_t>(i)].first / n;
+    for (int i : group) y += points[static_cast<std::size_t>(i)].second / n;
+    double sum = 0.0;
+    for (int i : group)
+        sum += Square(points[static_cast<std::size_t>(i)].first - x) +
+               Square(points[static_cast<std::size_t>(i)].second - y);
+    return sum;
+}
+
+Points RandomPoints(std::size_t n)
+{
+    std::mt19937 sequence(31);
+    Points points(n);
+    for (auto& point : points) {
+        point.first = static_cast<double>(sequence() % 100003) / 1000.0;
+        point.second = static_cast<double>(sequence() % 100003) / 1000.0;
+    }
+    return points;
+}
+
+void CheckMembers(const Records& records, int step, Numbers expected)
+{
+    for (int& object : expected) object++;
+    CHECK(records.Members(step) == expected);
+}
+
+} // namespace
+
+TEST_CASE("levels and partitions of four linkages")
+{
+    struct Case {
+        const char* name;
+        int method;
+        std::vector<double> levels;
+        Numbers three, four, five;
+    };
+    // R 4.2: hclust(d, name)$height, cutree(h, 3:5)
+    const Case cases[] = {
+        {"single", single,
+         {0.806225774829855, 0.824621125123532, 1.06301458127347, 1.34164078649987,
+          1.42126704035519, 3.25576411921994, 4},
+         {1, 1, 1, 2, 2, 2, 3, 3}, {1, 1, 1, 2, 2, 2, 3, 4}, {1, 1, 1, 2, 2, 3, 4, 5}},
+        {"complete", complete,
+         {0.806225774829855, 0.824621125123532, 1.41421356237309, 1.42126704035519,
+          1.65529453572468, 5.90762219509677, 7.80256368125246},
+         {1, 1, 1, 2, 2, 2, 3, 3}, {1, 2, 2, 3, 3, 3, 4, 4}, {1, 2, 2, 3, 3, 3, 4, 5}},
+        {"average", average,
+         {0.806225774829855, 0.824621125123532, 1.35915455849907, 1.37792717443648,
+          1.42126704035519, 4.61317564778867, 5.90768196393469},
+         {1, 1, 1, 2, 2, 2, 3, 3}, {1, 1, 1, 2, 2, 2, 3, 4}, {1, 1, 1, 2, 2, 3, 4, 5}},
+        {"mcquitty", weighted,
+         {0.806225774829855, 0.824621125123532, 1.35915455849907, 1.37792717443648,
+          1.42126704035519, 4.76013963658471, 6.32939169618854},
+         {1, 1, 1, 2, 2, 2, 3, 3}, {1, 1, 1, 2, 2, 2, 3, 4}, {1, 1, 1, 2, 2, 3, 4, 5}},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.name);
+        Records plain = Linked(Distances(eightPoints), true, false, c.method);
+        const Records fromSquares = Linked(Distances(eightPoints, Square), true, true, c.method);
+        // Similarities that fall linearly with distance give the same tree.
+        const Records similar = Linked(
+            Distances(eightPoints, [](double d) { return 1.0 - d / 16.0; }), false, false, c.method);
+        for (int step = 0; step < 7; step++) {
+            const double level = c.levels[static_cast<std::size_t>(step)];
+            CHECK(plain[step].fusionLevel == doctest::Approx(level).epsilon(1e-7));
+            CHECK(fromSquares[step].fusionLevel == doctest::Approx(level).epsilon(1e-7));
+            CHECK(similar[step].fusionLevel == doctest::Approx(1.0 - level / 16.0).epsilon(1e-7));
+            CHECK(plain.Members(step) == fromSquares.Members(step));
+            CHECK(plain.Members(step) == similar.Members(step));
+            CHECK(plain[step].fusionCost == -5);
+        }
+        CHECK(plain.Partition(3, c.method) == c.three);
+        CHECK(plain.Partition(4, c.method) == c.four);
+        CHECK(plain.Partition(5, c.method) == c.five);
+        CHECK(plain.Partition(8, c.method) == Numbers{1, 2, 3, 4, 5, 6, 7, 8});
+        CHECK(plain.Partition(1, c.method) == Numbers(8, 1));
+    }
+}
+
+TEST_CASE("sums of squares of the groups, and what each fusion adds")
+{
+    // R 4.2: hclust(d^2, "ward.D")$height / 2; sum(D2[g, g]) / 2 / length(g)
+    const double costs[] = {0.325, 0.34, 1.01, 1.15333333333333, 1.18166666666667,
+                            25.2406666666667, 56.3280833333333};
+    const double levels[] = {0.325,   0.34,   1.01,    1.49333333333333, 1.50666666666667,
+                             27.744, 85.57875};
+    for (const bool alreadySquared : {false, true}) {
+        Records records = SquaresOf(
+            alreadySquared ? Distances(eightPoints, Square) : Distances(eightPoints),
+            alreadySquared);
+        for (int step = 0; step < 7; step++) {
+            CHECK(records[step].fusionCost == doctest::Approx(costs[step]).epsilon(1e-6));
+            CHECK(records[step].fusionLevel == doctest::Approx(levels[step]).epsilon(1e-6));
+        }
+        CHECK(records.Members(5) == Numbers{4, 5, 6, 7, 8});
+        CHECK(records[5].lastOfFirst == 6);
+        CHECK(records[5].branchFirst == doctest::Approx(27.744 - 1.49333333333333).epsilon(1e-6));
+        CHECK(records[5].branchSecond == doctest::Approx(27.744 - 1.01).epsilon(1e-6));
+        // R 4.2: cutree(h, 3:4)
+        CHECK(records.Partition(3, squares) == Numbers{1, 1, 1, 2, 2, 2, 3, 3});
+        CHECK(records.Partition(4, squares) == Numbers{1, 2, 2, 3, 3, 3, 4, 4});
+    }
+}
+
+TEST_CASE("clustering of many objects is that of the definitions")
+{
+    const int n = 40;
+    const Points points = RandomPoints(n);
+    const Cells d = Distances(points);
+    struct Case {
+        const char* kind;
+        int method;
+        bool dissimilarity;
+    };
+    const Case cases[] = {{"least", single, true},  {"most", complete, true},
+                          {"mean", average, true},  {"most", single, false},
+                          {"least", complete, false}, {"mean", average, false}};
+    for (const Case& c : cases) {
+        CAPTURE(c.kind);
+        CAPTURE(c.dissimilarity);
+        const Records records = Linked(d, c.dissimilarity, false, c.method);
+        const auto expected = PlainClustering(n, Between(d, c.kind), c.dissimilarity ? 1 : -1);
+        for (int step = 0; step < n - 1; step++) {
+            const auto& [members, height] = expected[static_cast<std::size_t>(step)];
+            CheckMembers(records, step, members);
+            CHECK(records[step].fusionLevel == doctest::Approx(height).epsilon(1e-6));
+        }
+    }
+
+    const Records records = SquaresOf(d, false);
+    const auto expected = PlainClustering(
+        n,
+        [&points](const Numbers& a, const Numbers& b) {
+            Numbers both = a;
+            both.insert(both.end(), b.begin(), b.end());
+            return Within(points, both) - Within(points, a) - Within(points, b);
+        },
+        1);
+    for (int step = 0; step < n - 1; step++) {
+        const auto& [members, cost] = expected[static_cast<std::size_t>(step)];
+        CheckMembers(records, step, members);
+        CHECK(records[step].fusionCost == doctest::Approx(cost).epsilon(1e-6));
+        CHECK(records[step].fusionLevel ==
+              doctest::Approx(Within(points, members)).epsilon(1e-6));
+    }
+}
+
+TEST_CASE("of equal values the first pair in row order of the positions fuses")
+{
+    const Cells ties = {{0, 5, 1, 5}, {0, 0, 5, 1}, {0, 0, 0, 5}, {0, 0, 0, 0}};
+    for (const int method : {single, complete, squares, average, weighted}) {
+        CAPTURE(method);
+        const Records records =
+            method == squares ? SquaresOf(ties, false) : Linked(ties, true, false, method);
+        CHECK(records.Members(0) == Numbers{1, 3});
+        CHECK(records.Members(1) == Numbers{2, 4});
+        CHECK(records.Members(2) == Numbers{1, 3, 2, 4});
+        CHECK(records[2].lastOfFirst == 3);
+    }
+    // 3 and 4 fuse at position 2; then 1 with {3, 4} equals 1 with 2, which stands before it.
+    const Cells chain = {{0, 2, 2, 9}, {0, 0, 9, 9}, {0, 0, 0, 1}, {0, 0, 0, 0}};
+    CHECK(Linked(chain, true, false, single).Members(1) == Numbers{1, 2});
+}
+
+TEST_CASE("a level is a single-precision value, and the matrix may be given up")
+{
+    Table rese({{0, 0.3, 0.1}, {0, 0, 0.2}, {0, 0, 0}});
+    double** const rows = rese;
+    const std::vector<double*> before(rows, rows + 3);
+    Records records(3);
+    LinkageCluster(3, rese, records, true, false, single, false);
+    CHECK(records[0].fusionLevel == 0.10000000149011612); // 0.1f
+    CHECK(records[1].fusionLevel == 0.20000000298023224); // 0.2f
+    CHECK(rows[0][1] == 0.2);
+    CHECK(std::is_permutation(before.begin(), before.end(), rows));
+    CHECK(rows[2] == before[2]);
+
+    Records one(1);
+    LinkageCluster(1, rese, one, true, false, single, true);
+    SumSqCluster(1, rese, one);
+    CHECK(one.Partition(1, squares) == Numbers{1});
+
+    // Nothing compares: every object still fuses once.
+    const double nan = std::nan("");
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const double x : {nan, infinity}) {
+        const Cells cells(4, std::vector<double>(4, x));
+        CHECK(Linked(cells, true, false, average).Members(2) == Numbers{1, 2, 3, 4});
+        CHECK(SquaresOf(cells, false).Members(2) == Numbers{1, 2, 3, 4});
+    }
+}
+
+TEST_CASE("sums of squares that do not grow with the step are read by level")
+{
+    // By hand: an equilateral triangle of squared side 4 (levels 2, then 4 at a cost of 2), and a
+    // pair of squared distance 5 (level 2.5) that fuses after it.
+    Records records = SquaresOf({{0, 4, 4, 99, 99},
+                                 {0, 0, 4, 99, 99},
+                                 {0, 0, 0, 99, 99},
+                                 {0, 0, 0, 0, 5},
+                                 {0, 0, 0, 0, 0}},
+                                true);
+    CHECK(records[0].fusionLevel == 2.0);
+    CHECK(records[1].fusionLevel == 4.0);
+    CHECK(records[1].fusionCost == 2.0);
+    CHECK(records[1].branchFirst == 2.0);
+    CHECK(records[1].branchSecond == 4.0);
+    CHECK(records[2].fusionLevel == 2.5);
+    CHECK(records.Partition(3, squares) == Numbers{1, 1, 2, 3, 3});
+    CHECK(records.Partition(3, average) == Numbers{1, 1, 1, 2, 3});
+    CHECK(records.Members(1) == Numbers{1, 2, 3}); // the records keep their order
+}
+
+TEST_CASE("values of a fused group")
+{
+    struct Case {
+        const char* fact;
+        std::function<void(int, int*, int, int, double**)> fuse;
+        double above, beside, below; // of the group with the objects before, between and behind
+    };
+    // Sizes 1, 2, 4, 1, 3; positions 1 and 3 fuse: weights 2/3 and 1/3, d = 0.9.
+    const Case cases[] = {
+        {"squared distances to the centroid",
+         [](int n, int* sizes, int i, int j, double** M) { FusionMatrix(n, sizes, i, j, M, true); },
+         0.1 * 2 / 3 + 0.3 / 3 - 0.2, 0.5 * 2 / 3 + 0.8 / 3 - 0.2, 0.7 * 2 / 3 + 0.6 / 3 - 0.2},
+        {"similarities: d stands for 1 - s",
+         [](int n, int* sizes, int i, int j, double** M) { FusionMatrix(n, sizes, i, j, M, false); },
+         0.5 / 3 + 0.2 / 9, 1.8 / 3 + 0.2 / 9, 2.0 / 3 + 0.2 / 9},
+        {"UPGMA",
+         [](int n, int* sizes, int i, int j, double** M) {
+             LinkageFusion(n, sizes, i, j, M, true, average);
+         },
+         0.5 / 3, 1.8 / 3, 2.0 / 3},
+        {"an unknown method keeps the values of the first group",
+         [](int n, int* sizes, int i, int j, double** M) {
+             LinkageFusion(n, sizes, i, j, M, true, 9);
+         },
+         0.1, 0.5, 0.7},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        Table M({{NA, 0.1, 0.2, 0.3, 0.4},
+                 {NA, NA, 0.5, 0.9, 0.7},
+                 {NA, NA, NA, 0.8, 0.95},
+                 {NA, NA, NA, NA, 0.6},
+                 {NA, NA, NA, NA, NA}});
+        double** const rows = M;
+        double* const fused = rows[3];
+        Numbers sizes = {1, 2, 4, 1, 3};
+        c.fuse(5, sizes.data(), 1, 3, M);
+        CHECK(rows[0][1] == doctest::Approx(c.above).epsilon(1e-14));
+        CHECK(rows[1][2] == doctest::Approx(c.beside).epsilon(1e-14));
+        CHECK(rows[1][3] == doctest::Approx(c.below).epsilon(1e-14));
+        CHECK(rows[0][2] == 0.2);
+        CHECK(rows[0][3] == 0.4);
+        CHECK(rows[2][3] == 0.95);
+        CHECK(rows[4] == fused);
+        CHECK(Numbers(sizes.begin(), sizes.begin() + 4) == Numbers{1, 3, 4, 3});
+        for (int i = 0; i < 5; i++)
+            for (int k = 0; k <= i && i < 3; k++) CHECK(rows[i][k] == NA);
+    }
+}
+
+TEST_CASE("identical objects and their representatives")
+{
+    struct Case {
+        const char* fact;
+        Cells rese;
+        bool dissimilarity;
+        Numbers labels;
+    };
+    const Case cases[] = {
+        {"similarity of exactly 1", {{1, 0.9999999, 1}, {0, 1, 0.5}, {0, 0, 1}}, false, {1, 2, 1}},
+        {"distance of exactly 0", {{0, 1, 1e-300}, {0, 0, 0}, {0, 0, 0}}, true, {1, 2, 2}},
+        {"the last row that matches decides", {{1, 0.5, 1}, {0, 1, 1}, {0, 0, 1}}, false, {1, 2, 2}},
+        {"one group", {{0, 0, 0}, {9, 0, 5}, {9, 9, 0}}, true, {1, 1, 1}},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        Table rese(c.rese);
+        Numbers labels(3);
+        int nGroups = 0;
+        ClusterIdenticals(3, rese, labels.data(), &nGroups, c.dissimilarity);
+        CHECK(labels == c.labels);
+        CHECK(nGroups == *std::max_element(c.labels.begin(), c.labels.end()));
+    }
+
+    Table rese({{1, 0.2, 0.3, 0.4}, {0, 1, 0.5, 0.6}, {0, 0, 1, 0.7}, {0, 0, 0, 1}});
+    Table trimmed(3, 3, NA);
+    Numbers labels = {1, 2, 1, 3};
+    TrimRese(4, 3, labels.data(), rese, trimmed);
+    CHECK(trimmed.cells == Cells{{1, 0.2, 0.4}, {NA, 1, 0.6}, {NA, NA, 1}});
+}
+
+TEST_CASE("labels are compacted in their order")
+{
+    struct Case {
+        Numbers labels;
+        int k;
+        Numbers expected;
+    };
+    const Case cases[] = {
+        {{9, 2, 5, 2}, 3, {3, 1, 2, 1}},
+        {{1, 2, 3}, 3, {1, 2, 3}},
+        {{4, 7}, 0, {4, 7}},
+        {{4, 4}, 2, {1, 1}}, // fewer than told: an end all the same
+    };
+    for (Case c : cases) {
+        RenamePartitionLabels(static_cast<int>(c.labels.size()), c.k, c.labels.data());
+        CHECK(c.labels == c.expected);
+    }
+}
+
+TEST_CASE("eigenanalysis of two vectors")
+{
+    double a[] = {3, 1, NA, 4};
+    double b[] = {1, 3, 7, 1.2};
+    double first = 0.0;
+    double second = 0.0;
+    double firstVector[2];
+    double secondVector[2];
+    HierFactorialEigen(4, a, b, &first, &second, firstVector, secondVector);
+    // By hand: the hole of a leaves b its 7, so b.b = 1 + 9 + 49 + 1.44; a.b = 3 + 3 + 4.8.
+    CHECK(first + second == doctest::Approx(26 + 60.44)); // the trace
+    CHECK(first * second == doctest::Approx(26 * 60.44 - 10.8 * 10.8)); // the determinant
+    CHECK(first > second);
+    CHECK(firstVector[0] * 26 + firstVector[1] * 10.8 == doctest::Approx(first * firstVector[0]));
+    CHECK(std::fabs(firstVector[0] * secondVector[0] + firstVector[1] * secondVector[1]) < 1e-14);
+    double alone = 0.0;
+    HierFactorialEigen(4, a, b, nullptr, &alone, nullptr, nullptr);
+    CHECK(alone == second);
+
+    // Standardised rows of correlation r: 1 - |r|. R 4.2: cor(x, y) = 0.479512223816156
+    Table rows({{1, 2, 4, 7}, {2, 1, 5, 3}, {-2, -1, -5, -3}});
+    Table out(3, 3, 8.0);
+    ResemblanceLib(3, 4, rows, out, 1, 21, 0, nullptr, 0.0, 0.0, 0, false);
+    CHECK(out.cells[0][1] == doctest::Approx(1 - 0.479512223816156).epsilon(1e-13));
+    CHECK(out.cells[0][2] == doctest::Approx(1 - 0.479512223816156).epsilon(1e-13));
+    CHECK(std::fabs(out.cells[1][2]) < 1e-14);
+    CHECK(out.cells[1][0] == out.cells[0][1]);
+    CHECK(out.cells[1][1] == 8.0); // the diagonal is left alone
+}
