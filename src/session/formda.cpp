@@ -16,12 +16,13 @@
 #include "shell/scanners.hpp"
 #include "shell/table.hpp"
 
+const char* const versionFormda = "97Sep08";
+
 namespace {
 
 // Words that tell the layouts of the file apart.
 const char* const versionWithTraitGroups = "25Jun2016";
 const char* const versionMatrices = "18Jan2008";
-const char* const versionEnvironment = "97Sep08";
 const char* const markerSMW = "SMW";
 
 constexpr int significantDigits = 6;
@@ -119,7 +120,7 @@ void WriteEnvironment(std::FILE* file)
     const Session& s = session;
     std::fprintf(file, "%d \n", s.nenv);
     if (s.nenv > 0) {
-        std::fprintf(file, "%s \n", versionEnvironment);
+        std::fprintf(file, "%s \n", versionFormda);
         std::fprintf(file, "%d \n", s.optEnvVarType);
         WriteInts(file, s.nenv, s.envVarType);
         WriteLabels(file, s.nenv, s.envLabel);
@@ -206,22 +207,6 @@ struct OwnedWord {
     char* const text;
 };
 
-/// The layout of old: a line for each OTU, a word of two characters a trait and then its
-/// performances. The first OTU's word has been read.
-void ReadOldMatrices(DataFile& file, char* word, int wordSize)
-{
-    Session& s = session;
-    for (int i = 0; i < s.tcst; i++) {
-        if (i > 0) file.ReadWord(word, wordSize);
-        const int length = static_cast<int>(std::strlen(word));
-        for (int j = 0; j < s.nch && 2 * j < length; j++) {
-            const char pair[] = {word[2 * j], word[2 * j + 1], '\0'};
-            s.csm_Float[i][j] = static_cast<float>(std::atof(pair)); // that layout's precision
-        }
-        file.ReadDoubles(s.ncsm, s.cadat[i]);
-    }
-}
-
 /// Reads B and W in either layout. Returns whether trait groups follow at the end of the file.
 bool ReadMatrices(DataFile& file)
 {
@@ -232,12 +217,11 @@ bool ReadMatrices(DataFile& file)
     s.cadat = dim2Double(s.tcst, s.ncsm);
     s.csm_Float = dim2Double(s.tcst, s.nch);
 
-    const long wordSize = std::min<long>(std::max<long>(versionWordSize, 2L * s.nch + 1), INT_MAX);
-    const OwnedWord word(wordSize + 1);
-    file.ReadWord(word.text, static_cast<int>(wordSize));
+    const OwnedWord word(OldWordSize());
+    file.ReadWord(word.text, OldWordSize());
     const bool withTraitGroups = std::strcmp(word.text, versionWithTraitGroups) == 0;
     if (!withTraitGroups && std::strcmp(word.text, versionMatrices) != 0) {
-        ReadOldMatrices(file, word.text, static_cast<int>(wordSize));
+        ReadOldMatrices(file, word.text, OldWordSize(), s.tcst, s.csm_Float, s.cadat);
         return false;
     }
     file.ReadMatrix(s.tcst, s.nch, s.csm_Float);
@@ -261,7 +245,7 @@ void ReadVariables(DataFile& file)
     char word[versionWordSize];
     file.ReadWord(word, sizeof word);
     int nLabelsRead = 0;
-    if (std::strcmp(word, versionEnvironment) == 0) {
+    if (std::strcmp(word, versionFormda) == 0) {
         s.optEnvVarType = file.ReadInt();
         file.ReadInts(s.nenv, s.envVarType);
     } else {
@@ -384,4 +368,23 @@ void OpenFormda(int /*mode*/)
     ReadPhylogeny(file);
     ReadTraitGroups(file, hasStoredGroups);
     session.dirtyOrig = 0;
+}
+
+int OldWordSize()
+{
+    const long size = std::max<long>(versionWordSize, 2L * session.nch + 1);
+    return static_cast<int>(std::min<long>(size, INT_MAX));
+}
+
+void ReadOldMatrices(DataFile& file, char* word, int wordSize, int nOTUs, double** B, double** W)
+{
+    for (int i = 0; i < nOTUs; i++) {
+        if (i > 0) file.ReadWord(word, wordSize);
+        const int length = static_cast<int>(std::strlen(word));
+        for (int j = 0; j < session.nch && 2 * j < length; j++) {
+            const char pair[] = {word[2 * j], word[2 * j + 1], '\0'};
+            B[i][j] = static_cast<float>(std::atof(pair)); // that layout's precision
+        }
+        file.ReadDoubles(session.ncsm, W[i]);
+    }
 }

@@ -1,6 +1,11 @@
 // The formatted data file: a session's data set as one text file of blank-delimited items.
 #pragma once
 
+class DataFile;
+
+/// The word before the ecosystem variables; files without it have no types of variables.
+extern const char* const versionFormda;
+
 /// Writes the data set as a formatted data file.
 ///
 /// nOTUs     OTUs to store
@@ -21,3 +26,15 @@ void WriteFormda(int nOTUs, const char* fileName, const char* description, doubl
 ///           ends early, holds a wrong token or a count that cannot be; what was allocated stays
 ///           with the session for FreeGlobals2
 void OpenFormda(int mode);
+
+/// Reads B and W in the layout of old: a line for each OTU, a word of two characters a trait and
+/// then its performances. Words that end early leave the traits behind as they are.
+///
+/// word          the first OTU's word, which has been read; used for the others
+/// wordSize      of `word`; see OldWordSize
+/// B             nOTUs x session.nch, written with the single precision of that layout
+/// W             nOTUs x session.ncsm, written
+void ReadOldMatrices(DataFile& file, char* word, int wordSize, int nOTUs, double** B, double** W);
+
+/// Room for a word of two characters a trait, and for any version word.
+int OldWordSize();

@@ -8,7 +8,9 @@
 #include <string>
 
 #include "session/checks.hpp"
+#include "session/derive.hpp"
 #include "session/formda.hpp"
+#include "session/merge.hpp"
 #include "session/session.hpp"
 #include "session/track.hpp"
 #include "shell/arrays.hpp"
@@ -585,11 +587,11 @@ bool UseOtherSession()
     std::fprintf(out, "\n\n");
     if (option == 3) return false; // back to the ways, whatever the line says
     if (option == 2) {
-        std::fprintf(out, "Modifying the data of another session comes with a later release.\n");
-        return false;
+        PickSomeFormda();
+    } else {
+        OpenFormda(1);
+        ClearLine();
     }
-    OpenFormda(1);
-    ClearLine();
     WriteTrack(0);
     FreeGlobals1();
     return true;
@@ -597,8 +599,23 @@ bool UseOtherSession()
 
 bool MergeSessions()
 {
-    std::fprintf(console.out, "Merging the data of two sessions comes with a later release.\n");
-    return false;
+    std::FILE* out = console.out;
+    std::fprintf(out, "\nEnter names of the sessions from which data is to be merged:");
+    std::fprintf(out, "\nFirst session name: ");
+    if (!AskFormattedFile(session.whichFormda)) return false;
+    OpenFormda(1);
+    ClearLine();
+    std::fprintf(out, "Second session name: ");
+    char second[sizeof session.whichFormda];
+    const bool found = AskFormattedFile(second);
+    std::strcpy(session.dataName, session.whichFormda);
+    const bool isMerged = found && MergeFormda(second) == 1;
+    if (isMerged) {
+        WriteTrack(0);
+        FreeGlobals1();
+    }
+    FreeGlobals2();
+    return isMerged;
 }
 
 } // namespace

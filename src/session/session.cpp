@@ -92,28 +92,16 @@ void FreeGlobals1()
     s.whichLevelGrCST = 1;
 }
 
-void FreeGlobals2()
+void FreeSettings()
 {
     Session& s = session;
-    Release(s.chLabel, s.allocatedTraits);
-    Release(s.reLabel, s.allocatedCommunities);
     Release(s.grLabelP, s.allocatedCommunities);
     Release(s.grCstLabelP, s.allocatedOTUs);
     Release(s.nchor);
     Release(s.weight);
     Release(s.weight_OTUs);
-    Release(s.chtype);
-    Release(s.traitGroups);
-    Release(s.chrange);
-    Release(s.onsta);
-    Release(s.ncst);
     Release(s.rcst);
     Release(s.nGrPoly);
-    Release(s.cadat, s.allocatedOTUs);
-    Release(s.csm_Float, s.allocatedOTUs);
-    Release(s.env, s.allocatedCommunities);
-    Release(s.envLabel, s.allocatedVariables);
-    Release(s.envVarType);
     Release(s.relSelect);
     Release(s.eVarSelect);
     Release(s.nGroupsP);
@@ -124,17 +112,35 @@ void FreeGlobals2()
     Release(s.groupCstP, nPartitionsMax);
     Release(s.partCstLabel, nPartitionsMax);
     Release(s.partition_OTUs);
+    Release(s.cstTrack, s.allocatedTraits);
+    s.groupRel = s.groupCst = nullptr;
+    s.grLabel = s.grCstLabel = nullptr;
+}
+
+void FreeGlobals2()
+{
+    Session& s = session;
+    FreeSettings();
+    Release(s.chLabel, s.allocatedTraits);
+    Release(s.reLabel, s.allocatedCommunities);
+    Release(s.chtype);
+    Release(s.traitGroups);
+    Release(s.chrange);
+    Release(s.onsta);
+    Release(s.ncst);
+    Release(s.cadat, s.allocatedOTUs);
+    Release(s.csm_Float, s.allocatedOTUs);
+    Release(s.env, s.allocatedCommunities);
+    Release(s.envLabel, s.allocatedVariables);
+    Release(s.envVarType);
     Release(s.spp, s.allocatedSpecies);
     Release(s.sppRelMap, s.allocatedSpecies);
     Release(s.cstSppMap, s.allocatedOTUs);
-    Release(s.cstTrack, s.allocatedTraits);
     Release(s.phylogenyRese, s.allocatedOTUs);
     Release(s.phylogenyData, s.allocatedOTUs);
     Release(s.phylogenyVarType);
     Release(s.nestingMembershipOTUs);
     Release(s.partition_OTUs_Phyl);
-    s.groupRel = s.groupCst = nullptr;
-    s.grLabel = s.grCstLabel = nullptr;
     s.allocatedTraits = s.allocatedCommunities = s.allocatedOTUs = 0;
     s.allocatedVariables = s.allocatedSpecies = 0;
 }

@@ -173,6 +173,9 @@ void SessionFileName(char* name, const char* suffix);
 /// partitions at the first entries. eVarSelect is allocated when nenv is known.
 void AllocateSettings();
 
+/// Releases what AllocateSettings allocated, and eVarSelect.
+void FreeSettings();
+
 /// Back to "no results": file names "NULL", result flags 0, no partitions, level 1.
 void FreeGlobals1();
 
