@@ -316,7 +316,11 @@ TEST_CASE("ways to set up the data of a session")
         {"no such session", "2\nnobody\n4\n", 1, "", 2},
         {"a name that is too long", "2\n" + std::string(300, 'x') + "\n4\n", 1, "", 2},
         {"returning from another session's data", "2\nother\n3\n4\n", 1, "", 2},
-        {"not yet: modified, merged", "2\nother\n2\n3\n4\n", 1, "", 3},
+        {"modified data of another session", "2\nother\n2\n1\n1\n1\nn\n", 0,
+         "aFormda.txt\n07Jul17\n", 1},
+        {"merged data of two sessions", "3\nother\nold\n", 0, "aFormda.txt\n07Jul17\n", 1},
+        {"merging that is refused, or finds no second or no first session",
+         "3\nother\nother\n3\nother\nnobody\n3\nnobody\n4\n", 1, "", 4},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -324,6 +328,9 @@ TEST_CASE("ways to set up the data of a session")
         Dialogue dialogue;
         REQUIRE(Dialogue::Format(onlyBAndW + traits + communities) == 0);
         std::filesystem::rename("aFormda.txt", "otherFormda.txt");
+        const std::string other = TextOfFile("otherFormda.txt");
+        WriteText("oldFormda.txt", Replaced(Replaced(other, "meadow\twood", "lake\tshore"),
+                                            "25Jun2016", "18Jan2008"));
         Type(c.answers);
         int result = -1;
         CHECK(CodeOf([&result] { result = SetFormda(); }) == 0);
