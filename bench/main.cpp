@@ -1,0 +1,86 @@
+// The benchmark: the plain form of each hot part against the program's form of it, in the same run.
+// Status 1 if any pair of results differs in a single byte.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <gsl/gsl_errno.h>
+#include <omp.h>
+#include <unistd.h>
+
+#include "functional/permtest_kernels.hpp"
+#include "lines.hpp"
+
+namespace {
+
+const char* const usage =
+    "kelpra_bench [--quick] [--only LINE] [--threads N] [--path baseline|avx2] [--json]\n"
+    "  --quick    about 10 seconds instead of two minutes\n"
+    "  --only     one line (P1) or family (P)\n"
+    "  --threads  threads of the P lines; 1 if not given\n"
+    "  --path     vector instructions of the permutation test; the machine's best if not given\n"
+    "  --json     an array of objects instead of the table\n";
+
+[[noreturn]] void Complain()
+{
+    std::fputs(usage, stderr);
+    std::exit(2);
+}
+
+Options ReadOptions(int argc, char** argv)
+{
+    Options options;
+    for (int i = 1; i < argc; i++) {
+        const std::string word = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (word == "--quick") options.quick = true;
+        else if (word == "--json") options.json = true;
+        else if (word == "--only" && hasValue) options.only = argv[++i];
+        else if (word == "--threads" && hasValue) options.threads = std::atoi(argv[++i]);
+        else if (word == "--path" && hasValue) options.path = argv[++i];
+        else Complain();
+    }
+    const bool knownPath = options.path.empty() || options.path == "baseline" ||
+                           options.path == "avx2";
+    if (options.threads < 1 || !knownPath) Complain();
+    return options;
+}
+
+void ChoosePath(Options& options)
+{
+    const bool has = __builtin_cpu_supports("avx2") != 0;
+    if (options.path.empty()) options.path = has ? "avx2" : "baseline";
+    if (options.path == "avx2" && !has) {
+        std::fputs("this machine has no AVX2\n", stderr);
+        std::exit(2);
+    }
+    ChooseKernels(options.path.c_str());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    gsl_set_error_handler_off(); // as the program does at its start
+    Options options = ReadOptions(argc, argv);
+    ChoosePath(options);
+    omp_set_num_threads(options.threads);
+
+    Report report(options.json, fdopen(dup(STDOUT_FILENO), "w"));
+    report.Comment("compiler " __VERSION__);
+    report.Comment("flags " KELPRA_BENCH_FLAGS);
+    report.Comment("vector path " + options.path);
+    report.Comment("threads " + std::to_string(options.threads) + " of " +
+                   std::to_string(omp_get_num_procs()));
+    report.Head();
+    CalibrationLines(options, report);
+    TerminalLines(options, report);
+    KernelLines(options, report);
+    PermutationLines(options, report);
+    WholeTestLines(options, report);
+    SubsetLines(options, report);
+    DialogueLines(options, report);
+    report.End();
+    return report.anyDifference ? 1 : 0;
+}
