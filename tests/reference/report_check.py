@@ -696,7 +696,7 @@ LABELS = {"TE": r"r\(TE\)", "XE": r"r\(XE\)", "XE.T": r"r\(XE\.T\)", "RE": r"r\(
           "PX": r"ro\(PX\)", "PX.T": r"ro\(PX\.T\)", "TE.P": r"ro\(TE\.P\)",
           "XE.P": r"ro\(XE\.P\)", "XE.TP": r"ro\(XE\.TP\)", "PE.T": r"ro\(PE\.T\)",
           "PE.X": r"ro\(PE\.X\)"}
-NUMBER = r"\t([-+.0-9e]+|-?nan|-?inf)"
+NUMBER = r"\t(-?nan|-?inf|[-+.0-9e]+)"
 
 
 def check_tables(a, check):
@@ -877,7 +877,7 @@ def check_intermediate(a, check, path, observed, trace):
     values = []
     for i in file.every(r"^Iteration \d+\tRandom ro|^ ro\(P|^Random ro"):
         line = file.lines[i]
-        found = re.findall(r"=\s*([-+.0-9e]+|-?nan|-?inf)", line)
+        found = re.findall(r"=\s*(-?nan|-?inf|[-+.0-9e]+)", line)
         values.append([float(x) for x in (found if line[0] == "I" else line.split("\t")[1:])])
     for k, (order, arranged, r, counts) in enumerate(trace):
         for i in orders[k * per:(k + 1) * per]:
