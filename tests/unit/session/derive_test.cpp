@@ -320,7 +320,7 @@ TEST_CASE("pooling by a moving window")
                 CHECK(session.env[i][k] ==
                       doctest::Approx(c.E[static_cast<std::size_t>(i)][static_cast<std::size_t>(k)])
                           .epsilon(1e-5));
-        CHECK(Ints(session.envVarType, 3) == std::vector<int>{3, 2, 1}); // only pooling changes them
+        CHECK(Ints(session.envVarType, 3) == std::vector<int>{3, 2, 1}); // as they were
         CHECK(SpeciesMarks() == c.species);
         const std::string screen = test.screen.Text();
         const std::string count = std::to_string(nNew), half = std::to_string(c.half);

@@ -94,7 +94,11 @@ TEST_CASE("two data sets without variables in one")
     CHECK(std::vector<int>(s.onsta, s.onsta + 2) == std::vector<int>{5, 2}); // counted anew
     CHECK(s.phylogenyMatrixType == 1);
     CHECK(RowsOf(s.phylogenyRese, 5, 5) ==
-          Rows{{1, .5, 0, 0, 0}, {.5, 1, 0, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}, {0, 0, 0, 0, 0}});
+          Rows{{1, .5, 0, 0, 0},
+               {.5, 1, 0, 0, 0},
+               {0, 0, 0, 0, 0},
+               {0, 0, 0, 0, 0},
+               {0, 0, 0, 0, 0}});
     CHECK(std::vector<int>(s.traitGroups, s.traitGroups + 2) == std::vector<int>{7, 8});
     CHECK(test.screen.Text().empty());
 }
