@@ -175,7 +175,7 @@ void MeasureDistances(Metacommunity& m)
     // The cap is a cell of the matrix, hence the largest one after capping, unless no value has a
     // rank as high as that (most cells are equal).
     const bool isCell = m.cap < static_cast<double>(std::numeric_limits<float>::max());
-    m.scale = isCell ? m.cap : LargestCell(m.nSites, m.nOTUs, m.dist);
+    m.scale = isCell ? m.cap : Fmin(m.cap, LargestCell(m.nSites, m.nOTUs, m.dist));
 }
 
 void StartRecording(const Simulation& run, Metacommunity& m, int step)
