@@ -26,6 +26,11 @@ namespace {
 const char* const reportFile = "FinalSimulatedData.txt";
 const int nAxesShown = 6;
 
+/// Index opt_ro - 1. The shared table of names leaves two of them out.
+const char* const measureNames[] = {"matrix correlation (Mantel)", "Procrustes (traceW)",
+                                    "RV coefficient (Escoufier 1973)", "linear regression",
+                                    "analysis of variance"};
+
 using File = std::FILE*;
 
 void PrintMatrixOf(File f, int rows, int cols, double** M)
@@ -149,7 +154,7 @@ void ReportAnalysisSettings(File f, const Simulation& run)
             PrintCounts(f, run.nOTUs, session.nestingMembershipOTUs);
         }
     }
-    std::fprintf(f, "\nCorrelation function between matrices: \t%s\n", opt_roInfo[session.opt_ro - 1]);
+    std::fprintf(f, "\nMeasuring congruence using:\t%s\n", measureNames[session.opt_ro - 1]);
     if (session.opt_ro == mantel || session.opt_ro == varianceAnalysis)
         std::fprintf(f, "\nResemblance function between communities:\t%s\n", rese_optInfo[session.rese_opt - 1]);
     std::fprintf(f, "\nOTUs in the analysis (1: included):\n");
