@@ -8,7 +8,6 @@
 #include "functional/settings.hpp"
 #include "numeric/adjust.hpp"
 #include "numeric/matrix.hpp"
-#include "numeric/ordination.hpp"
 #include "numeric/resemblance.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
@@ -18,6 +17,7 @@
 #include "shell/table.hpp"
 #include "simulation/evaluation.hpp"
 #include "simulation/model.hpp"
+#include "simulation/ordination.hpp"
 #include "simulation/settings.hpp"
 #include "simulation/stepfiles.hpp"
 
@@ -281,29 +281,6 @@ void ReportEcosystem(File f, const Simulation& run, const Metacommunity& m)
 
 // --- The ordination of a set
 
-/// Correspondence analysis of W: eigenvalues, scores of OTUs and of communities by axes.
-struct Ordination {
-    Ordination(const Metacommunity& m);
-
-    OwnedRows vectors; // N x N, of which nAxes rows: scores of OTUs
-    OwnedRows scores;  // N x S, of which nAxes rows: scores of communities
-    OwnedVector values;
-    int nAxes = 0;
-};
-
-Ordination::Ordination(const Metacommunity& m)
-    : vectors(m.nOTUs, m.nOTUs), scores(m.nOTUs, m.nSites), values(m.nOTUs)
-{
-    OwnedRows deviations(m.nOTUs, m.nSites);
-    OwnedRows products(m.nOTUs, m.nOTUs);
-    TransposeMatrix(m.nSites, m.nOTUs, m.W, deviations);
-    DeviationsExpectationsMV(m.nOTUs, m.nSites, deviations, deviations);
-    CrossProductMV(m.nOTUs, m.nSites, deviations, products);
-    bool noNegative = false;
-    OrdinationLib_D(m.nOTUs, m.nSites, m.W, products, vectors, scores, &nAxes, values, &noNegative,
-                    3, 1, 2);
-}
-
 /// Objects in rows, the first axes in columns.
 void PrintScores(File f, int nObjects, int nAxes, double** scores)
 {
@@ -312,7 +289,7 @@ void PrintScores(File f, int nObjects, int nAxes, double** scores)
     PrintMatrixOf(f, nObjects, nAxes, turned);
 }
 
-void ReportOrdination(File f, const Metacommunity& m, const Ordination& o)
+void ReportOrdination(File f, const Metacommunity& m, const CommunityOrdination& o)
 {
     double positive = 0.0;
     for (int a = 0; a < m.nOTUs; a++)
@@ -326,9 +303,9 @@ void ReportOrdination(File f, const Metacommunity& m, const Ordination& o)
         std::fprintf(f, "%8.*g\t", digits, 100.0 * o.values[a] / positive);
     const int nShown = std::min(o.nAxes, nAxesShown);
     std::fprintf(f, "\nScores of OTUs on the first ordination components:\n");
-    PrintScores(f, m.nOTUs, nShown, o.vectors);
+    PrintScores(f, m.nOTUs, nShown, o.otuScores);
     std::fprintf(f, "\nScores of communities on the first ordination components:\n");
-    PrintScores(f, m.nSites, nShown, o.scores);
+    PrintScores(f, m.nSites, nShown, o.communityScores);
 }
 
 /// What the axes are compared with, one value a community.
@@ -634,13 +611,13 @@ void ReportAnalysis(const Simulation& run, const Metacommunity& m, const SetAnal
     std::fprintf(f, "\nRao entropy at final step %d, for %d community sites:\n", run.totalSteps, m.nSites);
     PrintVectorTab(f, m.nSites, analysis.Rf, preferences.sDigits, nullptr);
 
-    const Ordination ordination(m);
+    const CommunityOrdination ordination(m.nSites, m.nOTUs, m.W);
     ReportOrdination(f, m, ordination);
     const Descriptors descriptors(run, m);
     std::fprintf(f, "\nCorrelation coefficients between ordination axes and other community or ecosystem descriptors:\n");
     for (int a = 0; a < std::min(ordination.nAxes, nAxesShown); a++) {
         std::fprintf(f, "Axis:\t%d\n", a + 1);
-        ReportAxis(f, run, m, descriptors, T, analysis.Rf, ordination.scores.table[a]);
+        ReportAxis(f, run, m, descriptors, T, analysis.Rf, ordination.communityScores.table[a]);
     }
     ReportSelection(f, run);
     std::fprintf(f, "\nEcosystem variable weights:                              ");
