@@ -11,7 +11,9 @@
 
 namespace {
 
-constexpr std::size_t laneBlock = 8;
+// The kernels take blocks of up to 16 cells, and 8 columns at a time.
+constexpr std::size_t laneBlock = 16;
+constexpr std::size_t columnBlock = 8;
 
 std::size_t Size(int n)
 {
@@ -20,7 +22,7 @@ std::size_t Size(int n)
 
 std::size_t RoundUp(std::size_t n)
 {
-    return (n + laneBlock - 1) / laneBlock * laneBlock;
+    return (n + columnBlock - 1) / columnBlock * columnBlock;
 }
 
 /// Columns may be read a block beyond the last community.
@@ -119,81 +121,76 @@ void CenterTriangle(int n, double** M, Deviations& x)
     Center(x, p, sum);
 }
 
-double Correlation(const Deviations& a, const Deviations& b, double sumProducts)
+struct Means {
+    double first = 0.0, second = 0.0, third = 0.0;
+};
+
+/// Means of up to three triangles; their sums run side by side, each a dependent chain.
+Means MeansOf(std::size_t nPairs, const double* a, const double* b, const double* c)
 {
-    if (a.sumSquares == 0.0 || b.sumSquares == 0.0) return 0.0;
-    return sumProducts / std::sqrt(a.sumSquares * b.sumSquares);
+    Means sum;
+    for (std::size_t p = 0; p < nPairs; p++) {
+        sum.first += a[p];
+        sum.second += b[p];
+        sum.third += c[p];
+    }
+    const double n = static_cast<double>(nPairs);
+    return {sum.first / n, sum.second / n, sum.third / n};
 }
 
-/// Centers the resemblances of one arrangement. Their sums run side by side: each is one long
-/// dependent chain of additions.
-void CenterMoving(const FastMantel& fast, FastMantelWorkspace& w)
+double Correlation(double sumSquaresA, double sumSquaresB, double sumProducts)
 {
-    double sumT = 0.0, sumX = 0.0, sumR = 0.0;
-    for (std::size_t p = 0; p < fast.nPairs; p++) {
-        sumT += w.DT.cell[p];
-        sumX += w.DX.cell[p];
-        sumR += w.DR.cell[p];
-    }
-    Center(w.DT, fast.nPairs, sumT);
-    Center(w.DX, fast.nPairs, sumX);
-    Center(w.DR, fast.nPairs, sumR);
-    if (!fast.in.withPhylogeny) return;
-    double sumP = 0.0, sumRp = 0.0;
-    for (std::size_t p = 0; p < fast.nPairs; p++) {
-        sumP += w.DP.cell[p];
-        sumRp += w.DRp.cell[p];
-    }
-    Center(w.DP, fast.nPairs, sumP);
-    Center(w.DRp, fast.nPairs, sumRp);
+    if (sumSquaresA == 0.0 || sumSquaresB == 0.0) return 0.0;
+    return sumProducts / std::sqrt(sumSquaresA * sumSquaresB);
 }
 
-void CorrelateTraits(const FastMantel& fast, const FastMantelWorkspace& w,
-                     IterationStatistics& result)
+/// Correlations of DT, DX and DR with the fixed resemblances and with one another. The triangles
+/// become deviations from their means.
+void CorrelateTraits(const FastMantel& fast, FastMantelWorkspace& w, IterationStatistics& result)
 {
-    double te = 0.0, ty = 0.0, tz = 0.0, xe = 0.0, xt = 0.0, xy = 0.0, xz = 0.0;
-    double re = 0.0, xr = 0.0, tr = 0.0;
-    for (std::size_t p = 0; p < fast.nPairs; p++) {
-        const double T = w.DT.cell[p], X = w.DX.cell[p], R = w.DR.cell[p];
-        const double E = fast.DE.cell[p], Y = fast.DY.cell[p], Z = fast.DZ.cell[p];
-        te += T * E;
-        ty += T * Y;
-        tz += T * Z;
-        xe += X * E;
-        xt += X * T;
-        xy += X * Y;
-        xz += X * Z;
-        re += R * E;
-        xr += X * R;
-        tr += T * R;
-    }
-    result.value[rTE] = Correlation(fast.DE, w.DT, te);
-    result.value[rTY] = Correlation(fast.DY, w.DT, ty);
-    result.value[rTZ] = Correlation(fast.DZ, w.DT, tz);
-    result.value[rXE] = Correlation(fast.DE, w.DX, xe);
-    result.rXT = Correlation(w.DX, w.DT, xt);
-    result.value[rXY] = Correlation(w.DX, fast.DY, xy);
-    result.value[rXZ] = Correlation(w.DX, fast.DZ, xz);
-    result.value[rRE] = Correlation(fast.DE, w.DR, re);
-    result.rXR = Correlation(w.DX, w.DR, xr);
-    result.rTR = Correlation(w.DT, w.DR, tr);
+    const Means mean = MeansOf(fast.nPairs, w.DT.cell, w.DX.cell, w.DR.cell);
+    const double means[] = {mean.first, mean.second, mean.third};
+    TraitSums sums;
+    ActiveKernels().correlateTraits(fast.nPairs, {fast.DE.cell, fast.DY.cell, fast.DZ.cell},
+                                    w.DT.cell, w.DX.cell, w.DR.cell, means, sums);
+    const double E2 = fast.DE.sumSquares, Y2 = fast.DY.sumSquares, Z2 = fast.DZ.sumSquares;
+    const double T2 = w.DT.sumSquares = sums.withT[3];
+    const double X2 = w.DX.sumSquares = sums.withX[3];
+    const double R2 = sums.withR[3];
+    double* r = result.value;
+    r[rTE] = Correlation(E2, T2, sums.withT[0]);
+    r[rTY] = Correlation(Y2, T2, sums.withT[1]);
+    r[rTZ] = Correlation(Z2, T2, sums.withT[2]);
+    r[rXE] = Correlation(E2, X2, sums.withX[0]);
+    r[rXY] = Correlation(X2, Y2, sums.withX[1]);
+    r[rXZ] = Correlation(X2, Z2, sums.withX[2]);
+    result.rXT = Correlation(X2, T2, sums.xt);
+    r[rRE] = Correlation(E2, R2, sums.withR[0]);
+    result.rXR = Correlation(X2, R2, sums.withR[1]);
+    result.rTR = Correlation(T2, R2, sums.withR[2]);
 }
 
+/// Correlations of DP and DRp, after those of the traits.
 void CorrelatePhylogeny(const FastMantel& fast, const FastMantelWorkspace& w,
                         IterationStatistics& result)
 {
-    double pe = 0.0, pt = 0.0, px = 0.0, fe = 0.0;
+    const Means mean = MeansOf(fast.nPairs, w.DP.cell, w.DRp.cell, w.DRp.cell);
+    double pe = 0.0, pt = 0.0, px = 0.0, pp = 0.0, fe = 0.0, ff = 0.0;
     for (std::size_t p = 0; p < fast.nPairs; p++) {
-        const double P = w.DP.cell[p], E = fast.DE.cell[p];
+        const double E = fast.DE.cell[p];
+        const double P = w.DP.cell[p] - mean.first;
+        const double F = w.DRp.cell[p] - mean.second;
         pe += P * E;
         pt += P * w.DT.cell[p];
         px += P * w.DX.cell[p];
-        fe += w.DRp.cell[p] * E;
+        pp += P * P;
+        fe += F * E;
+        ff += F * F;
     }
-    result.value[roPE] = Correlation(fast.DE, w.DP, pe);
-    result.value[roPT] = Correlation(w.DP, w.DT, pt);
-    result.value[roPX] = Correlation(w.DP, w.DX, px);
-    result.value[rFE] = Correlation(fast.DE, w.DRp, fe);
+    result.value[roPE] = Correlation(fast.DE.sumSquares, pp, pe);
+    result.value[roPT] = Correlation(pp, w.DT.sumSquares, pt);
+    result.value[roPX] = Correlation(pp, w.DX.sumSquares, px);
+    result.value[rFE] = Correlation(fast.DE.sumSquares, ff, fe);
 }
 
 // --- Products and distances
@@ -338,7 +335,7 @@ Lanes::~Lanes()
     free2D(values, 1);
 }
 
-Deviations::Deviations(std::size_t nPairs) : cell(nPairs)
+Deviations::Deviations(std::size_t nPairs) : cell(nPairs + laneBlock)
 {
 }
 
@@ -444,7 +441,6 @@ void FastEntropies(const FastMantel& fast, FastMantelWorkspace& w, const int* li
 
 void FastCorrelations(const FastMantel& fast, FastMantelWorkspace& w, IterationStatistics& result)
 {
-    CenterMoving(fast, w);
     CorrelateTraits(fast, w, result);
     if (fast.in.withPhylogeny) CorrelatePhylogeny(fast, w, result);
     PartialMantel(result, fast.in.withPhylogeny);
@@ -466,7 +462,7 @@ double FastSignal(const FastMantel& fast, FastMantelWorkspace& w, const int* lis
     Center(w.Sf, p, sum);
     double products = 0.0;
     for (p = 0; p < fast.nOtuPairs; p++) products += w.Sf.cell[p] * fast.Sb.cell[p];
-    return Correlation(fast.Sb, w.Sf, products);
+    return Correlation(fast.Sb.sumSquares, w.Sf.sumSquares, products);
 }
 
 void FastTaxaShuffle(const FastMantel& fast, FastMantelWorkspace& w, const int* list,

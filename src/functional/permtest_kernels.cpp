@@ -5,9 +5,11 @@
 
 namespace baseline {
 namespace {
+#define KELPRA_LANES 2
 #include "functional/permtest_kernels_body.hpp"
 } // namespace
-const PermutationKernels kernels = {"baseline", WeightedRows, Euclidean, CityBlock};
+const PermutationKernels kernels = {"baseline", WeightedRows, Euclidean, CityBlock,
+                                    CorrelateTraitSums};
 } // namespace baseline
 
 #if defined(KELPRA_HAS_AVX2)

@@ -5,6 +5,19 @@
 
 #include <cstddef>
 
+/// Deviations of the resemblances that no permutation changes, nPairs cells each.
+struct FixedTriangles {
+    const double *E, *Y, *Z;
+};
+
+/// Sums of products of deviations.
+struct TraitSums {
+    double withT[4]; ///< of T with E, Y, Z and T
+    double withX[4]; ///< of X with E, Y, Z and X
+    double withR[4]; ///< of R with E, X, T and R
+    double xt;       ///< of X with T
+};
+
 struct PermutationKernels {
     const char* name; ///< "baseline" or "avx2"
 
@@ -14,11 +27,18 @@ struct PermutationKernels {
                          const double* weight, const int* list, double* out);
 
     /// Distances between n objects over p variables, which stand as columns `stride` apart:
-    /// squared differences summed over variables ascending; root where the sum is above 0. Packed
-    /// upper triangle without diagonal, row by row. Columns must be readable 8 cells beyond n.
+    /// squared differences summed over variables ascending; root of the sum. Packed
+    /// upper triangle without diagonal, row by row. Columns must be readable, and the triangle
+    /// writable, 16 cells beyond their ends; the cells are finite.
     void (*euclidean)(int n, int p, const double* columns, std::size_t stride, double* packed);
     /// The same with absolute differences and no root.
     void (*cityBlock)(int n, int p, const double* columns, std::size_t stride, double* packed);
+
+    /// All sums of products that the correlations of T, X and R ask for, pairs ascending, given
+    /// the means of the three triangles. T and X become their deviations.
+    void (*correlateTraits)(std::size_t nPairs, const FixedTriangles& fixed, double* cellT,
+                            double* cellX, const double* cellR, const double* mean,
+                            TraitSums& sums);
 };
 
 /// The quickest kernels that this machine can run, or those asked for by ChooseKernels.

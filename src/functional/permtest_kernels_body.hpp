@@ -1,43 +1,60 @@
-// Body of the kernels, included once per instruction set inside a namespace of its own. Plain
-// arithmetic on vectors of 8 outputs only: nothing here may be shared with code compiled for another
-// instruction set.
+// Body of the kernels, included once per instruction set inside a namespace of its own, with
+// KELPRA_LANES doubles to a vector. Plain arithmetic only: nothing here may be shared with code
+// compiled for another instruction set. Vectors are named one by one and not kept in arrays, so
+// that they stay in registers.
 
-constexpr int block = 8;
-typedef double Block __attribute__((vector_size(64), aligned(8), may_alias));
+constexpr int lanes = KELPRA_LANES;
+typedef double Vector __attribute__((vector_size(8 * KELPRA_LANES), aligned(8), may_alias));
 
-inline const Block& At(const double* from)
+inline const Vector& At(const double* from)
 {
-    return *reinterpret_cast<const Block*>(from);
+    return *reinterpret_cast<const Vector*>(from);
 }
 
-/// Object i against objects k to k + 7, squared or absolute differences summed over the variables;
-/// columns are readable 8 cells beyond the last object.
+inline Vector& At(double* from)
+{
+    return *reinterpret_cast<Vector*>(from);
+}
+
+template <bool isSquared>
+inline void AddTerm(Vector& sum, double own, const double* other)
+{
+    const Vector difference = own - At(other);
+    if (isSquared)
+        sum += difference * difference;
+    else
+        sum += difference < 0.0 ? -difference : difference;
+}
+
+/// Object i against the next four vectors of objects from k on, squared or absolute differences
+/// summed over the variables.
 template <bool isSquared>
 inline void PairBlock(int p, const double* columns, std::size_t stride, int i, int k, double* sums)
 {
-    Block sum = {};
+    Vector a = {}, b = {}, c = {}, d = {};
     for (int j = 0; j < p; j++) {
         const double* column = columns + static_cast<std::size_t>(j) * stride;
-        const Block difference = column[i] - At(column + k);
-        if (isSquared)
-            sum += difference * difference;
-        else
-            sum += difference < 0.0 ? -difference : difference;
+        const double own = column[i];
+        AddTerm<isSquared>(a, own, column + k);
+        AddTerm<isSquared>(b, own, column + k + lanes);
+        AddTerm<isSquared>(c, own, column + k + 2 * lanes);
+        AddTerm<isSquared>(d, own, column + k + 3 * lanes);
     }
-    *reinterpret_cast<Block*>(sums) = sum;
+    At(sums) = a;
+    At(sums + lanes) = b;
+    At(sums + 2 * lanes) = c;
+    At(sums + 3 * lanes) = d;
 }
 
 template <bool isSquared>
 void Pairs(int n, int p, const double* columns, std::size_t stride, double* packed)
 {
+    constexpr int block = 4 * lanes;
     for (int i = 0; i < n; i++) {
         for (int k = i + 1; k < n; k += block) {
-            double sum[block];
-            PairBlock<isSquared>(p, columns, stride, i, k, sum);
-            const int count = n - k < block ? n - k : block;
-            for (int l = 0; l < count; l++)
-                packed[l] = !isSquared ? sum[l] : sum[l] > 0.0 ? __builtin_sqrt(sum[l]) : 0.0;
-            packed += count;
+            // A block may overrun its row: the rows to come overwrite that.
+            PairBlock<isSquared>(p, columns, stride, i, k, packed);
+            packed += n - k < block ? n - k : block;
         }
     }
 }
@@ -45,6 +62,9 @@ void Pairs(int n, int p, const double* columns, std::size_t stride, double* pack
 void Euclidean(int n, int p, const double* columns, std::size_t stride, double* packed)
 {
     Pairs<true>(n, p, columns, stride, packed);
+    const std::size_t nPairs = static_cast<std::size_t>(n) * static_cast<std::size_t>(n - 1) / 2;
+#pragma omp simd
+    for (std::size_t pair = 0; pair < nPairs; pair++) packed[pair] = __builtin_sqrt(packed[pair]);
 }
 
 void CityBlock(int n, int p, const double* columns, std::size_t stride, double* packed)
@@ -55,11 +75,59 @@ void CityBlock(int n, int p, const double* columns, std::size_t stride, double* 
 void WeightedRows(const double* rows, std::size_t width, int nPresent, const int* present,
                   const double* weight, const int* list, double* out)
 {
-    for (std::size_t c = 0; c < width; c += block) {
-        Block sum = {};
-        for (int m = 0; m < nPresent; m++)
-            sum += At(rows + static_cast<std::size_t>(list[present[m]] - 1) * width + c) *
-                   weight[m];
-        *reinterpret_cast<Block*>(out + c) = sum;
+    for (std::size_t c = 0; c < width; c += 2 * lanes) {
+        Vector a = {}, b = {};
+        for (int m = 0; m < nPresent; m++) {
+            const double* row = rows + static_cast<std::size_t>(list[present[m]] - 1) * width + c;
+            a += At(row) * weight[m];
+            b += At(row + lanes) * weight[m];
+        }
+        At(out + c) = a;
+        At(out + c + lanes) = b;
     }
+}
+
+/// Four sums side by side, each a lane of its own.
+struct Quad {
+#if KELPRA_LANES == 4
+    Vector all = {};
+    void Add(double x, double a, double b, double c, double d) { all += x * Vector{a, b, c, d}; }
+    void Store(double* to) const { At(to) = all; }
+#else
+    Vector low = {}, high = {};
+    void Add(double x, double a, double b, double c, double d)
+    {
+        low += x * Vector{a, b};
+        high += x * Vector{c, d};
+    }
+    void Store(double* to) const
+    {
+        At(to) = low;
+        At(to + 2) = high;
+    }
+#endif
+};
+
+void CorrelateTraitSums(std::size_t nPairs, const FixedTriangles& fixed, double* cellT,
+                        double* cellX, const double* cellR, const double* mean,
+                        TraitSums& sums)
+{
+    Quad withT, withX, withR;
+    double xt = 0.0;
+    for (std::size_t p = 0; p < nPairs; p++) {
+        const double E = fixed.E[p], Y = fixed.Y[p], Z = fixed.Z[p];
+        const double T = cellT[p] - mean[0];
+        const double X = cellX[p] - mean[1];
+        const double R = cellR[p] - mean[2];
+        withT.Add(T, E, Y, Z, T);
+        withX.Add(X, E, Y, Z, X);
+        withR.Add(R, E, X, T, R);
+        xt += X * T;
+        cellT[p] = T;
+        cellX[p] = X;
+    }
+    withT.Store(sums.withT);
+    withX.Store(sums.withX);
+    withR.Store(sums.withR);
+    sums.xt = xt;
 }
