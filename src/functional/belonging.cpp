@@ -165,6 +165,12 @@ bool Identical(const std::vector<int>& column, double** S, int i, int j)
            AlmostEqual2sComplement(S[j][i], 1.0, 1);
 }
 
+/// With few OTUs, waking a team of threads takes longer than the work.
+bool IsWorthATeam(int nOTUs)
+{
+    return nOTUs > 40;
+}
+
 /// Every duplicate joins the first OTU that is none itself and identical to it. What costs time,
 /// the search for a first identical OTU, runs in parallel, each thread writing its own entries
 /// only. Who represents whom is settled afterwards in ascending order: almost equal is not
@@ -178,7 +184,7 @@ PooledMembers PoolIdenticals(int n, double** S, int* partition)
     const std::vector<int>& column = members.column;
     int* const first = members.representative.data();
 
-    #pragma omp parallel for schedule(static)
+    #pragma omp parallel for schedule(static) if (IsWorthATeam(n))
     for (int j = 0; j < n; j++) {
         int i = 0;
         while (i < j && !Identical(column, S, i, j)) i++;
@@ -220,7 +226,7 @@ int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, b
 
     // A thread owns whole rows of U and adds up each alone, j ascending: the same bits for any
     // team.
-    #pragma omp parallel for schedule(static)
+    #pragma omp parallel for schedule(static) if (IsWorthATeam(n))
     for (int i = 0; i < n; i++)
         AddSimilarities(n, i, nGroups, members, S[i], U[i], isDissimilarity);
 

@@ -113,8 +113,10 @@ void EuclideanDistances(int n, int p, double** data, double** out, Counts counts
     for (int i = 0; i < n; i++) out[i][i] = 0.0;
 
     // A thread owns whole rows and adds up each sum alone, so the bits are the same for any team.
-    // Nothing here may allocate, draw or fail.
-#pragma omp parallel for schedule(static)
+    // Nothing here may allocate, draw or fail. Below some thousand differences, waking a team takes
+    // longer than the work.
+    const bool isWorthATeam = static_cast<double>(n) * n * p > 5000.0;
+#pragma omp parallel for schedule(static) if (isWorthATeam)
     for (int i = 0; i < n; i++) {
         int k = i + 1;
         for (; k + 4 <= n; k += 4) FourDistances(p, data[i], data + k, out[i] + k, counts);

@@ -433,7 +433,7 @@ void LoadSource()
     ClearLine();
     const std::string ownTrack = s.whichTrack;
     const std::string source = s.whichFormda;
-    std::snprintf(s.whichTrack, sizeof s.whichTrack, "%s%s", s.tempSession, trackExt);
+    std::snprintf(s.whichTrack, sizeof s.whichTrack, "%.63s%s", s.tempSession, trackExt);
     if (HasFirstWord(s.whichTrack)) ReadTrack();
     std::strcpy(s.whichTrack, ownTrack.c_str());
     // A track file may point at the data of yet another session; those loaded are the source.
