@@ -15,5 +15,7 @@ void PermutationLines(const Options& options, Report& report);
 void WholeTestLines(const Options& options, Report& report);
 /// S1 to S3: the search for the best subset of traits.
 void SubsetLines(const Options& options, Report& report);
+/// M1, M2: a step of the simulation and its percentile.
+void SimulationLines(const Options& options, Report& report);
 /// R3: a whole analysis through the dialogue, with the threads that the program takes by itself.
 void DialogueLines(const Options& options, Report& report);

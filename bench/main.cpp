@@ -80,6 +80,7 @@ int main(int argc, char** argv)
     PermutationLines(options, report);
     WholeTestLines(options, report);
     SubsetLines(options, report);
+    SimulationLines(options, report);
     DialogueLines(options, report);
     report.End();
     return report.anyDifference ? 1 : 0;

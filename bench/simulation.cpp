@@ -1,0 +1,86 @@
+// M1 and M2: a step of the simulated metacommunity and the percentile in it, against the plain
+// forms of the tests.
+#include <cstring>
+#include <memory>
+
+#include "lines.hpp"
+#include "numeric/random.hpp"
+#include "numeric/statistics.hpp"
+#include "simulation/model.hpp"
+#include "unit/simulation/plain_model.hpp"
+
+namespace {
+
+using namespace simulation_test;
+
+const int nSites = 50, nOTUs = 100, nTraits = 5, nFactors = 4;
+const int nWarmUp = 400; // steps until the sites are filled
+
+/// Steps of one form, going on from where the last call ended.
+template <typename Model, typename Step>
+Work Steps(Model& model, Simulation& run, Step step)
+{
+    auto done = std::make_shared<int>(nWarmUp);
+    return [&model, &run, step, done](long count) {
+        for (long i = 0; i < count; i++) step(model, run, ++*done);
+    };
+}
+
+void StepLine(const Options& options, Report& report)
+{
+    Simulation plainRun, fastRun;
+    FillRun(plainRun, nSites, nOTUs, nTraits, nFactors, true);
+    FillRun(fastRun, nSites, nOTUs, nTraits, nFactors, true);
+    const auto plainStep = [](PlainModel& m, Simulation& run, int step) { m.Step(run, step); };
+    const auto fastStep = [](Metacommunity& m, Simulation& run, int step) {
+        SimulateStep(run, m, step);
+    };
+    InitRndNumberGenerator(42);
+    PlainModel plain(plainRun);
+    plain.StartSet(plainRun);
+    for (int step = 1; step <= nWarmUp; step++) plain.Step(plainRun, step);
+    InitRndNumberGenerator(42);
+    Metacommunity fast(fastRun);
+    StandardizeTraits(fastRun, fast);
+    StartSet(fastRun, fast);
+    for (int step = 1; step <= nWarmUp; step++) SimulateStep(fastRun, fast, step);
+    bool same = true;
+    for (int s = 0; s <= nSites; s++)
+        same = same && std::memcmp(plain.W[static_cast<std::size_t>(s)].data(), fast.W.table[s],
+                                   sizeof(double) * nOTUs) == 0;
+    report.Same("M1", "sim", same);
+    const Timed timed = TimeInTurn(options, Steps(plain, plainRun, plainStep),
+                                   Steps(fast, fastRun, fastStep));
+    report.Line("M1", "sim", "simulator step", "us/step", 1e6, 1, timed);
+}
+
+void PercentileLine(const Options& options, Report& report)
+{
+    Simulation run;
+    FillRun(run, nSites, nOTUs, nTraits, nFactors, true);
+    InitRndNumberGenerator(42);
+    Metacommunity m(run);
+    StandardizeTraits(run, m);
+    StartSet(run, m);
+    SimulateStep(run, m, 1);
+    double sorted = 0.0, selected = 0.0;
+    const Timed timed = TimeInTurn(
+        options,
+        [&](long count) {
+            for (long i = 0; i < count; i++)
+                sorted = MatrixPercentile(nSites, nOTUs, m.dist, 0.95);
+        },
+        [&](long count) {
+            for (long i = 0; i < count; i++) selected = m.percentile.Select(m.dist, 0.95);
+        });
+    report.Same("M2", "sim", sorted == selected);
+    report.Line("M2", "sim", "percentile of 5,000 values", "us", 1e6, 1, timed);
+}
+
+} // namespace
+
+void SimulationLines(const Options& options, Report& report)
+{
+    if (options.Wants("M1")) StepLine(options, report);
+    if (options.Wants("M2")) PercentileLine(options, report);
+}
