@@ -11,6 +11,7 @@
 #include "functional/report.hpp"
 #include "functional/settings.hpp"
 #include "functional/smoothing.hpp"
+#include "functional/typing.hpp"
 #include "numeric/adjust.hpp"
 #include "numeric/congruence.hpp"
 #include "numeric/gower.hpp"
@@ -213,6 +214,18 @@ void AverageSimilarity(Scaling& a)
     a.perTrait.reset();
 }
 
+/// Types by clustering on Sb in place of those of the user. OTUs of one state are the types of a
+/// single trait of states or ranks.
+void FindTypes(Scaling& a)
+{
+    const int* const selected = a.selectedTraits;
+    const auto trait = std::find(selected, selected + a.t, 1) - selected;
+    const bool byState = a.nSelectedTraits == 1 && session.chtype[trait] != 3;
+    a.g = session.nGrPoly[0] =
+        PartitionFromResemblance(a.s, *a.Sb, false, session.clusMethPoolCSTs,
+                                 byState ? a.s : a.g, session.partition_OTUs);
+}
+
 /// C and U, and the composition of communities by types, crisp and fuzzy.
 void BelongToTypes(Scaling& a)
 {
@@ -376,6 +389,7 @@ void AnalyseTraits(Scaling& a, std::FILE* report)
     ReportNormalizedAverages(report, a);
     AverageSimilarity(a);
     ReportOtuSimilarity(report, a);
+    if (session.clusMethPoolCSTs != 0) FindTypes(a);
     if (a.s <= 1 || a.g < 2) return;
 
     BelongToTypes(a);
@@ -396,7 +410,7 @@ Scaling::Scaling()
       withPhylogeny(session.includePhylogeny), wholeReport(session.printDetail == 1),
       withTests(session.optRndTests), selectedTraits(t), selectedTypes(e), E(n, e), DE(n, n),
       traitW(n, s), W(n, s), selectedB(s, t), D(n), Rf(n), Rp(n), FR(n), PR(n), T(n, t + 1),
-      typeLabels(g), typeSizes(g)
+      typeLabels(s), typeSizes(s)
 {
 }
 

@@ -17,7 +17,9 @@ struct Scaling {
     Scaling(const Scaling&) = delete;
     Scaling& operator=(const Scaling&) = delete;
 
-    const int n, s, t, e, g, f;
+    const int n, s, t, e;
+    int g; // the user's types, or those that clustering finds
+    const int f;
     const bool keepScale;     // OTUs are excluded and the original scale is kept
     const bool withPhylogeny; // F is used
     const bool wholeReport;   // detailed printout
@@ -46,7 +48,7 @@ struct Scaling {
     std::optional<OwnedRows> DP;             // n x n
     std::optional<OwnedRows> averageTraits;  // g x t
     int nPCoA = 0;
-    OwnedInts typeLabels, typeSizes; // g: labels ascending, number of OTUs
+    OwnedInts typeLabels, typeSizes; // s, g in use: labels ascending, number of OTUs
 
     // Statistics; r(TE) alone without tests
     double results[nStatistics] = {};

@@ -28,10 +28,10 @@ enum Method { single = 1, complete, squares, average, weighted };
 /// Records of n objects, with their members. Untouched fields hold -5.
 struct Records {
     explicit Records(int objects)
-        : n(objects), members(objects, Numbers(static_cast<std::size_t>(objects), -5))
+        : n(objects), members(static_cast<std::size_t>(n), Numbers(static_cast<std::size_t>(n), -5))
     {
-        for (int step = 0; step < n; step++) // one more than is used
-            records.push_back({-5, -5, -5, members[static_cast<std::size_t>(step)].data(), -5, -5, -5});
+        // One more than is used.
+        for (Numbers& room : members) records.push_back({-5, -5, -5, room.data(), -5, -5, -5});
     }
     operator clusterReport*() { return records.data(); }
     const clusterReport& operator[](int step) const
@@ -212,8 +212,9 @@ TEST_CASE("levels and partitions of four linkages")
         Records plain = Linked(Distances(eightPoints), true, false, c.method);
         const Records fromSquares = Linked(Distances(eightPoints, Square), true, true, c.method);
         // Similarities that fall linearly with distance give the same tree.
-        const Records similar = Linked(
-            Distances(eightPoints, [](double d) { return 1.0 - d / 16.0; }), false, false, c.method);
+        const auto similarity = [](double d) { return 1.0 - d / 16.0; };
+        const Records similar =
+            Linked(Distances(eightPoints, similarity), false, false, c.method);
         for (int step = 0; step < 7; step++) {
             const double level = c.levels[static_cast<std::size_t>(step)];
             CHECK(plain[step].fusionLevel == doctest::Approx(level).epsilon(1e-7));
@@ -375,10 +376,14 @@ TEST_CASE("values of a fused group")
     // Sizes 1, 2, 4, 1, 3; positions 1 and 3 fuse: weights 2/3 and 1/3, d = 0.9.
     const Case cases[] = {
         {"squared distances to the centroid",
-         [](int n, int* sizes, int i, int j, double** M) { FusionMatrix(n, sizes, i, j, M, true); },
+         [](int n, int* sizes, int i, int j, double** M) {
+             FusionMatrix(n, sizes, i, j, M, true);
+         },
          0.1 * 2 / 3 + 0.3 / 3 - 0.2, 0.5 * 2 / 3 + 0.8 / 3 - 0.2, 0.7 * 2 / 3 + 0.6 / 3 - 0.2},
         {"similarities: d stands for 1 - s",
-         [](int n, int* sizes, int i, int j, double** M) { FusionMatrix(n, sizes, i, j, M, false); },
+         [](int n, int* sizes, int i, int j, double** M) {
+             FusionMatrix(n, sizes, i, j, M, false);
+         },
          0.5 / 3 + 0.2 / 9, 1.8 / 3 + 0.2 / 9, 2.0 / 3 + 0.2 / 9},
         {"UPGMA",
          [](int n, int* sizes, int i, int j, double** M) {
@@ -426,7 +431,8 @@ TEST_CASE("identical objects and their representatives")
     const Case cases[] = {
         {"similarity of exactly 1", {{1, 0.9999999, 1}, {0, 1, 0.5}, {0, 0, 1}}, false, {1, 2, 1}},
         {"distance of exactly 0", {{0, 1, 1e-300}, {0, 0, 0}, {0, 0, 0}}, true, {1, 2, 2}},
-        {"the last row that matches decides", {{1, 0.5, 1}, {0, 1, 1}, {0, 0, 1}}, false, {1, 2, 2}},
+        {"the last row that matches decides",
+         {{1, 0.5, 1}, {0, 1, 1}, {0, 0, 1}}, false, {1, 2, 2}},
         {"one group", {{0, 0, 0}, {9, 0, 5}, {9, 9, 0}}, true, {1, 1, 1}},
     };
     for (const Case& c : cases) {

@@ -1,0 +1,90 @@
+#include "functional/typing.hpp"
+
+#include <doctest/doctest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "unit/numeric/tables.hpp"
+
+namespace {
+
+using Labels = std::vector<int>;
+
+/// Values of one trait; OTUs 2 and 5 are alike, and so are 3 and 10.
+const std::vector<double> trait = {20, 9, 63, 7, 9, 47, 6, 43, 53, 63, 1};
+
+tables::Cells Compared(bool isDissimilarity)
+{
+    const std::size_t n = trait.size();
+    tables::Cells S(n, std::vector<double>(n, std::nan("")));
+    for (std::size_t i = 0; i < n; i++)
+        for (std::size_t k = i; k < n; k++) {
+            const double d = std::fabs(trait[i] - trait[k]);
+            S[i][k] = isDissimilarity ? d : 1.0 - d / 64.0;
+        }
+    return S;
+}
+
+Labels Types(tables::Cells cells, bool isDissimilarity, int method, int nTypes, int expected)
+{
+    tables::Table S(std::move(cells));
+    Labels partition(static_cast<std::size_t>(S.Rows()), -5);
+    CHECK(PartitionFromResemblance(S.Rows(), S, isDissimilarity, method, nTypes,
+                                   partition.data()) == expected);
+    return partition;
+}
+
+} // namespace
+
+TEST_CASE("types of OTUs by clustering, alike OTUs together")
+{
+    // R 4.2: x <- unique(trait); cutree(hclust(dist(x), name), k)[match(trait, x)]; for method 3
+    // hclust(dist(x)^2, "ward.D") on distances, hclust(dist(x), "ward.D") on similarities, as
+    // 2 (1 - s) is proportional to the distance, cut by levels sum(D2[g, g]) / 2 / length(g): the
+    // last but one fusion of similarities stands at 16.4, below the 16.5 of the one before.
+    struct Case {
+        int method, nTypes;
+        Labels ofDistances, ofSimilarities;
+    };
+    const Case cases[] = {
+        {1, 3, {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2},
+         {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2}},
+        {1, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
+         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
+        {2, 3, {1, 1, 2, 1, 1, 3, 1, 3, 2, 2, 1},
+         {1, 1, 2, 1, 1, 3, 1, 3, 2, 2, 1}},
+        {2, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
+         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
+        {3, 3, {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1},
+         {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1}},
+        {3, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
+         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
+        {4, 3, {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1},
+         {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1}},
+        {4, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
+         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
+        {5, 3, {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2},
+         {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2}},
+        {5, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
+         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.method);
+        CAPTURE(c.nTypes);
+        CHECK(Types(Compared(true), true, c.method, c.nTypes, c.nTypes) == c.ofDistances);
+        CHECK(Types(Compared(false), false, c.method, c.nTypes, c.nTypes) == c.ofSimilarities);
+    }
+}
+
+TEST_CASE("there are no more types than different OTUs, and one at least")
+{
+    const Labels different = {1, 2, 3, 4, 2, 5, 6, 7, 8, 3, 9};
+    for (int method = 1; method <= 5; method++) {
+        CAPTURE(method);
+        CHECK(Types(Compared(false), false, method, 11, 9) == different);
+        CHECK(Types(Compared(true), true, method, 9, 9) == different);
+        CHECK(Types(Compared(true), true, method, 0, 1) == Labels(11, 1));
+        CHECK(Types({{1, 1}, {1, 1}}, false, method, 2, 1) == Labels{1, 1});
+    }
+}
