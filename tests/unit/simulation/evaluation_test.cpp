@@ -4,11 +4,13 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 
 #include "functional/correlation.hpp"
 #include "numeric/random.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
+#include "shell/failure.hpp"
 #include "unit/simulation/plain_model.hpp"
 
 using namespace simulation_test;
@@ -148,6 +150,29 @@ TEST_CASE("the analysis takes the predictors in use, as classes for the analysis
                   doctest::Approx(10.0 / std::sqrt(squares) * std::sqrt(2.0)).epsilon(1e-6));
         for (int o = 0; o < 4; o++) CHECK(a.Sb.table[o][o] == 1.0);
     }
+}
+
+TEST_CASE("running out of memory before a simulation is a failure, and leaks nothing")
+{
+    Simulation run;
+    FillRun(run, 3, 4, 2, 2, true);
+    const SimulationSession borrowed(run, mantel);
+    bool made = false;
+    int k = 0;
+    while (!made && k < 1000) { // the address sanitizer sees what is left behind
+        FailAllocation(++k);
+        try {
+            const Metacommunity m(run);
+            const SetAnalysis a(run);
+            const Rejections n(run);
+            made = true;
+        } catch (const Failure& failure) {
+            CHECK(failure.code == outOfMemory);
+        }
+    }
+    FailAllocation(0);
+    CHECK(made);
+    CHECK(k > 100); // rows are allocated one by one
 }
 
 TEST_CASE("interactions are numbered and named in the order of their rows")
