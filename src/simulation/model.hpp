@@ -11,9 +11,10 @@
 #include "simulation/percentile.hpp"
 #include "simulation/settings.hpp"
 
-/// Logistic function of x on xMin..xMax: yMin + range / (1 + exp(((x - xMin) - (xMax - xMin) center)
-/// k)) with range = yMax - yMin and k = -4 slope / range. The slope is that of the tangent in the
-/// center of antisymmetry; below 0 the curve descends. No guard for an empty range.
+/// Logistic function of x on xMin..xMax:
+/// yMin + range / (1 + exp(((x - xMin) - (xMax - xMin) center) k))
+/// with range = yMax - yMin and k = -4 slope / range. The slope is that of the tangent in the center
+/// of antisymmetry; below 0 the curve descends. No guard for an empty range.
 double Logistic(double x, double xMin, double xMax, double yMin, double yMax, double slope,
                 double center);
 

@@ -17,7 +17,8 @@ std::size_t FirstAbove(std::size_t n, double fraction)
 {
     const double count = static_cast<double>(n);
     const auto isAbove = [=](std::size_t k) { return static_cast<double>(k) / count > fraction; };
-    std::size_t k = fraction > 0.0 ? static_cast<std::size_t>(std::min(fraction * count, count)) : 0;
+    const double guess = fraction > 0.0 ? std::min(fraction * count, count) : 0.0;
+    auto k = static_cast<std::size_t>(guess);
     while (k > 1 && isAbove(k - 1)) k--;
     while (k < 1 || (k <= n && !isAbove(k))) k++;
     return k;

@@ -14,8 +14,8 @@ public:
     PercentileSelector(int rows, int cols);
 
     /// Smallest value whose rank (ties share their mean rank) divided by the number of cells is
-    /// strictly above `fraction`; 3.4028234663852886e38 if there is none. M rows x cols, of the size
-    /// the selector was made for, without missing cells. Allocates nothing unless a cell is NaN: the
+    /// strictly above `fraction`; 3.4028234663852886e38 if there is none. M is of the size that the
+    /// selector was made for, without missing cells. Allocates nothing unless a cell is NaN: the
     /// sorting routine then decides.
     double Select(double** M, double fraction);
 

@@ -285,10 +285,11 @@ TEST_CASE("a percentile is selected as if all cells had been sorted")
             PercentileSelector selector(rows, cols);
             for (int drift = 0; drift < 6; drift++) { // the last percentile becomes the guess
                 for (int i = 0; i < rows; i++)
-                    for (int j = 0; j < cols; j++)
-                        M.table[i][j] = static_cast<double>(sequence() % static_cast<unsigned>(nStates)) /
-                                            nStates * (drift % 2 == 0 ? 1.0 : 0.1) +
-                                        0.01 * drift;
+                    for (int j = 0; j < cols; j++) {
+                        const double state = static_cast<int>(sequence() % 1000000) % nStates;
+                        const double width = drift % 2 == 0 ? 1.0 : 0.1;
+                        M.table[i][j] = state / nStates * width + 0.01 * drift;
+                    }
                 const double fraction = fractions[sequence() % 5];
                 CAPTURE(nStates);
                 CAPTURE(rows);

@@ -20,7 +20,8 @@ namespace {
 
 Matrix Zeros(int rows, int cols)
 {
-    return Matrix(static_cast<std::size_t>(rows), std::vector<double>(static_cast<std::size_t>(cols)));
+    const std::vector<double> row(static_cast<std::size_t>(cols));
+    return Matrix(static_cast<std::size_t>(rows), row);
 }
 
 /// The rows of a matrix as the numeric routines take them.
@@ -127,7 +128,8 @@ void PlainModel::StartSet(Simulation& run)
     Generate(run, run.age);
     W = Zeros(S + 1, N);
     averageBirth = Zeros(S + 1, N + 1);
-    cohort.assign(static_cast<std::size_t>(S), std::vector<std::vector<int>>(static_cast<std::size_t>(N)));
+    const std::vector<std::vector<int>> nobody(static_cast<std::size_t>(N));
+    cohort.assign(static_cast<std::size_t>(S), nobody);
     siteTotal.assign(static_cast<std::size_t>(S), 0);
     richness = colonisations = extinctions = siteTotal;
     total = recordStep = 0;
