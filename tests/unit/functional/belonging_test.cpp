@@ -19,42 +19,29 @@ void SetLayer(PartialSimilarity& partial, int trait, const std::vector<float>& c
     std::copy(cells.begin(), cells.end(), partial.layer[trait]);
 }
 
-/// Identical OTUs of a type, settled one after the other.
-struct PlainPool {
-    PlainPool(int n, int nGroups, double** S, const int* typeOf)
-        : rep(static_cast<std::size_t>(n)), dup(static_cast<std::size_t>(n)),
-          count(static_cast<std::size_t>(nGroups))
-    {
-        for (int i = 0; i < n; i++) {
-            rep.at(static_cast<std::size_t>(i)) = i + 1;
-            count.at(static_cast<std::size_t>(typeOf[i]))++;
-        }
-        for (int i = 0; i < n - 1; i++)
-            for (int j = i + 1; j < n; j++) {
-                const std::size_t a = static_cast<std::size_t>(i), b = static_cast<std::size_t>(j);
-                if (dup[a] || dup[b] || typeOf[i] != typeOf[j]) continue;
-                if (!AlmostEqual2sComplement(S[i][j], 1.0, 1)) continue;
-                dup[b] = 1;
-                rep[b] = i + 1;
-                count.at(static_cast<std::size_t>(typeOf[j]))--;
-            }
-    }
-    std::vector<int> rep, dup, count;
-};
-
+/// Identical OTUs of a type are settled one after the other, and the first of them stands for all.
 void PlainFuzzyBelonging(int n, int nGroups, double** S, const int* typeOf, double** U)
 {
-    const PlainPool pool(n, nGroups, S, typeOf);
+    std::vector<int> rep, isDouble(static_cast<std::size_t>(n)), count(static_cast<std::size_t>(nGroups));
     for (int i = 0; i < n; i++) {
+        rep.push_back(i);
+        count.at(static_cast<std::size_t>(typeOf[i]))++;
+    }
+    for (std::size_t i = 0; i < rep.size(); i++)
+        for (std::size_t j = i + 1; j < rep.size(); j++) {
+            if (isDouble[i] || isDouble[j] || typeOf[i] != typeOf[j]) continue;
+            if (!AlmostEqual2sComplement(S[i][j], 1.0, 1)) continue;
+            isDouble[j] = 1;
+            rep[j] = static_cast<int>(i);
+            count.at(static_cast<std::size_t>(typeOf[j]))--;
+        }
+    for (std::size_t i = 0; i < rep.size(); i++) {
         std::fill_n(U[i], nGroups, -999.0);
-        for (int j = 0; j < n; j++) {
-            const std::size_t a = static_cast<std::size_t>(i), b = static_cast<std::size_t>(j);
+        for (std::size_t j = 0; j < rep.size(); j++) {
             const double cell = S[std::min(i, j)][std::max(i, j)];
-            if (j != i && (pool.dup[b] || pool.rep[a] == pool.rep[b])) continue;
-            if (IsMissing(cell)) continue;
+            if ((j != i && (isDouble[j] || rep[i] == rep[j])) || IsMissing(cell)) continue;
             double& u = U[i][typeOf[j]];
-            if (IsMissing(u)) u = 0.0;
-            u += cell / pool.count.at(static_cast<std::size_t>(typeOf[j]));
+            u = (IsMissing(u) ? 0.0 : u) + cell / count.at(static_cast<std::size_t>(typeOf[j]));
         }
     }
     UnitSumRowsAdjMV(n, nGroups, U, U);
@@ -117,24 +104,16 @@ TEST_CASE("fuzzy belonging by hand") {
     const double almost = 1.0 - 3e-8; // 1 in single precision
     const Case cases[] = {
         // type 2 is one pooled OTU: OTU 1 has (1, 0.5), OTUs 2 and 3 have (0.5, 1)
-        {"identical OTUs of a type count once",
-         {{1, 0.5, 0.5}, {0, 1, almost}, {0, 0, 1}},
-         false,
-         {{2.0 / 3, 1.0 / 3}, {1.0 / 3, 2.0 / 3}, {1.0 / 3, 2.0 / 3}}},
+        {"identical OTUs of a type count once", {{1, 0.5, 0.5}, {0, 1, almost}, {0, 0, 1}},
+         false, {{2.0 / 3, 1.0 / 3}, {1.0 / 3, 2.0 / 3}, {1.0 / 3, 2.0 / 3}}},
         // OTU 1 has (1, (1 + 0.5) / 2), so has OTU 2; OTU 3 has (0.5, 0.75)
-        {"identical OTUs of two types are not pooled",
-         {{1, 1, 0.5}, {0, 1, 0.5}, {0, 0, 1}},
-         false,
-         {{4.0 / 7, 3.0 / 7}, {4.0 / 7, 3.0 / 7}, {0.4, 0.6}}},
-        {"a type that no similarity reaches",
-         {{1, -999, -999}, {0, 1, 0.5}, {0, 0, 1}},
-         false,
-         {{1, -999}, {-999, 1}, {-999, 1}}},
+        {"identical OTUs of two types are not pooled", {{1, 1, 0.5}, {0, 1, 0.5}, {0, 0, 1}},
+         false, {{4.0 / 7, 3.0 / 7}, {4.0 / 7, 3.0 / 7}, {0.4, 0.6}}},
+        {"a type that no similarity reaches", {{1, -999, -999}, {0, 1, 0.5}, {0, 0, 1}},
+         false, {{1, -999}, {-999, 1}, {-999, 1}}},
         // deliberate: 2 and 3 are pooled. With 1 - d: (1, 0.75), (0.75, 1), (0.5, 1)
-        {"dissimilarities are pooled at 1 as well",
-         {{0, 0.25, 0.5}, {0, 0, 1}, {0, 0, 0}},
-         true,
-         {{4.0 / 7, 3.0 / 7}, {3.0 / 7, 4.0 / 7}, {1.0 / 3, 2.0 / 3}}},
+        {"dissimilarities are pooled at 1 as well", {{0, 0.25, 0.5}, {0, 0, 1}, {0, 0, 0}},
+         true, {{4.0 / 7, 3.0 / 7}, {3.0 / 7, 4.0 / 7}, {1.0 / 3, 2.0 / 3}}},
     };
     for (const Case& c : cases) {
         CAPTURE(c.fact);
@@ -145,14 +124,6 @@ TEST_CASE("fuzzy belonging by hand") {
         CheckCells(U, c.U, 1e-7);
         CHECK(S[2][0] == S[0][2]);
     }
-}
-
-TEST_CASE("every OTU its own type: belonging is similarity scaled to unit sum") {
-    Table S({{1, 1, 0.5}, {0, 1, 0.25}, {0, 0, 1}});
-    OwnedRows U(3, 3);
-    FuzzyBelonging(3, 3, S, nullptr, U, false);
-    CheckCells(U, {{0.4, 0.4, 0.2}, {4.0 / 9, 4.0 / 9, 1.0 / 9}, {2.0 / 7, 1.0 / 7, 4.0 / 7}},
-               1e-15);
 }
 
 TEST_CASE("fuzzy belonging has the same bits for any number of threads") {

@@ -61,11 +61,6 @@ double PreparedRao(int s, double* x, double** M, int* weights, const Options& o,
     return RaoIndex_Weight(prepared, x, weights, o.restrictWithin, o.keepScale, order);
 }
 
-bool SameBits(double a, double b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
-}
-
 } // namespace
 
 TEST_CASE("Rao entropy of present OTUs has the bits of the definition") {
@@ -73,10 +68,8 @@ TEST_CASE("Rao entropy of present OTUs has the bits of the definition") {
     const int s = 37;
     const double infinity = std::numeric_limits<double>::infinity();
     const Case cases[] = {
-        {"plain data, all OTUs selected", 0.0, 0.5, true},
         {"plain data", 0.0, 0.5, false},
         {"a missing performance", -999.0, 0.5, false},
-        {"a missing resemblance", 0.0, -999.0, true},
         {"both missing", -999.0, -999.0, false},
         {"a negative performance", -0.25, 0.5, true},
         {"a similarity above 1", 0.0, 1.0 + 1e-9, true},
@@ -129,12 +122,9 @@ TEST_CASE("Rao entropy by hand") {
                   withinScaled = {false, false, true, true};
     const Case cases[] = {
         {"one OTU", {4, 0, 0}, 0.36, 0, 0, all, root, 0.0},
-        {"nobody", {0, 0, 0}, 0.36, 0, 0, all, root, 0.0},
         {"total below 0", {1, -3, 0}, 0.36, 0, 0, all, root, 0.0},
-        {"two alike", {1, 3, 0}, 1, 0, 0, all, root, 0.0},
-        // 2 * 1/4 * 3/4 * d with d = 0.64, its root, and 0.36
-        {"similarity", {1, 3, 0}, 0.36, 0, 0, all, plain, 0.24},
-        {"its root", {1, 3, 0}, 0.36, 0, 0, all, root, 0.3},
+        // 2 * 1/4 * 3/4 * d with the root of d = 0.64, and 0.36
+        {"root of a similarity", {1, 3, 0}, 0.36, 0, 0, all, root, 0.3},
         {"dissimilarity", {1, 3, 0}, 0.36, 0, 0, all, dissimilarity, 0.135},
         {"rounded above 1", {1, 3, 0}, 1.0000001, 0, 0, all, root, 0.0},
         // shares 1/4, 1/4, 1/2; d 0.5, 1, 0.2; OTU 3 not selected: every pair but (3,3) counts

@@ -1,35 +1,16 @@
 // What the tests of the functional analysis share: matrices from literals and from a fixed seed.
 #pragma once
 
-#include <doctest/doctest.h>
-
 #include <cstring>
 #include <random>
-#include <vector>
 
 #include "shell/arrays.hpp"
+#include "unit/numeric/tables.hpp"
 
-using Cells = std::vector<std::vector<double>>;
-
-/// Rows for the routines, filled from literals.
-struct Table : OwnedRows {
-    explicit Table(const Cells& cells)
-        : OwnedRows(static_cast<long>(cells.size()), static_cast<long>(cells.at(0).size()))
-    {
-        for (std::size_t i = 0; i < cells.size(); i++)
-            for (std::size_t j = 0; j < cells[i].size(); j++) table[i][j] = cells[i][j];
-    }
-};
-
-inline void CheckCells(double** found, const Cells& expected, double tolerance)
-{
-    for (std::size_t i = 0; i < expected.size(); i++)
-        for (std::size_t j = 0; j < expected[i].size(); j++) {
-            CAPTURE(i);
-            CAPTURE(j);
-            CHECK(found[i][j] == doctest::Approx(expected[i][j]).epsilon(tolerance));
-        }
-}
+using tables::Cells;
+using tables::CheckCells;
+using tables::SameBits;
+using tables::Table;
 
 inline bool SameBytes(int rows, int columns, double** a, double** b)
 {

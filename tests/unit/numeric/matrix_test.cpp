@@ -98,8 +98,6 @@ TEST_CASE("products have the bits of their plain form")
     };
     const Content contents[] = {
         {"whole", {}, {}},
-        {"holes in A", {-999}, {}},
-        {"holes in B", {}, {-999}},
         {"holes in both", {-999}, {-999}},
         {"NaN and infinities in A", {notANumber, infinity, -infinity, -999}, {}},
         {"NaN and infinities in B", {}, {notANumber, infinity, -infinity, -999}},
@@ -163,7 +161,6 @@ TEST_CASE("products by hand")
         {"sum of the rest", weightedKeep, 1.0},
         {"rescaled to the OTUs of weight 1: 1 / (0.5/0.7)", weightedScaled, 1.4},
         {"mean over the share present: 1 / (0.7/1)", mean, 1 / 0.7},
-        {"the same, guarded", meanShare, 1 / 0.7},
         {"mean of the OTUs of weight 1: 1 / (0.5/1)", meanScaled, 2.0},
     };
     for (const Case& c : cases) {
@@ -177,17 +174,12 @@ TEST_CASE("products by hand")
     Fast(meanShare, 1, 3, 1, holed, B, out, weight, chosen);
     CHECK(out[0][0] == doctest::Approx(-1997.0).epsilon(1e-14));
 
-    for (int p = 0; p < nProducts; p++) { // dimensions that don't meet: nothing is written
-        Table untouched(1, 1, 77);
-        if (p == plain) CHECK(MatrixProd(1, 3, 2, 1, W, B, untouched) == 1);
-        if (p == weighted) CHECK(MatrixProdMV_Weight(1, 3, 2, 1, W, B, untouched, weight) == 1);
-        if (p == weightedKeep)
-            CHECK(MatrixProdMV_Weight(1, 3, 2, 1, W, B, untouched, weight, true) == 1);
-        if (p == mean)
-            CHECK(MatrixProdSelectMV_Adjust_Weight(1, 3, 2, 1, W, B, untouched, chosen, weight,
-                                                   true) == 1);
-        CHECK(untouched[0][0] == 77);
-    }
+    out[0][0] = 77; // dimensions that don't meet: nothing is written
+    CHECK(MatrixProd(1, 3, 2, 1, W, B, out) == 1);
+    CHECK(MatrixProdMV_Weight(1, 3, 2, 1, W, B, out, weight) == 1);
+    CHECK(MatrixProdMV_Weight(1, 3, 2, 1, W, B, out, weight, true) == 1);
+    CHECK(MatrixProdSelectMV_Adjust_Weight(1, 3, 2, 1, W, B, out, chosen, weight, true) == 1);
+    CHECK(out[0][0] == 77);
 }
 
 TEST_CASE("sums, copies and layouts")
@@ -226,14 +218,11 @@ TEST_CASE("gaussj")
     Table a({{0, 0, 0, 0}, {0, 2, 1, 1}, {0, 1, 3, 2}, {0, 1, 0, 0}});
     Table b({{0, 0, 0}, {0, 4, 0}, {0, 5, 1}, {0, 6, 0}});
     gaussj(a, 3, b, 2);
-    const double inverse[3][3] = {{0, 0, 1}, {-2, 1, 3}, {3, -1, -5}};
-    const double solution[3][2] = {{6, 0}, {15, 1}, {-23, -1}};
-    for (int i = 0; i < 3; i++) {
-        for (int j = 0; j < 3; j++)
-            CHECK(a[i + 1][j + 1] == doctest::Approx(inverse[i][j]).epsilon(1e-12));
-        for (int j = 0; j < 2; j++)
-            CHECK(b[i + 1][j + 1] == doctest::Approx(solution[i][j]).epsilon(1e-12));
-    }
+    const Cells found = {{0, 0, 1, 6, 0}, {-2, 1, 3, 15, 1}, {3, -1, -5, -23, -1}};
+    for (int i = 0; i < 3; i++)
+        for (int j = 0; j < 5; j++)
+            CHECK((j < 3 ? a[i + 1][j + 1] : b[i + 1][j - 2]) ==
+                  doctest::Approx(found.at(std::size_t(i)).at(std::size_t(j))).epsilon(1e-12));
 
     // Of the equal maxima the last is the first pivot, so cell 1, 1 is what is left of it:
     // 1 / (49 - 3 (3/49)), while cell 2, 2 is corrected afterwards and rounds differently.
@@ -246,11 +235,6 @@ TEST_CASE("gaussj")
 
 TEST_CASE("gaussj goes on with a singular matrix")
 {
-    Table zero(3, 3, 0);
-    Table b(3, 2, 1);
-    CHECK(tables::Written(stderr, [&] { gaussj(zero, 2, b, 1); }) == "gaussj: Singular Matrix-2");
-    CHECK_FALSE(std::isfinite(b[2][1]));
-
     Table larger(4, 4, 0);
     Table c(4, 2, 1);
     // The NaN of the first round hide every pivot: the last column is taken a second time.
@@ -258,6 +242,7 @@ TEST_CASE("gaussj goes on with a singular matrix")
     CHECK(told.find("gaussj: Singular Matrix-2") == 0);
     CHECK(told.find("gaussj: Singular Matrix-1") != std::string::npos);
     CHECK(told.find('\n') == std::string::npos);
+    CHECK_FALSE(std::isfinite(c[2][1]));
 }
 
 TEST_CASE("choldc")
@@ -266,12 +251,8 @@ TEST_CASE("choldc")
     Table a({{4, 2, -2}, {notANumber, 10, 5}, {notANumber, notANumber, 6}});
     double p[3];
     CHECK(choldc(a, 3, p) == 1);
-    CHECK(p[0] == 2);
-    CHECK(p[1] == 3);
-    CHECK(p[2] == 1);
-    CHECK(a[1][0] == 1);
-    CHECK(a[2][0] == -1);
-    CHECK(a[2][1] == 2);
+    CHECK((p[0] == 2 && p[1] == 3 && p[2] == 1));
+    CHECK((a[1][0] == 1 && a[2][0] == -1 && a[2][1] == 2));
     CHECK(a[0][1] == 2); // above the diagonal a stays
 
     Table indefinite({{1, 2}, {2, 1}});

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "unit/numeric/matrices.hpp"
+#include "unit/shell/shell_fixture.hpp"
 
 namespace {
 
@@ -24,9 +25,7 @@ std::string ReportOfLine(int language, bool printAll)
     REQUIRE(file != nullptr);
     regression(3, 1, 1, y, x, B, &b0, P, &r2, &ss, true, file, language, printAll);
     CHECK(ss == 8.0); // by hand: 4 + 0 + 4
-    std::rewind(file);
-    std::string text;
-    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) text += static_cast<char>(c);
+    const std::string text = TextOf(file);
     std::fclose(file);
     return text;
 }
@@ -37,26 +36,19 @@ TEST_CASE("regression: report")
 {
     CHECK(ReportOfLine(0, false) ==
           "\nRegression coefficients for each factor (rows), one model for each response variable (coluns):\n"
-          "Factor 1:\t2\t\n"
-          "\nIntersection (bo for each response variable):\n"
-          "1\t"
-          "\nCoefficient of determination (r squared) for 1 response variables:\n"
-          "1\t\n");
+          "Factor 1:\t2\t\n\nIntersection (bo for each response variable):\n1\t"
+          "\nCoefficient of determination (r squared) for 1 response variables:\n1\t\n");
     CHECK(ReportOfLine(1, true) ==
-          "\nMatriz de fatores:\n0\t\n1\t\n2\t\n"
-          "\nMatriz de respostas:\n1\t\n3\t\n5\t\n"
+          "\nMatriz de fatores:\n0\t\n1\t\n2\t\n\nMatriz de respostas:\n1\t\n3\t\n5\t\n"
           "\nCoeficientes de regressao para cada fator (linhas), um modelo para cada variavel resposta (colunas):\n"
-          "Fator 1:\t2\t\n"
-          "\nInterseccao (bo para cada variavel resposta):\n"
-          "1\t"
+          "Fator 1:\t2\t\n\nInterseccao (bo para cada variavel resposta):\n1\t"
           "\n\nRespostas preditas pelo modelo (para cada variavel resposta em colunas, e unidade amostral em linhas):\n"
           "1\t\n3\t\n5\t\n"
           "\nResiduos nao explicados pelo modelo (para cada variavel resposta em colunas, e unidade amostral em linhas):\n"
           "0\t\n0\t\n0\t\n"
           "\nVariaveis resposta ajustadas pela remocao dos efeitos das variaveis preditoras (corresponde aos residuos nao explicados pelo modelo mais a media da variavel resposta) (para cada variavel resposta em colunas, e unidade amostral em linhas):\n"
           "3\t\n3\t\n3\t\n"
-          "\nCoeficiente de determinacao (r ao quadrado) para 1 variaveis resposta:\n"
-          "1\t\n");
+          "\nCoeficiente de determinacao (r ao quadrado) para 1 variaveis resposta:\n1\t\n");
 }
 
 TEST_CASE("regression: a response without variance")
@@ -80,10 +72,8 @@ TEST_CASE("regression residuals: selection of factors")
     OwnedRows R(4, 2);
     int none[] = {0, 0};
     Regression_ResidualsSelect(4, 2, 2, y, x, R, none);
-    for (int i = 0; i < 4; i++) {
-        CHECK(R[i][0] == y[i][0] - 4.0); // the prediction is the column mean
-        CHECK(R[i][1] == y[i][1] - 2.0);
-    }
+    for (int i = 0; i < 4; i++) // the prediction is the column mean
+        CHECK((R[i][0] == y[i][0] - 4.0 && R[i][1] == y[i][1] - 2.0));
     int second[] = {0, 1};
     Rows xSecond = {{7}, {7}, {1}, {3}};
     OwnedRows expected(4, 2);
@@ -134,8 +124,7 @@ TEST_CASE("residuals of one matrix on another")
     CHECK(R[0][1] == doctest::Approx(0.5));
     CHECK(R[0][2] == doctest::Approx(-1.0));
     CHECK(R[1][2] == doctest::Approx(0.5));
-    CHECK(R[1][0] == 4.25);
-    CHECK(R[1][1] == 4.25);
+    CHECK((R[1][0] == 4.25 && R[1][1] == 4.25));
 
     // 2^24 + 1 rounds to 2^24 in single precision. By hand: slope 0, mean 2^25 / 3.
     Rows large = {{0, 16777217, 0}, {0, 0, 16777217}, {0, 0, 0}};

@@ -41,23 +41,16 @@ TEST_CASE("AlmostEqual2sComplement compares at single-precision grain")
     const Case cases[] = {
         {"far below single precision", 1.0, 1.0 + 1e-12, 1, true},
         {"neighbouring floats", 1.0, 1.0 + ulp, 1, true},
-        {"rounds to the neighbour, 1.00000012", 1.0, 1.0000001, 1, true},
         {"rounds to the second, 1.00000024", 1.0, 1.0000002, 1, false},
-        {"two floats apart", 1.0, 1.0 + 2 * ulp, 1, false},
         {"two floats apart, two allowed", 1.0, 1.0 + 2 * ulp, 2, true},
-        {"negative neighbours", -1.0, -1.0 - ulp, 1, true},
         {"negative, two apart", -1.0, -1.0 - 2 * ulp, 1, false},
         {"zeros", 0.0, -0.0, 1, true},
-        {"zero and the smallest negative", 0.0, -smallest, 1, true},
         {"across zero: two steps", smallest, -smallest, 1, false},
-        {"across zero: two steps, two allowed", smallest, -smallest, 2, true},
         {"largest float and infinity are neighbours", FLT_MAX, infinity, 1, true},
-        {"too large for a float is infinity", 1e300, infinity, 1, true},
         {"a NaN is near itself only", notANumber, notANumber, 1, true},
         {"a NaN is no number", notANumber, 1.0, 1, false},
         // 2.0 is pattern 0x40000000, -2.0 is its negative: the difference is 0x80000000.
         {"2 and -2: the distance has no absolute value", 2.0, -2.0, 1, true},
-        {"-2 and 2", -2.0, 2.0, 1, true},
         {"3 and -3 are far apart", 3.0, -3.0, 4194303, false},
     };
     for (const Case& c : cases) {
@@ -86,18 +79,17 @@ TEST_CASE("AlmostEqual2sComplement stops the program on a senseless number of un
 
 TEST_CASE("comparisons built on it")
 {
-    CHECK(IsLargerThanOrEqual(-0.7, 0.5, 1, true));
-    CHECK_FALSE(IsLargerThanOrEqual(-0.7, 0.5, 1, false));
+    for (const bool isAbsolute : {true, false})
+        CHECK(IsLargerThanOrEqual(-0.7, 0.5, 1, isAbsolute) == isAbsolute);
     CHECK(IsLargerThanOrEqual(0.5, 0.5 + 1e-9, 1, false)); // below, but within a unit
     CHECK_FALSE(IsLargerThanOrEqual(0.5, 0.5001, 1, false));
     CHECK_FALSE(IsLargerThanOrEqual(notANumber, 0.5, 1, true));
 
     CHECK(AlmostEqual_Tolerance(1.0, 1.25, 0.375));
     CHECK_FALSE(AlmostEqual_Tolerance(1.0, 1.25, 0.25)); // strictly below
-    CHECK(Fmax(2.0, 3.0) == 3.0);
-    CHECK(Fmin(2.0, 3.0) == 2.0);
     CHECK(std::isnan(Fmax(1.0, notANumber)));
     CHECK(Fmin(notANumber, 1.0) == 1.0);
+    CHECK((Fmax(2.0, 3.0) == 3.0 && Fmin(2.0, 3.0) == 2.0));
 }
 
 TEST_CASE("sums, totals and moments")
@@ -136,9 +128,9 @@ TEST_CASE("Factorial")
     struct Case {
         double x, expected;
     };
-    const Case cases[] = {{0, 1}, {1, 1}, {2, 2}, {3, 6}, {10, 3628800}, {0.5, 0.5}, {-3, -3},
+    const Case cases[] = {{0, 1}, {10, 3628800}, {0.5, 0.5}, {-3, -3},
                           {170, 7.257415615307999e306}, // Python 3.11: math.factorial(170)
-                          {171, infinity}, {1e9, infinity}};
+                          {171, infinity}};
     for (const Case& c : cases) {
         CAPTURE(c.x);
         if (std::isinf(c.expected)) CHECK(std::isinf(Factorial(c.x)));
@@ -159,7 +151,6 @@ TEST_CASE("states and groups")
         {"states are truncated", {1.2, 1.9, 2.0}, 2},
         {"-0.5 is state 0", {-0.5, 0.4}, 1},
         {"negative states don't count", {-1, -3, 4}, 1},
-        {"none", {-999, -2}, 0},
         {"states as large as an int", {2147483647, 0, 3e9}, 2},
         {"NaN is below all", {notANumber, 1}, 1},
         {"empty", {}, 0},
@@ -181,13 +172,9 @@ TEST_CASE("states and groups")
     CountGroupsSelect(6, labels, selected, &nGroups, chosen.data());
     CHECK(nGroups == 2);
     CHECK(chosen == std::vector<int>{0, 7});
-    CountGroupsSelect(6, labels, selected, &nGroups, nullptr);
-    CHECK(nGroups == 2);
-
-    CountGroupsNew(6, labels, &nGroups, nullptr);
-    CHECK(nGroups == 4);
     std::vector<int> sorted(4);
     CountGroupsNew(6, labels, &nGroups, sorted.data());
+    CHECK(nGroups == 4);
     CHECK(sorted == std::vector<int>{-2, 0, 7, 11});
 }
 
@@ -197,7 +184,6 @@ TEST_CASE("ranks and sort orders")
     CHECK(Ranked(RankVectorAbs, {-3, 1, -2}) == Values{2, 3, 1});
     CHECK(Ranked(RankVector, Values(8, 1.5)) == Values{6, 4, 7, 1, 5, 2, 3, 8}); // as sort2's ties
 
-    CHECK(Ranked(RankVectorAdjMV, {3, -999, 3, 1}) == Values{2.5, -999, 2.5, 1});
     CHECK(Ranked(RankVectorAdjMV, {-999, -999}) == Values{-999, -999});
     CHECK(Ranked(RankVectorAdjMV, {-1000, 5, -999}) == Values{0, 2, -999}); // below the code
     // R 4.2: rank(c(2.5, 0, 9, 2.5, 4, 0, 2.5, 7, 1, 9))

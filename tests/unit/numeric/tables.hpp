@@ -2,17 +2,18 @@
 // what a call prints or how it ends the process.
 #pragma once
 
+#include <doctest/doctest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "unit/shell/shell_fixture.hpp"
 
 namespace tables {
 
@@ -58,24 +59,23 @@ inline bool SameBits(const Cells& x, const Cells& y)
     return true;
 }
 
+inline void CheckCells(double** found, const Cells& expected, double tolerance)
+{
+    for (std::size_t i = 0; i < expected.size(); i++)
+        for (std::size_t j = 0; j < expected[i].size(); j++) {
+            CAPTURE(i);
+            CAPTURE(j);
+            if (std::isnan(expected[i][j])) CHECK(std::isnan(found[i][j]));
+            else CHECK(found[i][j] == doctest::Approx(expected[i][j]).epsilon(tolerance));
+        }
+}
+
 /// What the call writes to a standard stream.
 inline std::string Written(std::FILE* stream, const std::function<void()>& call)
 {
-    std::fflush(stream);
-    const int descriptor = fileno(stream);
-    const int kept = dup(descriptor);
-    std::FILE* caught = std::tmpfile();
-    dup2(fileno(caught), descriptor);
+    Captured captured(stream);
     call();
-    std::fflush(stream);
-    dup2(kept, descriptor);
-    close(kept);
-    std::fseek(caught, 0, SEEK_END);
-    std::string text(static_cast<std::size_t>(std::ftell(caught)), '\0');
-    std::rewind(caught);
-    text.resize(std::fread(&text[0], 1, text.size(), caught));
-    std::fclose(caught);
-    return text;
+    return captured.Text();
 }
 
 /// How a child process ends that makes the call: wait status and what it wrote to standard error.

@@ -10,17 +10,14 @@ using namespace ranking_test;
 namespace {
 
 /// The texts stand on the screen, one behind the other.
-bool InOrder(const std::string& screen, const std::vector<std::string>& texts)
+void CheckInOrder(const std::string& screen, const std::vector<std::string>& texts)
 {
     std::size_t at = 0;
     for (const std::string& text : texts) {
         CAPTURE(text);
         at = screen.find(text, at);
-        CHECK(at != std::string::npos);
-        if (at == std::string::npos) return false;
-        at += text.size();
+        REQUIRE(at != std::string::npos);
     }
-    return true;
 }
 
 /// The answers from the types of OTUs to the last question: crisp types, Mantel, all traits.
@@ -29,9 +26,14 @@ std::string OtherAnswers()
     return session.nenv > 0 ? "k 1 1 1 2 2 2 0 1 6 1 1 y 1 5 n " : "k 1 1 1 2 2 2 0 1 6 1 y 1 5 n ";
 }
 
-RankingData SmallData()
+void Load(bool environment, bool phylogeny, bool nominalTrait)
 {
-    return MixedData(8, 6, 5);
+    RankingData data = MixedData(8, 6, 5);
+    if (!environment) data.E.clear();
+    if (!phylogeny) data.F.clear();
+    if (nominalTrait) data.traitTypes[0] = 2;
+    LoadRanking(data);
+    session.optmain = 'K';
 }
 
 } // namespace
@@ -53,13 +55,8 @@ TEST_CASE("lines of the menu of criteria")
     };
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        RankingData data = SmallData();
-        if (!c.environment) data.E.clear();
-        if (!c.phylogeny) data.F.clear();
-        if (c.nominalTrait) data.traitTypes[0] = 2;
         SessionTest test;
-        LoadRanking(data);
-        session.optmain = 'K';
+        Load(c.environment, c.phylogeny, c.nominalTrait);
         Type("17 " + OtherAnswers());
         SettingsChRank();
         std::string screen = test.screen.Text();
@@ -86,13 +83,8 @@ TEST_CASE("criteria that the data refuse show the menu again")
     };
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        RankingData data = SmallData();
-        if (!c.environment) data.E.clear();
-        if (!c.phylogeny) data.F.clear();
-        if (c.nominalTrait) data.traitTypes[0] = 2;
         SessionTest test;
-        LoadRanking(data);
-        session.optmain = 'K';
+        Load(c.environment, c.phylogeny, c.nominalTrait);
         Type(std::string(c.refused) + " 2 8 25 17 " + OtherAnswers());
         SettingsChRank();
         CHECK(session.opt_struct == 17);
@@ -109,13 +101,12 @@ TEST_CASE("questions of a ranking, in order")
     SUBCASE("with types; no traits below 1, none above those in use")
     {
         SessionTest test;
-        LoadRanking(SmallData());
-        session.optmain = 'K';
+        Load(true, true, false);
         session.optUnitTotalAdjust1 = false;
         // Of 5 traits 4 are used; 5 and 0 are out of range, then 2 to 3.
         Type("12 k 1 1 1 2 2 9 1 1 10 2 1 0 2 1 1 1 0 1 n 5 0 2 1 3 y ");
         SettingsChRank();
-        CHECK(InOrder(test.screen.Text(), {
+        CheckInOrder(test.screen.Text(), {
             "Trait ranking criterion maximized: \n", "\nType option no.: ",
             "\nThe partition of OTUs into types should be specified.\n", "Enter the group of each OTU:\n",
             "\nFuzzy set adjustment:\n", "\nMeasuring congruence using\n",
@@ -125,41 +116,30 @@ TEST_CASE("questions of a ranking, in order")
             "\nStandardize community data matrix (matrix W) to unit total in each community? y/n ",
             "Minimum number of traits in the trait subset (minimum: 1, maximum: 4): ",
             "Maximum number of traits in the trait subset (minimum: 2, maximum: 4): ",
-            "\nPrint intermediate results of the ranking process?  y/n "}));
-        CHECK(session.nMinTraitsChRank == 2);
-        CHECK(session.nMaxTraitsChRank == 3);
-        CHECK(session.nMinCSTGroupsChRank == 3);
-        CHECK(session.nMaxCSTGroupsChRank == 3);
-        CHECK(session.rese_opt == 10);
-        CHECK(session.fuzzy == 3);
-        CHECK(session.includePhylogeny);
-        CHECK(session.nTaxa == 3);
-        CHECK(session.optUnitTotalAdjust1);
-        CHECK_FALSE(session.optUnitTotalAdjust2);
+            "\nPrint intermediate results of the ranking process?  y/n "});
+        CHECK((session.nMinTraitsChRank == 2 && session.nMaxTraitsChRank == 3));
+        CHECK((session.nMinCSTGroupsChRank == 3 && session.nMaxCSTGroupsChRank == 3));
+        CHECK((session.rese_opt == 10 && session.fuzzy == 3));
+        CHECK((session.includePhylogeny && session.nTaxa == 3));
+        CHECK((session.optUnitTotalAdjust1 && !session.optUnitTotalAdjust2));
         CHECK(session.printRankIntermedResults == 'y');
     }
     SUBCASE("averages go straight to the congruence and take Euclidean distance")
     {
-        RankingData data = SmallData();
-        data.F.clear();
         SessionTest test;
-        LoadRanking(data);
-        session.optmain = 'K';
+        Load(true, false, false);
         session.rese_opt = 10;
         Type("10 1 1 1 1 5 n ");
         SettingsChRank();
         CHECK(session.traitBasedOpt == 2);
         CHECK(session.rese_opt == 6);
-        const std::string screen = test.screen.Text();
-        CHECK(screen.find("partition of OTUs") == std::string::npos);
-        CHECK(screen.find("Specify resemblance") == std::string::npos);
-        CHECK(screen.find("Standardize") == std::string::npos);
+        for (const char* text : {"partition of OTUs", "Specify resemblance", "Standardize"})
+            CHECK(TimesIn(test.screen.Text(), text) == 0);
     }
     SUBCASE("nominal variables rule out Procrustes and RV where E enters as it is")
     {
         SessionTest test;
-        LoadRanking(SmallData());
-        session.optmain = 'K';
+        Load(true, true, false);
         session.temEnvQual = 1;
         Type("16 k 1 1 1 2 2 2 1 2 3 1 1 1 y 1 1 n ");
         SettingsChRank();
@@ -172,8 +152,7 @@ TEST_CASE("questions of a ranking, in order")
 TEST_CASE("a ranking from the menu")
 {
     SessionTest test;
-    LoadRanking(SmallData());
-    session.optmain = 'K';
+    Load(true, true, false);
     std::snprintf(console.sessionName, sizeof console.sessionName, "tiny");
     SUBCASE("names its report by the criterion and says where it is")
     {

@@ -17,8 +17,7 @@ struct Dialogue {
         console.in = &answers;
         console.out = screenFile;
         console.outm = macroFile;
-        for (std::size_t i = terminal.size(); i > 0; i--)
-            StandardInput().Unget(static_cast<unsigned char>(terminal[i - 1]));
+        Type(terminal);
     }
     ~Dialogue()
     {
@@ -53,12 +52,10 @@ TEST_CASE("accepted answers are copied to a macro") {
     const Case cases[] = {
         {"a letter, lower case", "Y", [] { ReadCharIn("y n"); }, "y\n"},
         {"d: as a whole number", "1.5", [] { ReadNumberIn("%d\n", "-", 1.0, 9.0); }, "1\n"},
-        {"d with flags", "1", [] { ReadNumberIn("%-3d", "0 1"); }, "1  "},
         {"d, beyond int", "3e9", [] { ReadNumberIn("%d\n", ""); }, "2147483647\n"},
         {"f: rounded to single precision", "0.1", [] { ReadNumberIn("%.9f\n", ""); },
          "0.100000001\n"},
         {"g: as it stands", "0.1", [] { ReadNumberIn("%g\n", ""); }, "0.1\n"},
-        {"l: as it stands", "0.25", [] { ReadNumberIn("%lf\n", ""); }, "0.250000\n"},
         {"u: unsigned", "4294967297.5", [] { ReadNumberIn("%u\n", ""); }, "4294967297\n"},
         {"u, below zero", "-1", [] { ReadNumberIn("%lu\n", ""); }, "0\n"},
         {"a line", " two words \n", [] { char s[52]; ReadLineIn(s, 51); }, "two words \n"},
@@ -117,12 +114,10 @@ TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
     int numbers[3] = {};
     console.createMacro = true;
     CHECK(ReadLongInput(3, numbers, "group numbers", nullptr) == 1);
-    CHECK(numbers[0] == 7);
-    CHECK(numbers[2] == 9);
-    CHECK(dialogue.Screen() ==
-          "Read input from file (f) or from the keyboard (k)? f/k \nEnter group numbers: \t\n"
-          "Read input from file (f) or from the keyboard (k)? f/k \nEnter group numbers: \t"
-          "Read input from file (f) or from the keyboard (k)? f/k \nEnter group numbers: \t");
+    CHECK((numbers[0] == 7 && numbers[2] == 9));
+    const std::string asked = "Read input from file (f) or from the keyboard (k)? f/k \n"
+                              "Enter group numbers: \t";
+    CHECK(dialogue.Screen() == asked + "\n" + asked + asked);
     CHECK(screen.Text() == "Are these correct? y/n Are these correct? y/n ");
     CHECK(dialogue.Macro() == "7\t8\t9\t\n");
 }

@@ -11,6 +11,7 @@
 #include <iterator>
 #include <string>
 
+#include "shell/failure.hpp"
 #include "shell/files.hpp"
 
 /// An open file that holds a text.
@@ -93,3 +94,42 @@ public:
 private:
     std::filesystem::path before, folder;
 };
+
+/// Puts answers where the user's next ones are read from.
+inline void Type(const std::string& answers)
+{
+    for (auto c = answers.rbegin(); c != answers.rend(); ++c)
+        StandardInput().Unget(static_cast<unsigned char>(*c));
+}
+
+inline void WriteText(const std::string& path, const std::string& text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+inline std::string Rest(InputStream& stream)
+{
+    std::string rest;
+    for (int c = stream.Get(); c != EOF; c = stream.Get()) rest += static_cast<char>(c);
+    return rest;
+}
+
+/// The failure code that the work ends with; 0 if it succeeds.
+template <typename Work>
+int CodeOf(Work work)
+{
+    try {
+        work();
+    } catch (const Failure& failure) {
+        return failure.code;
+    }
+    return 0;
+}
+
+inline int TimesIn(const std::string& text, const std::string& part)
+{
+    int times = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        times++;
+    return times;
+}
