@@ -127,8 +127,10 @@ void BandwidthLines(const Options& options, Report& report, bool wide)
 
 } // namespace
 
-void CalibrationLines(const Options& options, Report& report)
+void CalibrationLines(const Options& given, Report& report)
 {
+    Options options = given;
+    options.seconds /= 4.0; // steady loops need less
     const bool wide = options.path != "baseline";
     ArithmeticLines(options, report, wide); // the floors of other lines rest on it
     if (options.Wants("C2")) BandwidthLines(options, report, wide);

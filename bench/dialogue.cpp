@@ -94,7 +94,7 @@ void DialogueLines(const Options& options, Report& report)
     WriteSession(without.path, 1);
     Timed timed;
     double rest = -1.0;
-    for (int repetition = 0; repetition < options.Repetitions(); repetition++) {
+    for (int repetition = 0; repetition < options.repetitions; repetition++) {
         const double all = RunProgram(with.path), outside = RunProgram(without.path);
         if (all < 0.0 || outside < 0.0) {
             std::fprintf(stderr, "R3: the program left no report\n");

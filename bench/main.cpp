@@ -44,6 +44,10 @@ Options ReadOptions(int argc, char** argv)
     const bool knownPath = options.path.empty() || options.path == "baseline" ||
                            options.path == "avx2";
     if (options.threads < 1 || !knownPath) Complain();
+    if (options.quick) {
+        options.repetitions = 2;
+        options.seconds = 0.02;
+    }
     return options;
 }
 

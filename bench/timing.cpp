@@ -74,8 +74,8 @@ Timed TimeInTurn(const Options& options, const Work& plain, const Work& fast)
 {
     Form forms[] = {Form(plain), Form(fast)};
     for (Form& form : forms)
-        if (form.work) form.FindCount(options.SecondsPerRepetition());
-    for (int repetition = 0; repetition < options.Repetitions(); repetition++)
+        if (form.work) form.FindCount(options.seconds);
+    for (int repetition = 0; repetition < options.repetitions; repetition++)
         for (Form& form : forms)
             if (form.work) form.Repeat();
     return {forms[0].best, forms[1].best};
@@ -84,7 +84,7 @@ Timed TimeInTurn(const Options& options, const Work& plain, const Work& fast)
 double TimeWhole(const Options& options, const std::function<void()>& run)
 {
     double best = -1.0;
-    for (int repetition = 0; repetition < options.Repetitions(); repetition++) {
+    for (int repetition = 0; repetition < options.repetitions; repetition++) {
         const double start = Now();
         run();
         const double taken = Now() - start;

@@ -14,11 +14,11 @@ struct Options {
     int threads = 1;       // of the P lines
     std::string path;      // "baseline", "avx2"; empty: what the machine has
     bool json = false;
+    int repetitions = 5;
+    double seconds = 0.2;  // of a repetition, at least
 
     /// True if the line is asked for.
     bool Wants(const std::string& id) const;
-    int Repetitions() const { return quick ? 2 : 5; }
-    double SecondsPerRepetition() const { return quick ? 0.02 : 0.2; }
 };
 
 /// Does its work `count` times; 0 times is what has to be done before the first, which is timed
