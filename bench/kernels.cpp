@@ -204,9 +204,7 @@ void LinesOfShape(const Options& options, Report& report, const PermTestShape& s
          [&](List list) { fast.Signal(list); }},
     };
     for (const Kernel& kernel : kernels) {
-        // What grows with the square of the OTUs is worth a second look.
-        const bool grows = std::strcmp(kernel.id, "K4") == 0;
-        if (!options.Wants(kernel.id) || (&shape == &largeShape && !grows)) continue;
+        if (!options.Wants(kernel.id)) continue;
         const Timed timed =
             TimeInTurn(options, Repeated(kernel.plain, lists), Repeated(kernel.fast, lists));
         report.Line(kernel.id, shape.name, kernel.what, "us/permutation", 1e6, 1, timed);
@@ -221,5 +219,4 @@ void KernelLines(const Options& options, Report& report)
     for (const char* id : {"K1", "K2", "K3", "K4", "K5"}) any = any || options.Wants(id);
     if (!any) return;
     LinesOfShape(options, report, smallShape);
-    if (!options.quick && options.Wants("K4")) LinesOfShape(options, report, largeShape);
 }
