@@ -138,13 +138,14 @@ void EvaluateShare(const PermutationInputs& in, Batch& batch, PermutationWorkspa
 void EvaluateBatch(const PermutationInputs& in, Batch& batch, int count)
 {
     const int nThreads = static_cast<int>(batch.workspaces.size());
+    const int share = (count + nThreads - 1) / nThreads;
     std::vector<int> failures(static_cast<std::size_t>(nThreads), 0);
 #pragma omp parallel for schedule(static, 1) num_threads(nThreads) if (nThreads > 1)
     for (int thread = 0; thread < nThreads; thread++) {
-        const int first = thread * batch.nPerThread;
+        const int first = thread * share;
         try {
             EvaluateShare(in, batch, *batch.workspaces[static_cast<std::size_t>(thread)], first,
-                          std::min(count, first + batch.nPerThread));
+                          std::min(count, first + share));
         } catch (const Failure& failure) {
             failures[static_cast<std::size_t>(thread)] = failure.code;
         }
@@ -153,11 +154,12 @@ void EvaluateBatch(const PermutationInputs& in, Batch& batch, int count)
         if (code != 0) Fail(static_cast<FailureCode>(code));
 }
 
-/// Arrangements that a thread evaluates before they are counted. Models leave their results in the
-/// workspace, and printed arrangements their matrices: one at a time then.
+/// Arrangements that a thread evaluates before they are counted: enough of them that waking the
+/// team is worth it. Models leave their results in the workspace, and printed arrangements their
+/// matrices: one at a time then.
 int ArrangementsPerThread(const PermutationInputs& in)
 {
-    return in.areCorrelations && !in.record.saveIntermediate ? 16 : 1;
+    return in.areCorrelations && !in.record.saveIntermediate ? 128 : 1;
 }
 
 void DrawBatch(int firstIteration, int nIter, int count, ListDrawer& drawer, Batch& batch)
