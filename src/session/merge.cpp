@@ -93,40 +93,32 @@ void CopyCorner(int rows, int columns, T** from, T** to)
     for (int i = 0; i < rows; i++) std::copy_n(from[i], columns, to[i]);
 }
 
-template <typename T>
-bool Equal(const std::vector<T>& read, const T* values)
+// Each item is compared as it is read: nothing is read behind the first difference, so a file that
+// is cut there is refused for what it says, not for its end.
+
+bool SameInts(DataFile& file, int n, const int* values)
 {
-    return std::equal(read.begin(), read.end(), values);
+    return std::all_of(values, values + n, [&](int value) { return file.ReadInt() == value; });
 }
 
-std::vector<int> ReadInts(DataFile& file, int n)
+bool SameDoubles(DataFile& file, int n, const double* values)
 {
-    std::vector<int> values(static_cast<std::size_t>(n));
-    file.ReadInts(n, values.data());
-    return values;
+    return std::all_of(values, values + n,
+                       [&](double value) { return file.ReadDouble() == value; });
 }
 
-std::vector<double> ReadDoubles(DataFile& file, int n)
-{
-    std::vector<double> values(static_cast<std::size_t>(n));
-    file.ReadDoubles(n, values.data());
-    return values;
-}
-
-/// Reads n labels and compares each with that at its place; `first` is one that was read before,
-/// or null.
+/// `first` is a label that was read before, or null.
 bool SameLabels(DataFile& file, const char* first, int n, char** labels)
 {
-    bool same = true;
     for (int i = 0; i < n; i++) {
         char label[labelSize] = "";
         if (i == 0 && first != nullptr)
             std::snprintf(label, sizeof label, "%s", first);
         else
             file.ReadWord(label, sizeof label);
-        same = same && std::strcmp(label, labels[i]) == 0;
+        if (std::strcmp(label, labels[i]) != 0) return false;
     }
-    return same;
+    return true;
 }
 
 // --- Steps in the order of the file; each false step has told its reason
@@ -147,10 +139,11 @@ bool ReadTraits(Merge& merge)
         return Refuse("\nThe number of traits do not match.\n\n");
     if (!SameLabels(merge.file, nullptr, s.nch, s.chLabel))
         return Refuse("\nLabels for traits do not match (or their order).\n\n");
-    if (!Equal(ReadInts(merge.file, s.nch), s.chtype))
+    if (!SameInts(merge.file, s.nch, s.chtype))
         return Refuse("\nTrait types do not match.\n\n");
-    ReadDoubles(merge.file, s.nch); // ranges and numbers of states are worked out again
-    ReadInts(merge.file, s.nch);
+    // Ranges and numbers of states are worked out again.
+    for (int j = 0; j < s.nch; j++) merge.file.ReadDouble();
+    for (int j = 0; j < s.nch; j++) merge.file.ReadInt();
     return true;
 }
 
@@ -182,7 +175,7 @@ bool ReadCounts(Merge& merge)
     merge.ncst.values = dim1Dint(s.ncsm + merge.nCommunities);
     std::copy_n(s.ncst, s.ncsm, merge.ncst.values);
     merge.file.ReadInts(merge.nCommunities, merge.ncst.values + s.ncsm);
-    if (!Equal(ReadDoubles(merge.file, nReservedNumbers), s.ca_code))
+    if (!SameDoubles(merge.file, nReservedNumbers, s.ca_code))
         return Refuse(
             "\nTranslating values for cover-abundance scale codes do not match.\n\n");
     return true;
@@ -224,11 +217,11 @@ bool SameVariables(Merge& merge)
     merge.file.ReadWord(word, sizeof word);
     const bool hasTypes = std::strcmp(word, versionFormda) == 0;
     // Files of old have their first label here and nothing but quantitative variables.
-    const int option = hasTypes ? merge.file.ReadInt() : 2;
-    const std::vector<int> types = hasTypes
-                                       ? ReadInts(merge.file, s.nenv)
-                                       : std::vector<int>(static_cast<std::size_t>(s.nenv), 3);
-    if (option != s.optEnvVarType || !Equal(types, s.envVarType))
+    const bool sameTypes =
+        hasTypes ? merge.file.ReadInt() == s.optEnvVarType &&
+                       SameInts(merge.file, s.nenv, s.envVarType)
+                 : s.optEnvVarType == 2 && std::count(s.envVarType, s.envVarType + s.nenv, 3) == s.nenv;
+    if (!sameTypes)
         return Refuse("\nThe types of environmental variables do not match.\n\n");
     if (!SameLabels(merge.file, hasTypes ? nullptr : word, s.nenv, s.envLabel))
         return Refuse("\nLabels for environmental variables do not match.\n\n");

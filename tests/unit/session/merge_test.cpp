@@ -170,11 +170,13 @@ TEST_CASE("variables of a file without their types")
     }
 }
 
-TEST_CASE("a merge is refused with its reason")
+TEST_CASE("a merge is refused at the first item that differs, though the file ends there")
 {
     struct Case {
         const char* fact;
         std::string one, other;
+        const char* part; // of the other file
+        const char* by;   // ends with the item that differs
         const char* reason;
     };
     const std::string firstE = WithVariables(first), secondE = WithVariables(second);
@@ -183,33 +185,36 @@ TEST_CASE("a merge is refused with its reason")
     const char* const species =
         "\nOne session has species names and the other not.\nBoth files must have or not have "
         "species names.\n\n";
+    // clang-format off
     const Case cases[] = {
-        {"number of traits", first, Replaced(second, "two\n2", "two\n3"),
+        {"number of traits", first, second, "two\n2", "two\n3",
          "\nThe number of traits do not match.\n\n"},
-        {"a trait's label", first, Replaced(second, "height", "Height"), labels},
-        {"order of traits", first, Replaced(second, "height colour", "colour height"), labels},
-        {"trait types", first, Replaced(second, "3 2\n0 0", "3 4\n0 0"),
-         "\nTrait types do not match.\n\n"},
-        {"a community of both", first, Replaced(second, "b1 b2", "b1 a1"),
+        {"a trait's label", first, second, "height", "Height", labels},
+        {"the last trait's label", first, second, "colour", "Colour", labels},
+        {"trait types", first, second, "3 2\n0 0", "4", "\nTrait types do not match.\n\n"},
+        {"a community of both", first, second, "b1 b2", "b1 a1",
          "\b\nThere are releve labels in the second session that are identical to\n"
          "labels in the first session. Change them (or reduce the second\n"
          "session labels length to 10 letters or digits) and try again.\n"},
-        {"reserved numbers", first, Replaced(second, "0 0 0 0 0 0 0\n18", "0 0 0 1 0 0 0\n18"),
+        {"reserved numbers", first, second, "0 0 0 0 0 0 0\n18", "0 0 0 1",
          "\nTranslating values for cover-abundance scale codes do not match.\n\n"},
-        {"number of variables", firstE, second,
+        {"number of variables", firstE, second, "0 11\n0", "0 11\n0",
          "\nThe number of environmental variables do not match.\n\n"},
-        {"kind of variables", firstE, Replaced(secondE, "5\n3 2", "3\n3 2"), types},
-        {"types of variables", firstE, Replaced(secondE, "5\n3 2", "5\n3 1"), types},
-        {"labels of variables", firstE, Replaced(secondE, "pH soil", "pH Soil"),
+        {"kind of variables", firstE, secondE, "5\n3 2\npH", "3", types},
+        {"types of variables", firstE, secondE, "5\n3 2\npH", "5\n2", types},
+        {"labels of variables", firstE, secondE, "pH soil", "PH",
          "\nLabels for environmental variables do not match.\n\n"},
-        {"species of the first only", first, WithoutSpecies(second), species},
-        {"species of the second only", WithoutSpecies(first), second, species},
+        {"species of the first only", first, WithoutSpecies(second), "0 11\n0\n0", "0 11\n0\n0",
+         species},
+        {"species of the second only", WithoutSpecies(first), second, "2\nnames2", "2", species},
     };
+    // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Merged test;
         int result = 1;
-        CHECK(Merged::Merge(c.one, c.other, result) == 0);
+        REQUIRE(c.other.find(c.part) != std::string::npos);
+        CHECK(Merged::Merge(c.one, c.other.substr(0, c.other.find(c.part)) + c.by, result) == 0);
         CHECK(result == 0);
         CHECK(test.screen.Text() == c.reason);
         CHECK(session.tcst == 2); // the first data set is still there
