@@ -99,13 +99,11 @@ List AskByLabels(const char* heading, const char* what, int count, int n, char**
 {
     const Labels typed(count);
     List chosen(static_cast<std::size_t>(count));
-    Patience patience; // a macro that has ended would retry for ever at full speed
     for (;;) {
         std::fprintf(console.out, "%s", heading);
         ReadLongInput(count, labelSize - 1, typed.rows, what);
         if (Identify(count, typed.rows, n, labels, chosen.data())) return chosen;
         Complain("%s", complaint);
-        patience.Pause();
     }
 }
 
@@ -123,14 +121,12 @@ List ChooseTraits()
 List AskByPositions(int count, int n)
 {
     List chosen(static_cast<std::size_t>(count));
-    Patience patience;
     for (;;) {
         std::fprintf(console.out, "Identify the OTUs by their position on file: \n");
         ReadLongInput(count, chosen.data(), "OTUs", nullptr);
         if (std::all_of(chosen.begin(), chosen.end(), [n](int p) { return p >= 1 && p <= n; }))
             break;
         Complain("Error!! Enter again. \n");
-        patience.Pause();
     }
     for (int& position : chosen) position--; // typed from 1
     return chosen;
@@ -173,7 +169,8 @@ int AskCommunityOption()
     return AskOption("1 2 3 4 5");
 }
 
-/// What the option does to the variables. The notes have a line end only where one goes on.
+/// What the option does to the variables. Notes of a single line leave the line open, but for the
+/// one that the rule over the next menu follows.
 void PrintNotes(int option)
 {
     const Session& s = session;
@@ -195,7 +192,7 @@ void PrintNotes(int option)
     if (option == poolByGroups && s.temEnvQual != 0)
         std::fprintf(
             out,
-            "\nThis option not allowed with this data: pooling environmental variables that are qualitative is not possible.");
+            "\nThis option not allowed with this data: pooling environmental variables that are qualitative is not possible.\n");
 }
 
 int ChooseCommunityOption()
@@ -251,7 +248,6 @@ void SetWindow()
     std::fprintf(
         out,
         "A formda file will be created by pooling communities according to\n the selected split moving-window size.\n");
-    Patience patience; // a single community has no even size
     for (;;) {
         std::fprintf(out, "\nEnter the size of the split moving-window (must be even): ");
         const int size = AskNumber("%d\n", 1, session.ncsm);
@@ -262,7 +258,6 @@ void SetWindow()
             return;
         }
         std::fprintf(out, "\nEnter again. Must be even.");
-        patience.Pause();
     }
 }
 
@@ -513,13 +508,11 @@ void PrintObjects(int n, bool areCommunities, const char* word)
 void AskMemberships(int n, int groups, int* group, char** labels, const char* word)
 {
     const Labels names(n);
-    Patience patience;
     for (;;) {
         PrintObjects(n, std::strcmp(word, "communities") == 0, word);
         ReadLongInput(n, groupLabelSize - 1, names.rows, "Groups");
         if (Identify(n, names.rows, groups, labels, group)) break;
         Complain("\nError!! Enter again. \n");
-        patience.Pause();
     }
     for (int i = 0; i < n; i++) group[i]++; // groups are numbered from 1
 }
@@ -530,7 +523,7 @@ void AskGroupSizes(int n, int groups, int* group, char** labels, const char* wor
     std::FILE* out = console.out;
     List sizes(static_cast<std::size_t>(groups));
     std::fprintf(out, "\nEnter number of %s per group:", word);
-    Patience patience; // no sizes of no groups add up
+    Patience patience;
     for (;;) {
         std::fprintf(out, "\nGroups:            ");
         for (int g = 0; g < groups; g++) std::fprintf(out, "%-3s ", labels[g]);
@@ -538,7 +531,7 @@ void AskGroupSizes(int n, int groups, int* group, char** labels, const char* wor
         for (int& size : sizes) size = AskNumber("%-3d ", 0, n);
         if (std::accumulate(sizes.begin(), sizes.end(), 0L) == n) break;
         Complain("\nError!! Reenter!!\n");
-        patience.Pause();
+        if (groups == 0) patience.Pause(); // nothing is read and nothing can ever add up
     }
     for (int g = 0; g < groups; g++)
         group = std::fill_n(group, sizes[static_cast<std::size_t>(g)], g + 1);

@@ -2,6 +2,7 @@
 
 #include <doctest/doctest.h>
 
+#include <chrono>
 #include <cstring>
 
 #include "session/formda.hpp"
@@ -212,7 +213,7 @@ TEST_CASE("pooling is refused with a nominal variable, and only that")
                   "\nWarning! Binary environmental variables will be averaged, and therefore "
                   "will become quantitative."
                   "\nThis option not allowed with this data: pooling environmental variables "
-                  "that are qualitative is not possible." +
+                  "that are qualitative is not possible.\n" +
                       menu) == 1);
 }
 
@@ -368,37 +369,49 @@ TEST_CASE("OTUs that are absent everywhere are trimmed before communities are po
     }
 }
 
-TEST_CASE("wrong labels and positions are asked again under their heading")
+TEST_CASE("what is wrong is asked again under its heading, and at once")
 {
     struct Case {
         const char* fact;
-        std::string answers;
+        std::string before, wrong, right;
         const char* heading;
         const char* complaint;
     };
+    // clang-format off
     const Case cases[] = {
-        {"trait", "2 1 k Mass y k mass y\n1\n1\n1\nn\n", "Identify the traits by their labels: \n",
-         "\nError!! Enter again. \n"},
-        {"OTU 0", "1\n2 2 k 4 0 y k 4 1 y\n1\n1\nn\n",
+        {"trait", "2 1", "k Mass y", "k mass y\n1\n1\n1\nn",
+         "Identify the traits by their labels: \n", "\nError!! Enter again. \n"},
+        {"OTU 0", "1\n2 2", "k 4 0 y", "k 4 1 y\n1\n1\nn",
          "Identify the OTUs by their position on file: \n", "Error!! Enter again. \n"},
-        {"OTU 5", "1\n2 2 k 5 1 y k 4 1 y\n1\n1\nn\n",
+        {"OTU 5", "1\n2 2", "k 5 1 y", "k 4 1 y\n1\n1\nn",
          "Identify the OTUs by their position on file: \n", "Error!! Enter again. \n"},
-        {"community", "1\n1\n2 1 k a y k a1 y\n1\nn\n",
+        {"community", "1\n1\n2 1", "k a y", "k a1 y\n1\nn",
          "Identify the communities by their labels: \n", "Error!! Enter again. \n"},
-        {"variable", "1\n1\n1\n2 1 k PH y k pH y\nn\n",
+        {"variable", "1\n1\n1\n2 1", "k PH y", "k pH y\nn",
          "Identify the variables by their labels: \n", "Error!! Enter again. \n"},
-        {"group", "1\n1\n3\n1 1 n k 1 1 1 1 1 2 y k 1 1 1 1 1 1 y\n1\nn\n",
+        {"group", "1\n1\n3\n1 1 n", "k 1 1 1 1 1 2 y", "k 1 1 1 1 1 1 y\n1\nn",
          "\nEnter group membership (label) for communities:\ncommunities:\t"
-         "a1\ta2\tb1\tb2\tc1\tc2\t\n",
-         "\nError!! Enter again. \n"},
+         "a1\ta2\tb1\tb2\tc1\tc2\t\n", "\nError!! Enter again. \n"},
+        {"sizes of groups", "1\n1\n3\n2 1 y", "2 3", "2 4\n1\nn",
+         "\nGroups:            1   2   \nNumber of communities: ", "\nError!! Reenter!!\n"},
+        {"window", "1\n1\n5", "3", "4\n1\nn",
+         "\nEnter the size of the split moving-window (must be even): ",
+         "\nEnter again. Must be even."},
     };
+    // clang-format on
+    const int nWrong = 10; // a pause that doubled each time would take a second by then
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Derived test(WithoutNominal());
-        Derived::DeriveAndLoad(c.answers);
-        CHECK(TimesIn(test.screen.Text(), c.heading) == 2);
-        CHECK(test.complaints.Text() == c.complaint);
-        CHECK(TimesIn(test.screen.Text(), "\a") == 0);
+        std::string answers = c.before;
+        for (int i = 0; i < nWrong; i++) answers += '\n' + c.wrong;
+        const auto start = std::chrono::steady_clock::now();
+        Derived::DeriveAndLoad(answers + '\n' + c.right + '\n');
+        CHECK(std::chrono::steady_clock::now() - start < std::chrono::milliseconds(700));
+        const std::string screen = test.screen.Text(), complaints = test.complaints.Text();
+        CHECK(TimesIn(screen, c.heading) == nWrong + 1);
+        CHECK(TimesIn(screen + complaints, c.complaint) == nWrong);
+        CHECK(TimesIn(screen, "\a") == 0);
     }
 }
 
