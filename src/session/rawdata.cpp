@@ -453,10 +453,10 @@ void RefuseWord(RawFile& file)
     InputStream& stream = *file.stream;
     int next = stream.Get();
     while (next == ' ' || (next >= '\t' && next <= '\r')) next = stream.Get();
-    int first = next;
-    if (next == '+' || next == '-') first = stream.Get();
-    const bool isWord = first != EOF && std::strchr("iInN", first) != nullptr;
-    if (first != next) stream.Unget(first);
+    const bool hasSign = next == '+' || next == '-';
+    const int first = hasSign ? stream.Get() : next;
+    const bool isWord = first > 0 && std::strchr("iInN", first) != nullptr;
+    if (hasSign) stream.Unget(first);
     stream.Unget(next);
     int unread = 0;
     if (isWord) freadck(stream, unread, file.name); // no integer stands here: complaint, code 2

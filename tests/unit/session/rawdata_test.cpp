@@ -229,7 +229,10 @@ TEST_CASE("ecosystem variables")
 
 TEST_CASE("an E that cannot be read ends in code 2")
 {
-    for (const char* E : {"", "7 8 -999", "7 8 nan 9", "7 8 -inf 9", "7 8 9 10 label"}) {
+    // All but the last two have two labels behind the numbers, so only the numbers can be wrong.
+    for (const char* E : {"7 8 -999 pH soil", "7 8 nan 9 pH soil", "7 8 -inf 9 pH soil",
+                          "--8 8 9 1 pH soil", "++8 8 9 1 pH soil", "+-8 8 9 1 pH soil", "",
+                          "7 8 9 10 label"}) {
         CAPTURE(E);
         Dialogue dialogue;
         WriteText("E", E);
