@@ -124,7 +124,7 @@ void PrintRow(std::FILE* stream, int n, const int* numbers)
 /// n words through the shared buffer of typed words.
 ///
 /// Deliberate: the read is not checked, so a file with fewer words repeats its last word in the
-/// rest of the labels.
+/// rest of the labels; a file without words gives its own name, the last word typed, to all.
 void ReadLabels(InputStream& file, int n, int maxLength, char** labels)
 {
     for (int i = 0; i < n; i++) {

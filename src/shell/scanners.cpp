@@ -8,6 +8,7 @@
 #include <string>
 
 #include "shell/complaint.hpp"
+#include "shell/console.hpp"
 #include "shell/failure.hpp"
 
 namespace {
@@ -334,8 +335,8 @@ double ScanNumber(InputStream& stream, const char* name, const char* accept, dou
 char* ScanString(InputStream& stream, int maxLength, char* destination, const char* accepted,
                  int caseSensitive, const char* name)
 {
-    char word[320];
-    if (!freadck1Word(stream, word, sizeof word, name)) return nullptr;
+    char* const word = console.tempName;
+    if (!freadck1Word(stream, word, sizeof console.tempName, name)) return nullptr;
     const std::size_t room = static_cast<std::size_t>(std::max(maxLength, 0));
     const std::size_t length = std::min(std::strlen(word), room);
     std::memcpy(destination, word, length);

@@ -48,7 +48,8 @@ double ScanNumber(InputStream& stream, const char* name, const char* accept, dou
 
 /// One word, cut to maxLength characters (destination holds one more). `accepted`: null, or
 /// alternatives separated by "/". Returns the destination, or null at end of file or when no
-/// alternative matches (BEL, complaint, and the destination emptied).
+/// alternative matches (BEL, complaint, and the destination emptied). The whole word stays in
+/// console.tempName until the next one is typed.
 char* ScanString(InputStream& stream, int maxLength, char* destination, const char* accepted,
                  int caseSensitive, const char* name);
 

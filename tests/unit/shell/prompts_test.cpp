@@ -107,6 +107,17 @@ TEST_CASE("a row of labels from a file: too few words repeat the last, long ones
     CHECK(screen.Text() == "\a\aAre these correct? y/n ");
 }
 
+TEST_CASE("an empty file of labels gives its own name to all of them") {
+    ScratchFolder folder;
+    std::ofstream("empty") << "\n";
+    Dialogue dialogue("", "f empty y");
+    Captured screen(stdout);
+    Labels labels(2);
+    ReadLongInput(2, 4, labels.table, "labels");
+    CHECK(std::string(labels.table[0]) == "empt");
+    CHECK(std::string(labels.table[1]) == "empt");
+}
+
 TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
     // 3 is given up at -1; 5 6 1 is refused; 7 8 9 stays
     Dialogue dialogue("3 -1 5 6 1.9 7 8 9", "k k n k y");
