@@ -43,12 +43,18 @@ void PrintCounts(File f, int n, const int* counts)
     PrintVectorTab(f, n, counts, nullptr);
 }
 
-// --- Head and echo of the settings, in the order of the dialogue
+// --- Head and echo of the settings, in the order of the dialogue. A setting of several lines stands
+// behind an empty one.
+
+const char* YesOrNo(bool yes)
+{
+    return yes ? "yes" : "no";
+}
 
 void ReportFunctions(File f, const LogisticFunctions& functions, const char* what)
 {
     if (functions.isGenerated)
-        std::fprintf(f, "\nSpecified limits for generating parameters of the logistic function for %s:\tcenter\t%g\t%g\tslope\t%g\t%g\n",
+        std::fprintf(f, "Specified limits for generating parameters of the logistic function for %s:\tcenter\t%g\t%g\tslope\t%g\t%g\n",
                      what, functions.minCenter, functions.maxCenter, functions.minSlope,
                      functions.maxSlope);
     else
@@ -65,9 +71,9 @@ void ReportGivenFunctions(File f, const Simulation& run, const LogisticFunctions
 
 void ReportTraitSource(File f, const Simulation& run)
 {
-    std::fprintf(f, "\nSpecified number of communities (sites):\t%d\n", run.nSites);
-    std::fprintf(f, "\nSpecified number of OTUs:\t%d\n", run.nOTUs);
-    std::fprintf(f, "\nSpecified number of traits:\t%d\n", run.nTraits);
+    std::fprintf(f, "Specified number of communities (sites):\t%d\n", run.nSites);
+    std::fprintf(f, "Specified number of OTUs:\t%d\n", run.nOTUs);
+    std::fprintf(f, "Specified number of traits:\t%d\n", run.nTraits);
     if (run.traitSource == 't') {
         std::fprintf(f, "\nTrait data (%d OTUs x %d traits, file %s)\n", run.nOTUs, run.nTraits, run.traitFile.name);
         PrintMatrixOf(f, run.nOTUs, run.nTraits, *run.traits);
@@ -91,16 +97,16 @@ void ReportSites(File f, const Simulation& run)
         std::fprintf(f, "\nSpecified site coordinates (2 x %d community sites, file %s)\n", run.nSites, run.siteFile.name);
         PrintMatrixOf(f, 2, run.nSites, *run.sites);
     } else {
-        std::fprintf(f, "\nSite coordinates generated at random\n");
+        std::fprintf(f, "Site coordinates generated at random\n");
     }
 }
 
 void ReportEcosystemSource(File f, const Simulation& run)
 {
-    std::fprintf(f, "\nSpecified number of factors:\t%d\n", run.nFactors);
+    std::fprintf(f, "Specified number of factors:\t%d\n", run.nFactors);
     if (run.ecosystemSource == 'e') {
         std::fprintf(f, "\nInitial ecosystem conditions (%d factors x %d sites, file %s).\n", run.nFactors, run.nSites, run.ecosystemFile.name);
-        PrintMatrixOf(f, run.nFactors, run.nSites, *run.initialE);
+        PrintMatrixOf(f, run.nFactors, run.nSites, *run.ecosystem);
         return;
     }
     std::fprintf(f, "\nFactor correlation matrix (%d factors x %d factors, file %s)\n", run.nFactors, run.nFactors, run.factorCorrelationFile.name);
@@ -113,21 +119,21 @@ void ReportEcosystemSource(File f, const Simulation& run)
 
 void ReportLinearModels(File f, const Simulation& run)
 {
-    std::fprintf(f, "\nDouble interactions between factors: %s\n", run.withInteractions ? "yes" : "no");
+    std::fprintf(f, "Double interactions between factors:\t%s\n", YesOrNo(run.withInteractions));
     std::fprintf(f, "\nParameters for linear models of community responses to ecosystem conditions (%d traits x %d ecosystem predictor variables, file %s):\n", run.nTraits, run.nPredictors, run.responseFile.name);
     PrintMatrixOf(f, run.nTraits, run.nPredictors, *run.responses);
+    std::fprintf(f, "\nParameters for linear models of community effects on ecosystem conditions (%d ecosystem variables x %d traits, file %s):\n", run.nFactors, run.nTraits, run.effectFile.name);
+    PrintMatrixOf(f, run.nFactors, run.nTraits, *run.effects);
     std::fprintf(f, "\nTraits with non-zero parameters for community responses to ecosystem conditions: \n");
     for (int t = 0; t < run.nTraits; t++)
         if (run.isResponding->values[t] == 1) std::fprintf(f, "%d\t", t + 1);
     std::fprintf(f, "\n");
-    std::fprintf(f, "\nParameters for linear models of community effects on ecosystem conditions (%d ecosystem variables x %d traits, file %s):\n", run.nFactors, run.nTraits, run.effectFile.name);
-    PrintMatrixOf(f, run.nFactors, run.nTraits, *run.effects);
 }
 
 void ReportLifespans(File f, const Simulation& run)
 {
     if (run.lifespansGenerated) {
-        std::fprintf(f, "\nSpecified minimum and maximum random lifespan values (years):\t%d\t%d\n", run.minLifespan, run.maxLifespan);
+        std::fprintf(f, "Specified minimum and maximum random lifespan values (years):\t%d\t%d\n", run.minLifespan, run.maxLifespan);
         return;
     }
     std::fprintf(f, "\nSpecified maximum lifespan values (years) for %d OTUs (file %s):\n", run.nOTUs, run.lifespanFile.name);
@@ -137,28 +143,24 @@ void ReportLifespans(File f, const Simulation& run)
 void ReportDuration(File f, const Simulation& run)
 {
     std::fprintf(f, "\nSpecified maximum average number of individuals per community:\t%d\n", run.maxAvg);
-    std::fprintf(f, "\nSpecified duration of the simulation (in years):\t%d\n", run.years);
-    std::fprintf(f, "\nSpecified number of iterations (cycles of colonization and extinction) per year:\t%d\n", run.perYear);
-    std::fprintf(f, "\nSpecified threshold (proportion) of maximum average number of individuals per community after which OTU richness is recorded and colonization/extinction events are recorded:\t%g\n", run.threshold);
+    std::fprintf(f, "Specified duration of the simulation (in years):\t%d\n", run.years);
+    std::fprintf(f, "Specified number of iterations (cycles of colonization and extinction) per year:\t%d\n", run.perYear);
+    std::fprintf(f, "Specified threshold (proportion) of maximum average number of individuals per community after which OTU richness is recorded and colonization/extinction events are recorded:\t%g\n", run.threshold);
 }
 
-/// The settings that all analyses share.
-void ReportAnalysisSettings(File f, const Simulation& run)
+void ReportTests(File f, const Simulation& run)
 {
-    std::fprintf(f, "\nOTU belonging to types:\t%s\n", fuzzyInfo[session.fuzzy]);
-    std::fprintf(f, "\nNumber of iterations for permutation tests:\t%d\n", session.niter);
-    if (session.optRndTests) {
-        std::fprintf(f, "\nNull model:\t%s\n", session.optTaxaSiteShuffle == 't' ? "taxa shuffle" : "site shuffle");
-        if (session.optRestrictPermutNullModel == 1) {
-            std::fprintf(f, "\nPermutations of OTUs restricted within nesting groups:\n");
-            PrintCounts(f, run.nOTUs, session.nestingMembershipOTUs);
-        }
+    std::fprintf(f, "Number of iterations for permutation tests:\t%d\n", session.niter);
+    if (!session.optRndTests) return;
+    const bool isTaxaShuffle = session.optTaxaSiteShuffle == 't';
+    std::fprintf(f, "Null model:\t%s\n", isTaxaShuffle ? "taxa shuffle" : "site shuffle");
+    if (!isTaxaShuffle) return;
+    if (session.optRestrictPermutNullModel != 1) {
+        std::fprintf(f, "Permutations of OTUs:\tunrestricted\n");
+        return;
     }
-    std::fprintf(f, "\nMeasuring congruence using:\t%s\n", measureNames[session.opt_ro - 1]);
-    if (session.opt_ro == mantel || session.opt_ro == varianceAnalysis)
-        std::fprintf(f, "\nResemblance function between communities:\t%s\n", rese_optInfo[session.rese_opt - 1]);
-    std::fprintf(f, "\nOTUs in the analysis (1: included):\n");
-    PrintCounts(f, run.nOTUs, session.weight_OTUs);
+    std::fprintf(f, "\nPermutations of OTUs restricted within nesting groups:\n");
+    PrintCounts(f, run.nOTUs, session.nestingMembershipOTUs);
 }
 
 void PrintPredictorNumbers(File f, const Simulation& run)
@@ -174,26 +176,63 @@ void PrintPredictorWeights(File f, const Simulation& run)
     for (int q = 0; q < run.nPredictors; q++) std::fprintf(f, "\t%d", run.selected->values[q]);
 }
 
-/// Traits and predictors with their weights in the analysis.
-void ReportSelection(File f, const Simulation& run)
+/// Traits with their weights in the analysis. As with the predictors, the line is left open.
+void ReportTraitWeights(File f, const Simulation& run)
 {
     std::fprintf(f, "\nTraits:       ");
     for (int t = 1; t <= run.nTraits; t++) std::fprintf(f, "\t%d", t);
     std::fprintf(f, "\nTrait weights:");
     for (int t = 0; t < run.nTraits; t++) std::fprintf(f, "\t%g", session.weight[t]);
+}
+
+void ReportPredictors(File f, const Simulation& run)
+{
     std::fprintf(f, "\nEcosystem variables (and their interactions if included): ");
     PrintPredictorNumbers(f, run);
 }
 
-void ReportEvaluation(File f, const Simulation& run)
+void ReportPredictorWeights(File f, const Simulation& run)
 {
-    ReportSelection(f, run);
+    ReportPredictors(f, run);
     std::fprintf(f, "\nEcosystem variable weights:                              ");
     PrintPredictorWeights(f, run);
+}
+
+void ReportOtuChoice(File f, const Simulation& run)
+{
+    std::fprintf(f, "\nOTUs in the analysis (1: included):\n");
+    PrintCounts(f, run.nOTUs, session.weight_OTUs);
+    std::fprintf(f, "Fuzzy-weighting and diversity measures restricted to within subset of selected OTUs:\t%s\n", YesOrNo(session.restrictRaoWithinOpt));
+    std::fprintf(f, "Original scale kept despite excluding OTUs:\t%s\n", YesOrNo(!session.keepAdditivity));
+}
+
+/// What the dialogue of all analyses asks.
+void ReportAnalysisSettings(File f, const Simulation& run)
+{
+    std::fprintf(f, "OTU belonging to types:\t%s\n", fuzzyInfo[session.fuzzy]);
+    ReportTests(f, run);
+    std::fprintf(f, "Measuring congruence using:\t%s\n", measureNames[session.opt_ro - 1]);
+    if (session.opt_ro == mantel || session.opt_ro == varianceAnalysis)
+        std::fprintf(f, "Resemblance function between communities:\t%s\n", rese_optInfo[session.rese_opt - 1]);
+    ReportTraitWeights(f, run);
     std::fprintf(f, "\n");
-    if (!run.evaluate) return;
-    std::fprintf(f, "\nSpecified number of simulated data sets:\t%d\n", run.nSets);
-    std::fprintf(f, "\nSpecified alpha threshold for Ho rejection:\t%g\n", run.alpha);
+    ReportOtuChoice(f, run);
+    std::fprintf(f, "Community data matrix W standardized to unit total in each community:\t%s\n", YesOrNo(session.optUnitTotalAdjust2));
+    std::fprintf(f, "Detailed results:\t%s\n", YesOrNo(session.printDetail == 1));
+}
+
+void ReportEvaluation(File f, const Simulation& run)
+{
+    ReportPredictorWeights(f, run);
+    std::fprintf(f, "\n");
+    if (session.niter > 0)
+        std::fprintf(f, "Evaluation of type I error or power:\t%s\n", YesOrNo(run.evaluate));
+    if (run.evaluate) {
+        std::fprintf(f, "Specified number of simulated data sets:\t%d\n", run.nSets);
+        std::fprintf(f, "Specified alpha threshold for Ho rejection:\t%g\n", run.alpha);
+    } else {
+        std::fprintf(f, "Intermediate simulation results saved:\t%s\n", YesOrNo(run.saveIntermediate));
+    }
 }
 
 void ReportSettings(File f, const Simulation& run)
@@ -452,10 +491,9 @@ void ReportVarianceAnalysis(File f, const Simulation& run, const SetAnalysis& a)
     std::fprintf(f, "\n\nANALYSIS OF VARIANCE\n");
     ReportStates(f, run, a);
     std::fprintf(f, "\nMANOVA using matrix T (community weighted means) as multivariate response:\n");
-    ForFactors(run, [&](const char* name, int e) { ReportPseudoF(f, name, a.fT[e], a.pT[e]); });
-    std::fprintf(f, "ANOVA for each selected individual trait the pseudo-F (between/within groups sum of squares) and corresponding p-values are shown below:\n");
     ForFactors(run, [&](const char* name, int e) {
-        std::fprintf(f, "Factor:\t%s\n", name);
+        ReportPseudoF(f, name, a.fT[e], a.pT[e]);
+        std::fprintf(f, "ANOVA for each selected individual trait the pseudo-F (between/within groups sum of squares) and corresponding p-values are shown below:\n");
         ForTraits(run, [&](const char* label, int t) {
             std::fprintf(f, "Trait:\t%s\tPseudo-F=\t%g\tp-value=\t%g\n", label, a.fTraits.table[e][t], a.pTraits.table[e][t]);
         });
@@ -517,25 +555,22 @@ void ReportRegressionRates(File f, const Simulation& run, const Rejections& rate
 
 void ReportVarianceRates(File f, const Simulation& run, const Rejections& rates)
 {
-    const auto factors = [&](const double* rate) {
-        ForFactors(run, [&](const char* name, int e) {
-            std::fprintf(f, "Factor:\t%s\tPseudo-F\tP=\t%g\n", name, rate[e]);
-        });
+    const auto report = [f](const char* factor, double rate) {
+        std::fprintf(f, "Factor:\t%s\tPseudo-F\tP=\t%g\n", factor, rate);
     };
     std::fprintf(f, "\nMANOVA using matrix T (community weighted means) as multivariate response:\n");
-    factors(rates.T);
-    std::fprintf(f, "ANOVA for each selected individual trait using pseudo-F (between/within groups sum of squares):\n");
     ForFactors(run, [&](const char* name, int e) {
-        std::fprintf(f, "Factor:\t%s\n", name);
+        report(name, rates.T[e]);
+        std::fprintf(f, "ANOVA for each selected individual trait using pseudo-F (between/within groups sum of squares):\n");
         ForTraits(run, [&](const char* label, int t) {
             std::fprintf(f, "Trait:\t%s\tPseudo-F\tP=\t%g\n", label, rates.traits.table[e][t]);
         });
         std::fprintf(f, "\n");
     });
     std::fprintf(f, "MANOVA using matrix X (fuzzy-weighted community composition using all selected traits) as multivariate response:\n");
-    factors(rates.X);
+    ForFactors(run, [&](const char* name, int e) { report(name, rates.X[e]); });
     std::fprintf(f, "\nANOVA using Rao funtional diversity (using all selected traits) as univariate response:\n");
-    factors(rates.Rf);
+    ForFactors(run, [&](const char* name, int e) { report(name, rates.Rf[e]); });
 }
 
 void ReportRunSummary(File f, const Simulation& run, double seconds)
@@ -545,7 +580,8 @@ void ReportRunSummary(File f, const Simulation& run, double seconds)
     std::fprintf(f, "Number of random permutations in each test:\t%d\n", session.niter);
     std::fprintf(f, "Alpha threshold for Ho rejection:\t%g\n", run.alpha);
     std::fprintf(f, "Elapsed time (seconds): %g\n", seconds);
-    ReportSelection(f, run);
+    ReportTraitWeights(f, run);
+    ReportPredictors(f, run);
     std::fprintf(f, "\nWeights:                                                  ");
     PrintPredictorWeights(f, run);
     std::fprintf(f, "\n\nPROBABILITIES OF Ho REJECTION (type I error or power depending on the specified model context) based on %d tests using %d permutations each:", run.nSets, session.niter);
@@ -619,9 +655,8 @@ void ReportAnalysis(const Simulation& run, const Metacommunity& m, const SetAnal
         std::fprintf(f, "Axis:\t%d\n", a + 1);
         ReportAxis(f, run, m, descriptors, T, analysis.Rf, ordination.communityScores.table[a]);
     }
-    ReportSelection(f, run);
-    std::fprintf(f, "\nEcosystem variable weights:                              ");
-    PrintPredictorWeights(f, run);
+    ReportTraitWeights(f, run);
+    ReportPredictorWeights(f, run);
     if (session.opt_ro == linearRegression)
         ReportRegressions(f, run, analysis);
     else if (session.opt_ro == varianceAnalysis)

@@ -5,6 +5,7 @@
 
 #include "functional/settings.hpp"
 #include "numeric/adjust.hpp"
+#include "numeric/matrix.hpp"
 #include "session/rawdata.hpp"
 #include "session/session.hpp"
 #include "shell/console.hpp"
@@ -306,7 +307,9 @@ void ReadEcosystem(Simulation& run)
 {
     run.initialE.emplace(run.nPredictors, run.nSites);
     if (run.ecosystemSource == 'e') {
-        run.ecosystemFile.Read(run.nFactors, run.nSites, *run.initialE);
+        run.ecosystem.emplace(run.nFactors, run.nSites);
+        run.ecosystemFile.Read(run.nFactors, run.nSites, *run.ecosystem);
+        CopyMatrix(run.nFactors, run.nSites, *run.ecosystem, *run.initialE);
         ZStandardizationRowsMV(run.nFactors, run.nSites, *run.initialE, *run.initialE);
         ComputeInteractions(run, *run.initialE);
     } else {

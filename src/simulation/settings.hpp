@@ -61,6 +61,7 @@ struct Simulation {
     std::optional<OwnedRows> otuCorrelation;    // N x N, source 'b'
     std::optional<OwnedRows> factorCorrelation; // F x F, source 'c'
     std::optional<OwnedRows> sites;             // 2 x S: X, then Y
+    std::optional<OwnedRows> ecosystem;         // F x S, source 'e', not standardised
     std::optional<OwnedRows> initialE;          // Q x S, factors standardised
     std::optional<OwnedRows> responses;         // K x Q: of community traits to the ecosystem
     std::optional<OwnedRows> effects;           // F x K: of community traits on the ecosystem

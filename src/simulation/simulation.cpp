@@ -72,8 +72,7 @@ void RunSets(Simulation& run)
         ReportAnalysis(run, m, analysis);
     }
     const double seconds = difftime_Clock(started);
-    ClearLine();
-    SayStepFiles(run);
+    SayStepFiles(run); // its first line ends the progress line
     if (!run.evaluate) return;
     DivideRejections(run, rejections);
     ReportRates(run, rejections, seconds);
