@@ -11,23 +11,9 @@
 #include "numeric/statistics.hpp"
 #include "shell/arrays.hpp"
 
-PartialSimilarity::PartialSimilarity(int traits, int OTUs, EmptyLayers)
-    : nTraits(traits), nOTUs(OTUs), layer(static_cast<float**>(dim1D(sizeof(float*), traits)))
-{
-}
-
-// The tagged constructor has made a whole object by the time a layer fails, so the destructor
-// gives back what there is.
 PartialSimilarity::PartialSimilarity(int traits, int OTUs)
-    : PartialSimilarity(traits, OTUs, EmptyLayers())
+    : nTraits(traits), nOTUs(OTUs), layer(traits, static_cast<long>(OTUs) * (OTUs + 1L) / 2)
 {
-    const long nPairs = static_cast<long>(OTUs) * (OTUs + 1L) / 2;
-    for (int trait = 0; trait < traits; trait++) layer[trait] = dim1Dfloat(nPairs);
-}
-
-PartialSimilarity::~PartialSimilarity()
-{
-    free2D(layer, nTraits);
 }
 
 void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilarity& out, int* types,

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 
+#include "shell/arrays.hpp"
+
 /// Where the pair i <= j stands in the packed upper triangle, diagonal included, of n objects: row
 /// i follows row i - 1.
 inline std::size_t PairIndex(int n, int i, int j)
@@ -18,18 +20,11 @@ inline std::size_t PairIndex(int n, int i, int j)
 /// anyway, and 2,000 OTUs by 30 traits take 240 MB.
 struct PartialSimilarity {
     PartialSimilarity(int traits, int OTUs);
-    ~PartialSimilarity();
-    PartialSimilarity(const PartialSimilarity&) = delete;
-    PartialSimilarity& operator=(const PartialSimilarity&) = delete;
 
     const int nTraits;
     const int nOTUs;
-    float** const layer; ///< nTraits packed upper triangles (PairIndex); -999 where a trait says
-                         ///< nothing, otherwise similarity times the weight of the trait
-
-private:
-    struct EmptyLayers {}; // tag of the constructor that makes no layer yet
-    PartialSimilarity(int traits, int OTUs, EmptyLayers);
+    const OwnedTable<float> layer; ///< nTraits packed upper triangles (PairIndex); -999 where a
+                                   ///< trait says nothing, otherwise similarity times its weight
 };
 
 /// Fills the layers, one trait at a time.

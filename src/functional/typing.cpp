@@ -13,19 +13,14 @@ namespace {
 class FusionRecords
 {
 public:
-    explicit FusionRecords(int n)
-        : nRows(n - 1), members(dim2Dint(n - 1, n)), records(static_cast<std::size_t>(n))
+    explicit FusionRecords(int n) : members(n - 1, n), records(static_cast<std::size_t>(n))
     {
-        for (int i = 0; i < nRows; i++) records[static_cast<std::size_t>(i)].members = members[i];
+        for (int i = 0; i < n - 1; i++) records[static_cast<std::size_t>(i)].members = members[i];
     }
-    ~FusionRecords() { free2D(members, nRows); }
-    FusionRecords(const FusionRecords&) = delete;
-    FusionRecords& operator=(const FusionRecords&) = delete;
     operator clusterReport*() { return records.data(); }
 
 private:
-    const int nRows;
-    int** const members;
+    const OwnedTable<int> members;
     std::vector<clusterReport> records;
 };
 

@@ -14,16 +14,6 @@ gsl_rng* r = nullptr;
 
 namespace {
 
-/// A vector of flags, all false, that frees itself.
-struct OwnedFlags {
-    explicit OwnedFlags(long n) : flags(static_cast<bool*>(dim1D(sizeof(bool), n))) {}
-    ~OwnedFlags() { free1D(flags); }
-    OwnedFlags(const OwnedFlags&) = delete;
-    OwnedFlags& operator=(const OwnedFlags&) = delete;
-    operator bool*() const { return flags; }
-    bool* const flags;
-};
-
 void Shuffle(int n, int* list)
 {
     for (int i = 0; i + 1 < n; i++) {
@@ -61,7 +51,7 @@ struct Groups {
 
 void ShuffleWithinGroups(const Groups& groups, int* list)
 {
-    OwnedFlags isMember(groups.n);
+    Owned<bool> isMember(groups.n);
     for (int g = 0; g < groups.nGroups; g++) {
         for (int i = 0; i < groups.n; i++) isMember[i] = groups.label[i] == groups.distinct[g];
         RndListSelect(groups.n, list, isMember);

@@ -1,7 +1,6 @@
 #include "numeric/regression.hpp"
 
 #include <algorithm>
-#include <memory>
 
 #include "numeric/adjust.hpp"
 #include "numeric/matrix.hpp"
@@ -201,21 +200,16 @@ void Fit(int n, int pY, int pX, Cell** Y, Cell** X, double** B, double* b0, doub
 class FloatColumn
 {
 public:
-    explicit FloatColumn(int n) : cells(dim1Dfloat(n)), rows(NewRows(n))
+    explicit FloatColumn(int n) : cells(n), rows(n)
     {
-        for (int i = 0; i < n; i++) rows.get()[i] = cells.get() + i;
+        for (int i = 0; i < n; i++) rows[i] = cells + i;
     }
-    operator float**() const { return rows.get(); }
-    float& operator[](int i) { return cells.get()[i]; }
+    operator float**() const { return rows; }
+    float& operator[](int i) { return cells[i]; }
 
 private:
-    struct Release {
-        void operator()(float* vector) const { free1D(vector); }
-        void operator()(float** table) const { free1D(table); }
-    };
-    static float** NewRows(int n) { return static_cast<float**>(dim1D(sizeof(float*), n)); }
-    std::unique_ptr<float, Release> cells;
-    std::unique_ptr<float*, Release> rows;
+    const Owned<float> cells;
+    const Owned<float*> rows; // borrowed: into cells
 };
 
 /// Rows of D: the selected columns of X, ascending; returns how many.

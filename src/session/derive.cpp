@@ -33,16 +33,6 @@ struct Choice {
     int communityOption = keepAll;
 };
 
-/// Rows of typed labels.
-struct Labels {
-    explicit Labels(int count) : n(count), rows(dim2Dchar(count, labelSize)) {}
-    ~Labels() { free2D(rows, n); }
-    Labels(const Labels&) = delete;
-    Labels& operator=(const Labels&) = delete;
-    const int n;
-    char** const rows;
-};
-
 // --- Small questions
 
 int AskOption(const char* accepted) { return ToInt(ReadNumberIn("%d\n", accepted)); }
@@ -97,12 +87,12 @@ bool Identify(int nNames, char** names, int n, char** labels, int* positions)
 List AskByLabels(const char* heading, const char* what, int count, int n, char** labels,
                  const char* complaint)
 {
-    const Labels typed(count);
+    const OwnedTable<char> typed(count, labelSize);
     List chosen(static_cast<std::size_t>(count));
     for (;;) {
         std::fprintf(console.out, "%s", heading);
-        ReadLongInput(count, labelSize - 1, typed.rows, what);
-        if (Identify(count, typed.rows, n, labels, chosen.data())) return chosen;
+        ReadLongInput(count, labelSize - 1, typed, what);
+        if (Identify(count, typed, n, labels, chosen.data())) return chosen;
         Complain("%s", complaint);
     }
 }
@@ -507,11 +497,11 @@ void PrintObjects(int n, bool areCommunities, const char* word)
 
 void AskMemberships(int n, int groups, int* group, char** labels, const char* word)
 {
-    const Labels names(n);
+    const OwnedTable<char> names(n, labelSize);
     for (;;) {
         PrintObjects(n, std::strcmp(word, "communities") == 0, word);
-        ReadLongInput(n, groupLabelSize - 1, names.rows, "Groups");
-        if (Identify(n, names.rows, groups, labels, group)) break;
+        ReadLongInput(n, groupLabelSize - 1, names, "Groups");
+        if (Identify(n, names, groups, labels, group)) break;
         Complain("\nError!! Enter again. \n");
     }
     for (int i = 0; i < n; i++) group[i]++; // groups are numbered from 1

@@ -199,14 +199,6 @@ void ReadHead(DataFile& file)
     file.CheckRoom(s.tcst, s.ncsm);
 }
 
-struct OwnedWord {
-    explicit OwnedWord(long size) : text(dim1Dchar(size)) {}
-    ~OwnedWord() { free1D(text); }
-    OwnedWord(const OwnedWord&) = delete;
-    OwnedWord& operator=(const OwnedWord&) = delete;
-    char* const text;
-};
-
 /// Reads B and W in either layout. Returns whether trait groups follow at the end of the file.
 bool ReadMatrices(DataFile& file)
 {
@@ -217,11 +209,11 @@ bool ReadMatrices(DataFile& file)
     s.cadat = dim2Double(s.tcst, s.ncsm);
     s.csm_Float = dim2Double(s.tcst, s.nch);
 
-    const OwnedWord word(OldWordSize());
-    file.ReadWord(word.text, OldWordSize());
-    const bool withTraitGroups = std::strcmp(word.text, versionWithTraitGroups) == 0;
-    if (!withTraitGroups && std::strcmp(word.text, versionMatrices) != 0) {
-        ReadOldMatrices(file, word.text, OldWordSize(), s.tcst, s.csm_Float, s.cadat);
+    const Owned<char> word(OldWordSize());
+    file.ReadWord(word, OldWordSize());
+    const bool withTraitGroups = std::strcmp(word, versionWithTraitGroups) == 0;
+    if (!withTraitGroups && std::strcmp(word, versionMatrices) != 0) {
+        ReadOldMatrices(file, word, OldWordSize(), s.tcst, s.csm_Float, s.cadat);
         return false;
     }
     file.ReadMatrix(s.tcst, s.nch, s.csm_Float);

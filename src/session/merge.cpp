@@ -21,43 +21,6 @@ namespace {
 constexpr int nReservedNumbers = 7;
 constexpr int wordSize = 64;
 
-/// A table that is made for the merged data set and changes places with the one in the session.
-template <typename T>
-class Table
-{
-public:
-    Table() = default;
-    ~Table() { free2D(rows, nRows); }
-    Table(const Table&) = delete;
-    Table& operator=(const Table&) = delete;
-    operator T**() const { return rows; }
-
-    void Own(T** made, int n)
-    {
-        rows = made;
-        nRows = n;
-    }
-    /// `allocated` rows of the other table are then to be released here.
-    void SwapWith(T**& other, int allocated)
-    {
-        std::swap(rows, other);
-        nRows = allocated;
-    }
-
-private:
-    T** rows = nullptr;
-    int nRows = 0;
-};
-
-/// A vector that does the same.
-struct Ints {
-    Ints() = default;
-    ~Ints() { free1D(values); }
-    Ints(const Ints&) = delete;
-    Ints& operator=(const Ints&) = delete;
-    int* values = nullptr;
-};
-
 /// The second file while it is read, and the arrays of both data sets together: the first session
 /// stands at the top left of each. Nothing of `session` changes before all of it was read.
 struct Merge {
@@ -67,11 +30,11 @@ struct Merge {
     int nCommunities = 0; // of the second file, and so on
     int nOTUs = 0;
     int nSpecies = 0;
-    Table<char> reLabel;
-    Ints ncst;
-    Table<double> B, W, E;
-    Table<double> F, phylogenyData;
-    Table<char> spp, sppRelMap, cstSppMap;
+    OwnedTable<char> reLabel;
+    OwnedInts ncst;
+    OwnedRows B, W, E;
+    OwnedRows F, phylogenyData;
+    OwnedTable<char> spp, sppRelMap, cstSppMap;
 };
 
 bool Refuse(const char* reason)
@@ -152,7 +115,7 @@ bool ReadCommunityLabels(Merge& merge)
     const Session& s = session;
     const int n2 = merge.nCommunities = merge.file.ReadCount();
     const int n = s.ncsm + n2;
-    merge.reLabel.Own(dim2Dchar(n, labelSize), n);
+    merge.reLabel = OwnedTable<char>(n, labelSize);
     CopyCorner(s.ncsm, labelSize, s.reLabel, static_cast<char**>(merge.reLabel));
     merge.file.ReadWords(n2, merge.reLabel + s.ncsm, labelSize);
     for (int j = s.ncsm; j < n; j++)
@@ -172,7 +135,7 @@ bool ReadCounts(Merge& merge)
     const Session& s = session;
     merge.nOTUs = merge.file.ReadCount();
     merge.file.CheckRoom(merge.nOTUs, s.nch);
-    merge.ncst.values = dim1Dint(s.ncsm + merge.nCommunities);
+    merge.ncst = OwnedInts(s.ncsm + merge.nCommunities);
     std::copy_n(s.ncst, s.ncsm, merge.ncst.values);
     merge.file.ReadInts(merge.nCommunities, merge.ncst.values + s.ncsm);
     if (!SameDoubles(merge.file, nReservedNumbers, s.ca_code))
@@ -192,8 +155,8 @@ bool ReadMatrices(Merge& merge)
 {
     const Session& s = session;
     const int nOTUs = s.tcst + merge.nOTUs;
-    merge.B.Own(dim2Double(nOTUs, s.nch), nOTUs);
-    merge.W.Own(dim2Double(nOTUs, s.ncsm + merge.nCommunities), nOTUs);
+    merge.B = OwnedRows(nOTUs, s.nch);
+    merge.W = OwnedRows(nOTUs, s.ncsm + merge.nCommunities);
     CopyCorner(s.tcst, s.nch, s.csm_Float, static_cast<double**>(merge.B));
     CopyCorner(s.tcst, s.ncsm, s.cadat, static_cast<double**>(merge.W));
 
@@ -242,7 +205,7 @@ bool ReadEnvironment(Merge& merge)
     Append(s.envName, sizeof s.envName, line);
 
     const int n = s.ncsm + merge.nCommunities;
-    merge.E.Own(dim2Double(n, s.nenv), n);
+    merge.E = OwnedRows(n, s.nenv);
     CopyCorner(s.ncsm, s.nenv, s.env, static_cast<double**>(merge.E));
     for (int k = 0; k < s.nenv; k++)
         for (int i = s.ncsm; i < n; i++) merge.E[i][k] = merge.file.ReadDouble();
@@ -250,9 +213,10 @@ bool ReadEnvironment(Merge& merge)
 }
 
 /// A table of marks, all '0' but for the first session's in the top left corner.
-void MakeMarks(Table<char>& marks, int rows, int columns, int rowsNow, int columnsNow, char** now)
+void MakeMarks(OwnedTable<char>& marks, int rows, int columns, int rowsNow, int columnsNow,
+               char** now)
 {
-    marks.Own(dim2Dchar(rows, columns), rows);
+    marks = OwnedTable<char>(rows, columns);
     for (int i = 0; i < rows; i++) std::fill_n(marks[i], columns, '0');
     CopyCorner(rowsNow, columnsNow, now, static_cast<char**>(marks));
 }
@@ -277,7 +241,7 @@ bool ReadSpecies(Merge& merge)
     const int nSpecies = s.nSpp + merge.nSpecies;
     const int nCommunities = s.ncsm + merge.nCommunities;
     const int nOTUs = s.tcst + merge.nOTUs;
-    merge.spp.Own(dim2Dchar(nSpecies, speciesNameSize), nSpecies);
+    merge.spp = OwnedTable<char>(nSpecies, speciesNameSize);
     CopyCorner(s.nSpp, speciesNameSize, s.spp, static_cast<char**>(merge.spp));
     MakeMarks(merge.sppRelMap, nSpecies, nCommunities, s.nSpp, s.ncsm, s.sppRelMap);
     MakeMarks(merge.cstSppMap, nOTUs, nSpecies, s.tcst, s.nSpp, s.cstSppMap);
@@ -307,11 +271,11 @@ void MakePhylogeny(Merge& merge)
     const Session& s = session;
     const int nOTUs = s.tcst + merge.nOTUs;
     if (s.phylogenyRese != nullptr) {
-        merge.F.Own(dim2Double(nOTUs, nOTUs), nOTUs);
+        merge.F = OwnedRows(nOTUs, nOTUs);
         CopyCorner(s.tcst, s.tcst, s.phylogenyRese, static_cast<double**>(merge.F));
     }
     if (s.phylogenyData != nullptr) {
-        merge.phylogenyData.Own(dim2Double(nOTUs, s.nClados), nOTUs);
+        merge.phylogenyData = OwnedRows(nOTUs, s.nClados);
         CopyCorner(s.tcst, s.nClados, s.phylogenyData, static_cast<double**>(merge.phylogenyData));
     }
 }

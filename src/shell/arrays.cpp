@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 #include "shell/failure.hpp"
 
@@ -37,10 +38,7 @@ std::size_t MachineMemory()
     Fail(outOfMemory);
 }
 
-std::size_t AtLeastOne(long count)
-{
-    return count < 1 ? 1 : static_cast<std::size_t>(count);
-}
+std::size_t AtLeastOne(long count) { return count < 1 ? 1 : static_cast<std::size_t>(count); }
 
 bool FitsMachine(std::size_t count, std::size_t size)
 {
@@ -58,32 +56,21 @@ void* AlignedRow(std::size_t size, long columns)
     return row;
 }
 
-/// One table of rows; `aligned` puts each row on a 64-byte boundary.
+/// Tables of double have each row on a 64-byte boundary.
 template <typename T>
-T** Table(long rows, long columns, bool aligned)
+T* NewRow(long columns)
 {
-    const std::size_t rowBytes = AtLeastOne(columns) * sizeof(T) + blockOverhead;
-    if (!FitsMachine(AtLeastOne(columns), sizeof(T)) || !FitsMachine(AtLeastOne(rows), rowBytes))
-        NoRoom();
-    T** table = static_cast<T**>(dim1D(sizeof(T*), rows));
-    for (long i = 0; i < rows; i++) {
-        table[i] = static_cast<T*>(aligned ? AlignedRow(sizeof(T), columns)
-                                           : dim1D_Clear(AtLeastOne(columns), sizeof(T)));
-        if (table[i] == nullptr) {
-            free2D(table, i);
-            NoRoom();
-        }
-    }
-    return table;
+    return static_cast<T*>(std::is_same_v<T, double> ? AlignedRow(sizeof(T), columns)
+                                                     : dim1D_Clear(AtLeastOne(columns), sizeof(T)));
 }
 
 template <typename T>
-T*** Tables(long d1, long d2, long d3, bool aligned)
+T*** Tables(long d1, long d2, long d3)
 {
     T*** tables = static_cast<T***>(dim1D(sizeof(T**), d1));
     for (long i = 0; i < d1; i++) {
         try {
-            tables[i] = Table<T>(d2, d3, aligned);
+            tables[i] = dim2D<T>(d2, d3);
         } catch (const Failure&) { // give back what exists, then go on failing
             free3D(tables, i, d2);
             throw;
@@ -112,13 +99,34 @@ int* dim1Dint(long count) { return static_cast<int*>(dim1D(sizeof(int), count));
 float* dim1Dfloat(long count) { return static_cast<float*>(dim1D(sizeof(float), count)); }
 double* dim1Double(long count) { return static_cast<double*>(dim1D(sizeof(double), count)); }
 
-char** dim2Dchar(long rows, long columns) { return Table<char>(rows, columns, false); }
-int** dim2Dint(long rows, long columns) { return Table<int>(rows, columns, false); }
-double** dim2Double(long rows, long columns) { return Table<double>(rows, columns, true); }
+template <typename T>
+T** dim2D(long rows, long columns)
+{
+    const std::size_t rowBytes = AtLeastOne(columns) * sizeof(T) + blockOverhead;
+    if (!FitsMachine(AtLeastOne(columns), sizeof(T)) || !FitsMachine(AtLeastOne(rows), rowBytes))
+        NoRoom();
+    T** table = static_cast<T**>(dim1D(sizeof(T*), rows));
+    for (long i = 0; i < rows; i++) {
+        table[i] = NewRow<T>(columns);
+        if (table[i] == nullptr) {
+            free2D(table, i);
+            NoRoom();
+        }
+    }
+    return table;
+}
+template char** dim2D<char>(long rows, long columns);
+template int** dim2D<int>(long rows, long columns);
+template float** dim2D<float>(long rows, long columns);
+template double** dim2D<double>(long rows, long columns);
 
-char*** dim3Dchar(long d1, long d2, long d3) { return Tables<char>(d1, d2, d3, false); }
-int*** dim3Dint(long d1, long d2, long d3) { return Tables<int>(d1, d2, d3, false); }
-double*** dim3Double(long d1, long d2, long d3) { return Tables<double>(d1, d2, d3, true); }
+char** dim2Dchar(long rows, long columns) { return dim2D<char>(rows, columns); }
+int** dim2Dint(long rows, long columns) { return dim2D<int>(rows, columns); }
+double** dim2Double(long rows, long columns) { return dim2D<double>(rows, columns); }
+
+char*** dim3Dchar(long d1, long d2, long d3) { return Tables<char>(d1, d2, d3); }
+int*** dim3Dint(long d1, long d2, long d3) { return Tables<int>(d1, d2, d3); }
+double*** dim3Double(long d1, long d2, long d3) { return Tables<double>(d1, d2, d3); }
 
 void free1D(void* vector)
 {

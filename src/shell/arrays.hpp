@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 
 /// `count` elements of `size` bytes, all bytes zero; null if there is no room. No message.
 void* dim1D_Clear(std::size_t count, std::size_t size);
@@ -19,7 +20,9 @@ double* dim1Double(long count);
 /// zero. rows < 1 gives a table without rows. Rows of double start on a 64-byte boundary. Nothing
 /// may assume that rows lie behind one another. A table larger than the machine's memory is
 /// refused at once (BEL, code 1) and not filled row by row until the machine stalls; when a row
-/// fails, the rows already made are given back.
+/// fails, the rows already made are given back. T is char, int, float or double.
+template <typename T>
+T** dim2D(long rows, long columns);
 char** dim2Dchar(long rows, long columns);
 int** dim2Dint(long rows, long columns);
 double** dim2Double(long rows, long columns);
@@ -50,36 +53,49 @@ void free3D(T*** tables, long d1, long d2)
     free1D(tables);
 }
 
-/// A dim2Double table that frees itself with the row count it was made with.
-struct OwnedRows {
-    OwnedRows(long rows, long columns) : nRows(rows), table(dim2Double(rows, columns)) {}
-    ~OwnedRows() { free2D(table, nRows); }
-    OwnedRows(const OwnedRows&) = delete;
-    OwnedRows& operator=(const OwnedRows&) = delete;
-    operator double**() const { return table; } // numeric routines take plain rows
-    const long nRows;
-    double** const table;
+/// A zero-filled vector that frees itself; one made without a length holds nothing.
+template <typename T>
+struct Owned {
+    Owned() = default;
+    explicit Owned(long n) : values(static_cast<T*>(dim1D(sizeof(T), n))) {}
+    ~Owned() { free1D(values); }
+    Owned(Owned&& other) noexcept { std::swap(values, other.values); }
+    Owned& operator=(Owned&& other) noexcept
+    {
+        std::swap(values, other.values);
+        return *this;
+    }
+    operator T*() const { return values; } // numeric routines take plain vectors
+    T* values = nullptr;
 };
+using OwnedVector = Owned<double>;
+using OwnedInts = Owned<int>;
 
-/// A zero-filled vector of double that frees itself.
-struct OwnedVector {
-    explicit OwnedVector(long n) : values(dim1Double(n)) {}
-    ~OwnedVector() { free1D(values); }
-    OwnedVector(const OwnedVector&) = delete;
-    OwnedVector& operator=(const OwnedVector&) = delete;
-    operator double*() const { return values; }
-    double* const values;
+/// A dim2D table that frees itself with the row count it was made with; one made without a size
+/// holds nothing.
+template <typename T>
+struct OwnedTable {
+    OwnedTable() = default;
+    OwnedTable(long rows, long columns) : nRows(rows), table(dim2D<T>(rows, columns)) {}
+    ~OwnedTable() { free2D(table, nRows); }
+    OwnedTable(OwnedTable&& other) noexcept { *this = std::move(other); }
+    OwnedTable& operator=(OwnedTable&& other) noexcept
+    {
+        std::swap(nRows, other.nRows);
+        std::swap(table, other.table);
+        return *this;
+    }
+    /// Changes places with a plain table, which was made with `rows` rows.
+    void SwapWith(T**& plain, long rows)
+    {
+        std::swap(table, plain);
+        nRows = rows;
+    }
+    operator T**() const { return table; } // numeric routines take plain rows
+    long nRows = 0;
+    T** table = nullptr;
 };
-
-/// A zero-filled vector of int that frees itself.
-struct OwnedInts {
-    explicit OwnedInts(long n) : values(dim1Dint(n)) {}
-    ~OwnedInts() { free1D(values); }
-    OwnedInts(const OwnedInts&) = delete;
-    OwnedInts& operator=(const OwnedInts&) = delete;
-    operator int*() const { return values; }
-    int* const values;
-};
+using OwnedRows = OwnedTable<double>;
 
 /// Makes the k-th allocation from now on fail (1 is the next one; 0 switches it off). For tests of
 /// running out of memory only.

@@ -35,16 +35,6 @@ struct Dialogue {
     OutputFile screenFile, macroFile;
 };
 
-/// A table of short texts that frees itself.
-struct Labels {
-    explicit Labels(int count) : n(count), table(dim2Dchar(count, 11)) {}
-    ~Labels() { free2D(table, n); }
-    Labels(const Labels&) = delete;
-    Labels& operator=(const Labels&) = delete;
-    int n;
-    char** table;
-};
-
 } // namespace
 
 TEST_CASE("accepted answers are copied to a macro") {
@@ -92,10 +82,10 @@ TEST_CASE("a row of labels from a file: too few words repeat the last, long ones
     std::ofstream("labels.txt") << "alpha muchlongerlabel b3";
     Dialogue dialogue("", "x f nofile.txt\nf labels.txt\ny");
     Captured errors(stderr), screen(stdout);
-    Labels labels(4);
-    CHECK(ReadLongInput(4, 10, labels.table, "labels of traits") == 1);
-    CHECK(std::string(labels.table[1]) == "muchlonger");
-    CHECK(std::string(labels.table[3]) == "b3");
+    const OwnedTable<char> labels(4, 11);
+    CHECK(ReadLongInput(4, 10, labels, "labels of traits") == 1);
+    CHECK(std::string(labels[1]) == "muchlonger");
+    CHECK(std::string(labels[3]) == "b3");
     CHECK(dialogue.Screen() ==
           "Read input from file (f) or from the keyboard (k)? f/k \n"
           "Enter name of file containing the labels: \n"
@@ -112,10 +102,10 @@ TEST_CASE("an empty file of labels gives its own name to all of them") {
     std::ofstream("empty") << "\n";
     Dialogue dialogue("", "f empty y");
     Captured screen(stdout);
-    Labels labels(2);
-    ReadLongInput(2, 4, labels.table, "labels");
-    CHECK(std::string(labels.table[0]) == "empt");
-    CHECK(std::string(labels.table[1]) == "empt");
+    const OwnedTable<char> labels(2, 11);
+    ReadLongInput(2, 4, labels, "labels");
+    CHECK(std::string(labels[0]) == "empt");
+    CHECK(std::string(labels[1]) == "empt");
 }
 
 TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
@@ -151,8 +141,8 @@ TEST_CASE("a file of numbers with -1 is shown and not accepted") {
 TEST_CASE("while a macro is replayed a row is neither offered from a file nor confirmed") {
     Dialogue dialogue("a b");
     console.runMacro = true;
-    Labels labels(2);
-    CHECK(ReadLongInput(2, 4, labels.table, "labels") == 1);
+    const OwnedTable<char> labels(2, 11);
+    CHECK(ReadLongInput(2, 4, labels, "labels") == 1);
     CHECK(dialogue.Screen() == "Enter labels:\t");
     CHECK(dialogue.Macro() == "a\tb\t\n");
 }
