@@ -226,8 +226,6 @@ RankingNeeds ForNiche()
 }
 
 const int byOdds = 2, byAbundance = 1; // modes of the smoothing
-const char* const phylogenyTitle =
-    "\n\nTrait subsets with maximum matrix correlation:\nTRC\toptimal subset of traits\n";
 
 // clang-format off
 const Criterion criteria[] = {
@@ -237,12 +235,9 @@ const Criterion criteria[] = {
       "\n\nTrait subsets with maximum partial congruence in a symmetric Procrustes rotation r(XE.T):\nTRC\toptimal subset of traits\n",
       "\n\nTrait subsets with maximum partial congruence in RV r(XE.T):\nTRC\toptimal subset of traits\n"}},
     {10, Family::convergence, "ChRank_TCAP.txt", lowest, signedValue, false, ForAverages(), Convergence, {}},
-    {11, Family::phylogeny, "ChRank_PSAP_X.txt", lowest, signedValue, false, ForPhylogeny(), PhylogenyAndX,
-     {phylogenyTitle, phylogenyTitle, phylogenyTitle}},
-    {12, Family::phylogeny, "ChRank_PSAP_X_T.txt", 0.0, magnitude, true, ForPhylogeny(), PhylogenyAndXWithoutT,
-     {phylogenyTitle, phylogenyTitle, phylogenyTitle}},
-    {13, Family::phylogeny, "ChRank_PSAP_T.txt", lowest, signedValue, false, ForPhylogeny(), PhylogenyAndT,
-     {phylogenyTitle, phylogenyTitle, phylogenyTitle}},
+    {11, Family::phylogeny, "ChRank_PSAP_X.txt", lowest, signedValue, false, ForPhylogeny(), PhylogenyAndX, {}},
+    {12, Family::phylogeny, "ChRank_PSAP_X_T.txt", 0.0, magnitude, true, ForPhylogeny(), PhylogenyAndXWithoutT, {}},
+    {13, Family::phylogeny, "ChRank_PSAP_T.txt", lowest, signedValue, false, ForPhylogeny(), PhylogenyAndT, {}},
     {14, Family::niche, "ChRank_BetaNicheConserv.txt", lowest, signedByMagnitude, false, ForNiche(), BetaNiche, {}},
     {15, Family::niche, "ChRank_AlphaBetaNicheConserv.txt", lowest, signedByMagnitude, false, ForNiche(), AlphaBetaNiche, {}},
     {16, Family::alphaBeta, "ChRank_AlphaDivergence.txt", lowest, signedByMagnitude, false, ForEnvironment(), AlphaDivergence,

@@ -31,7 +31,7 @@ struct Criterion {
     bool noneAtZero;    // a best value of 0 stands for "no subset"
     RankingNeeds needs;
     double (*value)(RankingMatrices&, SubsetStatistics&);
-    const char* titles[3]; // over the table of the best subsets, by opt_ro - 1
+    const char* titles[3]; // over the table of the best subsets, by opt_ro - 1; null: the family's
 };
 
 /// The criterion of this number; null if there is none.

@@ -283,7 +283,8 @@ void IntermediateFile::PrintResiduals(RankingMatrices& m)
                      "\nResemblance matrix between communities based on traits (residuals after removing the effect of DT):\n");
         break;
     }
-    TakeOutT(file, m, m.DX());
+    // Deliberate: a criterion that does not compare X shows residuals of a DX that is 0.
+    TakeOutT(file, m, ComparesX() ? m.DX() : m.LastDX());
 }
 
 void IntermediateFile::PrintValueAndResiduals(RankingMatrices& m, const SubsetStatistics& r,

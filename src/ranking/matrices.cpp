@@ -357,6 +357,11 @@ Structure& RankingMatrices::DX()
     return dx;
 }
 
+Structure& RankingMatrices::LastDX()
+{
+    return dx;
+}
+
 double** RankingMatrices::Rao()
 {
     if (made.Rao) return rao;

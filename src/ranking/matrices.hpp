@@ -53,6 +53,7 @@ public:
     double** Q();            // s x g belonging to types
     double** X();            // n x s; columns from g on are 0
     Structure& DX();
+    Structure& LastDX();     // as it was left, 0 if no subset ever had it made
     double** Rao();          // n x 1 entropy of each community
     Structure& DR();
     double** Dark();         // n x 1 distance of W and X in each community

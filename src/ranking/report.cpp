@@ -294,6 +294,8 @@ void PrintTitle(std::FILE* report, const Criterion& criterion)
     if (criterion.family == Family::both || criterion.family == Family::convergence)
         std::fprintf(report, "\n\nTrait subsets with maximum rank:\n%-*s\tSubset of traits\n",
                      ValueWidth(), "TRC");
+    else if (criterion.family == Family::phylogeny)
+        std::fprintf(report, "\n\nTrait subsets with maximum matrix correlation:\nTRC\toptimal subset of traits\n");
     else if (session.opt_ro <= rvCoefficient)
         std::fprintf(report, "%s", criterion.titles[session.opt_ro - 1]);
 }

@@ -45,11 +45,6 @@ void Release(T***& tables, int rows)
 
 } // namespace
 
-void SessionFileName(char* name, const char* suffix)
-{
-    std::snprintf(name, sizeof session.whichFormda, "%s%s", console.sessionName, suffix);
-}
-
 void AllocateSettings()
 {
     Session& s = session;

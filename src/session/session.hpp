@@ -5,6 +5,11 @@
 // is a character. -999 is a missing cell.
 #pragma once
 
+#include <cstddef>
+#include <cstdio>
+
+#include "shell/console.hpp"
+
 /// The session as OpenFormda and ReadTrack load it; rebuilt from disk after each analysis, since
 /// analyses overwrite it in place.
 struct Session {
@@ -139,7 +144,7 @@ struct Session {
     // File names; "NULL" while not in use
     char whichFormda[80] = "NULL", whichTrack[80] = "NULL", whichPrinda[80] = "NULL",
          whichEnvPrinda[80] = "NULL", whichHier[80] = "NULL", whichRndData[80] = "NULL",
-         whichStructures[80] = "NULL", whichChorder[80] = "NULL", whichEnvRese[80] = "NULL",
+         whichStructures[80] = "NULL", whichChorder[96] = "NULL", whichEnvRese[80] = "NULL",
          whichEnvScores[80] = "NULL", whichEnvRank[80] = "NULL", whichCstRese[80] = "NULL",
          whichNRese[80] = "NULL", whichPRese[80] = "NULL", whichRo[80] = "NULL",
          whichProbRo[80] = "NULL", whichScores[80] = "NULL", whichProbN[80] = "NULL",
@@ -165,8 +170,13 @@ extern const char* const hierExt;
 extern const char* const rndDataExt;
 extern const char* const structExt;
 
-/// Writes sessionName + suffix into a file-name variable (80 characters).
-void SessionFileName(char* name, const char* suffix);
+/// Writes sessionName + suffix into a file-name variable; the longest name and the longest suffix
+/// have to fit into it.
+template <std::size_t size>
+void SessionFileName(char (&name)[size], const char* suffix)
+{
+    std::snprintf(name, size, "%s%s", console.sessionName, suffix);
+}
 
 /// Allocates, zero-filled, what depends on nch, ncsm and tcst alone: nchor, weight, rcst, nGrPoly,
 /// weight_OTUs, the partition tables, relSelect, partition_OTUs, cstTrack; points the current

@@ -134,6 +134,39 @@ TEST_CASE("every criterion under every measure, resemblance and kind of data")
                 }
 }
 
+TEST_CASE("measures that rank nothing show the title of the phylogeny criteria only")
+{
+    SessionTest test;
+    LoadRanking(MixedData(8, 12, 11));
+    session.nMaxTraitsChRank = 1;
+    const std::string title =
+        "\n\nTrait subsets with maximum matrix correlation:\nTRC\toptimal subset of traits\n";
+    for (const int measure : {2, 4, 5}) {
+        session.opt_ro = measure;
+        for (const int criterion : {11, 12, 13}) CHECK(TimesIn(RankingReport(criterion), title) == 1);
+        CHECK(TimesIn(RankingReport(9), "TRC\toptimal subset of traits\n") == (measure == 2 ? 1 : 0));
+    }
+}
+
+TEST_CASE("criteria that do not compare X show residuals of a DX of 0")
+{
+    SessionTest test;
+    LoadRanking(MixedData(4, 12, 11));
+    session.nMaxTraitsChRank = 1;
+    preferences.saveStruct = 'y';
+    for (const int criterion : {16, 24, 18}) {
+        CAPTURE(criterion);
+        RankingReport(criterion);
+        std::string cells;
+        std::istringstream matrix(TextOfFile("structures.txt"));
+        for (std::string line; std::getline(matrix, line);)
+            if (line.find("(residuals after") != std::string::npos) cells.clear();
+            else cells += line;
+        CHECK((cells.find_first_not_of("0 \t") == std::string::npos) == (criterion != 18));
+    }
+    preferences.saveStruct = 'n';
+}
+
 TEST_CASE("heads of the reports")
 {
     const std::string partition =

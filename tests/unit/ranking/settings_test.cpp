@@ -164,6 +164,15 @@ TEST_CASE("a ranking from the menu")
         CHECK(session.partition_OTUs_Phyl == nullptr);
         CHECK(StandardInput().Get() == '\n'); // the character that ended the pause
     }
+    SUBCASE("the longest name of a session leaves room for the longest suffix")
+    {
+        const std::string name(51, 'n');
+        name.copy(console.sessionName, name.size());
+        console.sessionName[51] = '\0';
+        Type("15 k 1 1 1 2 2 2 1 1 6 1 1 y 1 1 n\n");
+        IFChOrderSearch();
+        CHECK(TimesIn(TextOfFile(name + "ChRank_AlphaBetaNicheConserv.txt"), "Elapsed") == 1);
+    }
     SUBCASE("a report that cannot be opened is failure 4")
     {
         std::filesystem::create_directory("tinyChRank_TDAP.txt");
