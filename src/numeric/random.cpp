@@ -145,6 +145,11 @@ void InitRndNumberGenerator(unsigned long seed)
     std::srand(static_cast<unsigned int>(seed & 0xffffffffUL));
 }
 
+int UniformInt(int n)
+{
+    return static_cast<int>(gsl_rng_uniform_int(r, static_cast<unsigned long>(n)));
+}
+
 void RndList(int n, int* list)
 {
     FillFromOne(n, list);

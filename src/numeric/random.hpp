@@ -15,6 +15,9 @@ extern gsl_rng* r;
 /// low 32 bits.
 void InitRndNumberGenerator(unsigned long seed);
 
+/// An integer from 0 to n - 1, n at least 1; one draw.
+int UniformInt(int n);
+
 /// list[0..n-1] = a random permutation of 1 to n; n - 1 draws, none when n < 2.
 /// Durstenfeld 1964, Communications of the ACM 7:420.
 void RndList(int n, int* list);

@@ -1,5 +1,4 @@
-// What a simulation of community assembly is told: the dialogue, the files named in it, and the one
-// record that holds every setting and parameter of a run.
+// The one record that holds every setting and parameter of a simulation of community assembly.
 //
 // Sizes in the words of the shapes: S sites, N OTUs, K traits, F factors (ecosystem variables), Q
 // predictors: the factors, then, if considered, their double interactions 1x2, 1x3, ..., 2x3, ...
@@ -80,15 +79,6 @@ int CountPredictors(int nFactors, bool withInteractions);
 /// Name of a predictor, counted from 0, as the reports show it: "3", or "1x2" for an interaction.
 /// name has room for 24 characters.
 void PredictorName(const Simulation& run, int predictor, char* name);
-
-/// The whole dialogue; the settings of the analysis are left in `session`, whose arrays the caller
-/// releases. Files that are named are open afterwards.
-void AskSimulation(Simulation& run);
-
-/// Makes every matrix of the record and reads the files named in the dialogue, in the order that
-/// the settings of old runs rely on. Data from files are standardised here: the generator is not
-/// used.
-void ReadSimulationInputs(Simulation& run);
 
 /// Product of the rows of both factors, cell by cell, for each interaction; E is Q x S.
 void ComputeInteractions(const Simulation& run, double** E);
