@@ -16,7 +16,7 @@ namespace {
 
 void PrintTable(std::FILE* report, int rows, int columns, double** matrix)
 {
-    PrintMatrix(report, rows, columns, matrix, preferences.sDigits, 0);
+    PrintMatrix(report, rows, columns, matrix, SignificantDigits(), 0);
     std::fprintf(report, "\n");
 }
 
@@ -24,7 +24,7 @@ void PrintTable(std::FILE* report, int rows, int columns, double** matrix)
 void PrintResemblance(std::FILE* report, int n, double** matrix)
 {
     TransposeSqMatrix(n, matrix, matrix);
-    PrintLowerHalfMatrixTab(report, n, matrix, preferences.sDigits);
+    PrintLowerHalfMatrixTab(report, n, matrix, SignificantDigits());
     TransposeSqMatrix(n, matrix, matrix);
 }
 
@@ -36,7 +36,7 @@ void PrintSelectedLabels(std::FILE* report)
 
 void PrintVector(std::FILE* report, int n, double* vector)
 {
-    PrintVectorTab(report, n, vector, preferences.sDigits, nullptr);
+    PrintVectorTab(report, n, vector, SignificantDigits(), nullptr);
 }
 
 /// Jost's (2006) effective number: 1 / (1 - entropy). An entropy of 1 gives infinity.
@@ -164,7 +164,7 @@ void PhylogenyResemblance(std::FILE* report, const Scaling& a)
                      a.s, session.nClados);
     }
     UpperToLowerMatrix(a.s, session.phylogenyRese);
-    PrintMatrixTab(report, a.s, a.s, session.phylogenyRese, preferences.sDigits);
+    PrintMatrixTab(report, a.s, a.s, session.phylogenyRese, SignificantDigits());
 }
 
 /// Labels of species beside the numbers of types that stand for them.

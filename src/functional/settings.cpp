@@ -504,10 +504,9 @@ void SettingWhichLevel(int* target)
 void GetPrindaMode(const char* fileName)
 {
     const std::string path = std::string(console.volumeName) + fileName;
-    std::FILE* const previous = std::fopen(path.c_str(), "r");
-    std::strcpy(session.prindaMode, previous == nullptr ? "w" : "a");
-    if (previous == nullptr) return;
-    std::fclose(previous);
+    const InputStream previous(OpenFile(path.c_str(), "r"));
+    std::strcpy(session.prindaMode, previous.IsOpen() ? "a" : "w");
+    if (!previous.IsOpen()) return;
     if (console.runMacro) return;
     std::fprintf(console.out, "\nThis session has a previous %s file.\n", fileName);
     Say("Options:\n");

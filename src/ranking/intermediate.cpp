@@ -25,14 +25,14 @@ std::FILE* OpenIntermediate(Family family)
 
 void PrintTable(std::FILE* file, int rows, int columns, double** M)
 {
-    PrintMatrixTab(file, rows, columns, M, preferences.sDigits);
+    PrintMatrixTab(file, rows, columns, M, SignificantDigits());
 }
 
 /// The lower half of a symmetric matrix of which the upper half is filled.
 void PrintResemblance(std::FILE* file, int n, double** D)
 {
     TransposeSqMatrix(n, D, D);
-    PrintLowerHalfMatrixTab(file, n, D, preferences.sDigits);
+    PrintLowerHalfMatrixTab(file, n, D, SignificantDigits());
     TransposeSqMatrix(n, D, D);
 }
 
@@ -213,8 +213,8 @@ void IntermediateFile::PrintTypesMatrices(RankingMatrices& m, const std::vector<
 
 void IntermediateFile::PrintValueLine(const SubsetStatistics& r, int nTypes)
 {
-    const int width = preferences.sDigits + 6;
-    const int digits = preferences.sDigits;
+    const int width = ValueWidth();
+    const int digits = SignificantDigits();
     const int measure = session.opt_ro;
     switch (criterion.family) {
     case Family::both:

@@ -7,6 +7,7 @@
 #include "session/session.hpp"
 #include "shell/console.hpp"
 #include "shell/preferences.hpp"
+#include "shell/table.hpp"
 
 namespace {
 
@@ -180,11 +181,6 @@ bool PrintsRows()
     return session.printRankIntermedResults == 'y';
 }
 
-int ValueWidth()
-{
-    return preferences.sDigits + 6;
-}
-
 void HeadOfRows(std::FILE* report)
 {
     if (PrintsRows()) std::fprintf(report, "\n%-*s\tTrait subset used:\n", ValueWidth(), "TRC");
@@ -236,7 +232,7 @@ const HeadLine* HeadOf(Family family)
 
 void PrintValue(std::FILE* file, double value)
 {
-    std::fprintf(file, "%-*.*g\t", ValueWidth(), preferences.sDigits, value);
+    std::fprintf(file, "%-*.*g\t", ValueWidth(), SignificantDigits(), value);
 }
 
 /// Under measures that rank nothing the row is its traits alone.
@@ -312,7 +308,7 @@ void PrintBestBySize(std::FILE* report, const Criterion& criterion,
                  "\n\nTrait subsets with maximum rank for each number of traits:\n%-*s\tSubset of traits\n",
                  ValueWidth(), "TRC");
     for (const RankedSubset& one : best) {
-        std::fprintf(report, "%-13.*g\t", preferences.sDigits, one.value);
+        std::fprintf(report, "%-13.*g\t", SignificantDigits(), one.value);
         if (IsNone(criterion, one)) {
             std::fprintf(report, "none\n");
         } else {
@@ -341,7 +337,7 @@ void OverwriteHead(std::FILE* report, const std::vector<RankedSubset>& best)
     for (const RankedSubset& one : best) std::fprintf(report, "%-5d\t", one.nTypes);
     std::fprintf(report, "\n");
     for (const RankedSubset& one : best)
-        std::fprintf(report, "%-13.*g\t", preferences.sDigits, one.value);
+        std::fprintf(report, "%-13.*g\t", SignificantDigits(), one.value);
     std::fprintf(report, "\n");
 }
 
@@ -402,16 +398,16 @@ void PrintSizeLine(std::FILE* report, const Criterion& criterion, int size,
     case Family::alphaBeta:
         std::fprintf(report,
                      "Ranking criterion value, groups and optimal subset with %d traits: \t%-*.*g\t%d groups\t",
-                     size, ValueWidth(), preferences.sDigits, best.value, best.nTypes);
+                     size, ValueWidth(), SignificantDigits(), best.value, best.nTypes);
         break;
     case Family::niche:
         std::fprintf(report,
                      "Ranking criterion values, groups and optimal subset with %d traits: \t%-*.*g\t%d groups\t",
-                     size, ValueWidth(), preferences.sDigits, best.value, best.nTypes);
+                     size, ValueWidth(), SignificantDigits(), best.value, best.nTypes);
         break;
     default:
         std::fprintf(report, "Ranking criterion value and optimal subset with %d traits: \t%-*.*g\t",
-                     size, ValueWidth(), preferences.sDigits, best.value);
+                     size, ValueWidth(), SignificantDigits(), best.value);
         break;
     }
     if (IsNone(criterion, best))

@@ -6,14 +6,13 @@
 
 namespace {
 
-// No double has more significant decimal digits than 767, and "%g" drops trailing zeros: a larger
-// precision prints the same text. The user may ask for two thousand million, though, for which
-// printf would want that much room.
-const int digitsMax = 800;
+// No double has more significant decimal digits, and "%g" drops trailing zeros: a larger precision
+// prints the same text.
+const int digitsMax = 767;
 
 int Printable(int digits)
 {
-    return std::min(digits, digitsMax);
+    return std::clamp(digits, -1, digitsMax); // below 0 printf takes 6
 }
 
 int CellLength(double value, int digits)
@@ -56,6 +55,16 @@ void PrintRowTab(std::FILE* stream, int n, const double* row, int digits)
 }
 
 } // namespace
+
+int SignificantDigits()
+{
+    return Printable(preferences.sDigits);
+}
+
+int ValueWidth()
+{
+    return SignificantDigits() + 6;
+}
 
 void PrintMatrixTab(std::FILE* stream, int rows, int columns, double** matrix, int digits)
 {

@@ -6,6 +6,12 @@
 
 #include <cstdio>
 
+/// preferences.sDigits, as far as a number can have them: the user may ask for two thousand million,
+/// and printf would want room for all of them.
+int SignificantDigits();
+/// Width of the fields in which rankings print their values: SignificantDigits() + 6.
+int ValueWidth();
+
 // --- Tab-separated: each cell followed by a tab, each row by a line end.
 
 void PrintMatrixTab(std::FILE* stream, int rows, int columns, double** matrix, int digits);

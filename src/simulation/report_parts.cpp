@@ -16,7 +16,7 @@ void PrintTitle(File f, const char* secondLine)
 
 void PrintMatrixOf(File f, int rows, int cols, double** M)
 {
-    PrintMatrixTab(f, rows, cols, M, preferences.sDigits);
+    PrintMatrixTab(f, rows, cols, M, SignificantDigits());
 }
 
 void PrintCounts(File f, int n, const int* counts)

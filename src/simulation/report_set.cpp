@@ -68,7 +68,7 @@ void ReportCommunities(File f, const Simulation& run, const Metacommunity& m)
     std::fprintf(f, "\nOTU richness in each community (at step %d, when either %g of the average maximum number of individuals per community or %g of the specified maximum number of individual colonization/extinction iterations were reached):\n", m.recordStep, run.threshold, run.threshold);
     PrintCounts(f, m.nSites, m.richness);
     std::fprintf(f, "\nAbundance of each OTU in the metacommunity (at step %d, when either %g of the average maximum number of individuals per community or %g of the specified maximum number of individual colonization/extinction iterations were reached):\n", m.recordStep, run.threshold, run.threshold);
-    PrintVectorTab(f, m.nOTUs, m.W.table[m.nSites], preferences.sDigits, nullptr);
+    PrintVectorTab(f, m.nOTUs, m.W.table[m.nSites], SignificantDigits(), nullptr);
     std::fprintf(f, "\nAverage age matrix at step %d, for %d community sites in rows and %d OTUs in columns:\n", run.totalSteps, m.nSites, m.nOTUs);
     PrintAverageAges(f, run, m, run.totalSteps);
     std::fprintf(f, "\nTotal number of OTU extinctions in each community (after step %d, when either %g of the average maximum number of individuals per community or %g of the specified maximum number of individual colonization/extinction iterations were reached):\n", m.recordStep, run.threshold, run.threshold);
@@ -104,7 +104,7 @@ void ReportOrdination(File f, const Metacommunity& m, const CommunityOrdination&
     double positive = 0.0;
     for (int a = 0; a < m.nOTUs; a++)
         if (o.values[a] > 0.0) positive += o.values[a];
-    const int digits = preferences.sDigits;
+    const int digits = SignificantDigits();
     std::fprintf(f, "\nNumber of eigenvalues >0.0001: \t%d", o.nAxes);
     std::fprintf(f, "\nEigenvalues:\t");
     for (int a = 0; a < o.nAxes; a++) std::fprintf(f, "%8.*g\t", digits, o.values[a]);
@@ -293,7 +293,7 @@ void ReportAnalysis(const Simulation& run, const Metacommunity& m, const SetAnal
     std::fprintf(f, "\nCommunity weighted means at final step %d, for %d traits in rows and %d community sites in columns:\n", run.totalSteps, m.nTraits, m.nSites);
     PrintMatrixOf(f, m.nTraits, m.nSites, T);
     std::fprintf(f, "\nRao entropy at final step %d, for %d community sites:\n", run.totalSteps, m.nSites);
-    PrintVectorTab(f, m.nSites, analysis.Rf, preferences.sDigits, nullptr);
+    PrintVectorTab(f, m.nSites, analysis.Rf, SignificantDigits(), nullptr);
 
     const CommunityOrdination ordination(m.nSites, m.nOTUs, m.W);
     ReportOrdination(f, m, ordination);

@@ -4,7 +4,6 @@
 #include "shell/console.hpp"
 #include "shell/failure.hpp"
 #include "shell/files.hpp"
-#include "shell/preferences.hpp"
 #include "shell/table.hpp"
 #include "simulation/model.hpp"
 #include "simulation/settings.hpp"
@@ -40,7 +39,7 @@ void SaveDistances(const Metacommunity& m, int step)
     OwnedRows scaled(m.nSites, m.nOTUs);
     for (int s = 0; s < m.nSites; s++)
         for (int o = 0; o < m.nOTUs; o++) scaled.table[s][o] = m.ScaledDistance(s, o);
-    PrintMatrixTab(file, m.nSites, m.nOTUs, scaled, preferences.sDigits);
+    PrintMatrixTab(file, m.nSites, m.nOTUs, scaled, SignificantDigits());
 }
 
 void SaveSurvival(const Simulation& run, const Metacommunity& m, int step)
@@ -52,7 +51,7 @@ void SaveSurvival(const Simulation& run, const Metacommunity& m, int step)
     for (int s = 0; s < m.nSites; s++)
         for (int o = 0; o < m.nOTUs; o++)
             probabilities.table[s][o] = SurvivalProbability(run, m, s, o);
-    PrintMatrixTab(file, m.nSites, m.nOTUs, probabilities, preferences.sDigits);
+    PrintMatrixTab(file, m.nSites, m.nOTUs, probabilities, SignificantDigits());
 }
 
 std::FILE* OpenRecord(const char* name, const Simulation& run, const Metacommunity& m, int step)
@@ -120,7 +119,7 @@ void SaveTraits(const Simulation& run, Metacommunity& m)
 {
     if (!run.saveIntermediate) return;
     const OutputFile file(OpenResult(traitFile, "a"));
-    const int digits = preferences.sDigits;
+    const int digits = SignificantDigits();
     if (run.traitSource == 't') {
         std::fprintf(file, "Trait data (not standardized, %d OTUs in rows and %d traits in columns):\n", run.nOTUs, run.nTraits);
         PrintMatrixTab(file, run.nOTUs, run.nTraits, *run.traits, digits);
@@ -203,7 +202,7 @@ double AverageAge(const Simulation& run, double averageBirth, double n, int step
 
 void PrintAverageAges(std::FILE* file, const Simulation& run, const Metacommunity& m, int step)
 {
-    const int digits = preferences.sDigits;
+    const int digits = SignificantDigits();
     const auto print = [&](double birth, double n) {
         std::fprintf(file, "%.*g\t", digits, AverageAge(run, birth, n, step));
     };
@@ -222,7 +221,7 @@ void PrintAverageAges(std::FILE* file, const Simulation& run, const Metacommunit
 
 void PrintCommunities(std::FILE* file, const Metacommunity& m)
 {
-    const int digits = preferences.sDigits;
+    const int digits = SignificantDigits();
     PrintMatrixTab(file, m.nSites, m.nOTUs, m.W, digits);
     std::fprintf(file, "\nAbundance in each community:\n");
     PrintVectorTab(file, m.nSites, m.siteTotal, nullptr);

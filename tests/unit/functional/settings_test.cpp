@@ -236,22 +236,25 @@ TEST_CASE("where the types of OTUs come from") {
 }
 
 TEST_CASE("an earlier report is erased or continued") {
-    struct Case { const char* fact; bool exists, macro; const char* typed; const char* mode; };
+    enum There { nothing, folder, report };
+    struct Case { const char* fact; There there; bool macro; const char* typed; const char* mode; };
     const Case cases[] = {
-        {"no report yet", false, false, "", "w"},
-        {"erase", true, false, "W", "w"},
-        {"append", true, false, "a", "a"},
-        {"a macro run appends without a question", true, true, "", "a"},
+        {"no report yet", nothing, false, "", "w"},
+        {"a folder of that name is none", folder, false, "", "w"},
+        {"erase", report, false, "W", "w"},
+        {"append", report, false, "a", "a"},
+        {"a macro run appends without a question", report, true, "", "a"},
     };
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Dialogue dialogue(c.typed);
-        if (c.exists) WriteText("gammaPrinda.txt", "\n");
+        if (c.there == report) WriteText("gammaPrinda.txt", "\n");
+        if (c.there == folder) std::filesystem::create_directory("gammaPrinda.txt");
         console.runMacro = c.macro;
         GetPrindaMode("gammaPrinda.txt");
         CHECK(std::string(session.prindaMode) == c.mode);
         CHECK(TimesIn(dialogue.Screen(), "\nThis session has a previous gammaPrinda.txt file.\n") ==
-              (c.exists && !c.macro ? 1 : 0));
+              (c.there == report && !c.macro ? 1 : 0));
     }
 }
 

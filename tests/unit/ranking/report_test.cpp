@@ -218,6 +218,21 @@ TEST_CASE("heads of the reports")
     }
 }
 
+TEST_CASE("no line is wider than a number can be, however many digits are asked for")
+{
+    SessionTest test;
+    LoadRanking(MixedData(8, 12, 11));
+    session.nMaxTraitsChRank = 1;
+    session.printRankIntermedResults = 'y';
+    preferences.sDigits = 2147483647;
+    preferences.saveStruct = 'y';
+    for (const int criterion : {9, 14, 16}) {
+        CHECK(RankingReport(criterion).size() < 200000);
+        CHECK(TextOfFile("structures.txt").size() < 200000);
+    }
+    preferences = Preferences{};
+}
+
 TEST_CASE("the report of niche conservation")
 {
     SessionTest test;

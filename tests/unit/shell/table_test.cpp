@@ -44,6 +44,11 @@ TEST_CASE("any number of digits the user may ask for can be printed") {
     // by hand: the double nearest to 0.1, in full
     CHECK(Printed([&](std::FILE* f) { PrintMatrixTab(f, 1, 1, one, 2147483647); }) ==
           "0.1000000000000000055511151231257827021181583404541015625\t\n");
+    preferences.sDigits = 2147483647;
+    CHECK(ValueWidth() == 773); // no double has more than 767 digits
+    preferences.sDigits = 8;
+    CHECK((SignificantDigits() == 8 && ValueWidth() == 14));
+    preferences = Preferences{};
 }
 
 TEST_CASE("aligned tables") {
