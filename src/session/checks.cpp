@@ -7,12 +7,12 @@
 #include <limits>
 #include <string_view>
 
+#include "numeric/statistics.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
 
 namespace {
 
-constexpr double missing = -999.0;
 // Marks a place of the list of states that no value has taken yet.
 constexpr double freePlace = 99999999.0;
 // Performances this small are absences that arithmetic left behind.
@@ -239,7 +239,7 @@ void CountStates(int nTraits, int nOTUs, int* counts, double** matrix)
             const double value = matrix[i][j];
             int k = 0;
             while (states[k] != value && states[k] != freePlace) k++;
-            if (states[k] == value || value == missing) continue;
+            if (states[k] == value || IsMissing(value)) continue;
             states[k] = value;
             counts[j]++;
         }
@@ -254,7 +254,7 @@ void RangeStates(int nTraits, int nOTUs, double** matrix, const int* types, doub
         double smallest = std::numeric_limits<double>::infinity();
         for (int i = 0; i < nOTUs; i++) {
             const double value = matrix[i][j];
-            if (value == missing) continue;
+            if (IsMissing(value)) continue;
             if (value > largest) largest = value;
             if (value < smallest) smallest = value;
         }

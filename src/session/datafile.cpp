@@ -69,6 +69,13 @@ void DataFile::ReadMatrix(int rows, int columns, double** matrix)
     for (int i = 0; i < rows; i++) ReadDoubles(columns, matrix[i]);
 }
 
+void DataFile::ReadMarks(int rows, int columns, char** marks, int firstColumn)
+{
+    for (int i = 0; i < rows; i++)
+        for (int k = 0; k < columns; k++)
+            marks[i][firstColumn + k] = static_cast<char>(ScanChar(stream, "0 1", name));
+}
+
 void DataFile::ReadWord(char* word, int wordSize) { freadckWord(stream, word, wordSize, name); }
 
 void DataFile::ReadWords(int n, char** words, int wordSize)

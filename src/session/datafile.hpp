@@ -22,6 +22,8 @@ public:
     void ReadInts(int n, int* values);
     void ReadDoubles(int n, double* values);
     void ReadMatrix(int rows, int columns, double** matrix);
+    /// Rows of '0' and '1', into the table's columns from firstColumn on.
+    void ReadMarks(int rows, int columns, char** marks, int firstColumn = 0);
     /// Words of at most size - 1 characters; what is longer is cut.
     void ReadWord(char* word, int size);
     void ReadWords(int n, char** words, int size);

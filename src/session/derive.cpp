@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <numeric>
 #include <string>
-#include <vector>
 
 #include "session/checks.hpp"
 #include "session/formda.hpp"
+#include "session/groups.hpp"
+#include "session/selection.hpp"
 #include "session/session.hpp"
 #include "session/track.hpp"
 #include "session/transform.hpp"
@@ -21,66 +21,12 @@
 
 namespace {
 
-/// What becomes of the communities.
-enum CommunityOption { keepAll = 1, chooseSome, poolByGroups, computeChange, poolByWindow };
-
-/// Positions from 0 of what is taken, in the order it is to stand. Something may stand twice, but
-/// the list is never longer than what it is taken from.
-using List = std::vector<int>;
-
-struct Choice {
-    List traits, OTUs, communities, variables;
-    int communityOption = keepAll;
-};
-
-// --- Small questions
-
-int AskOption(const char* accepted) { return ToInt(ReadNumberIn("%d\n", accepted)); }
-
-int AskNumber(const char* macroFormat, int lowest, int highest)
-{
-    return ToInt(ReadNumberIn(macroFormat, "-", lowest, highest));
-}
-
-int AskCount(const char* prompt, int highest)
-{
-    std::fprintf(console.out, "%s", prompt);
-    return AskNumber("%d\n", 1, highest);
-}
-
-void PrintRule() { std::fprintf(console.out, "%s\n", lineL); }
-
 bool WantsToModify()
 {
     std::fprintf(console.out, "   1  keep the same \n");
     std::fprintf(console.out, "   2  modify \n");
     std::fprintf(console.out, "Type option no.: ");
     return AskOption("1 2") == 2;
-}
-
-List All(int n)
-{
-    List list(static_cast<std::size_t>(n));
-    std::iota(list.begin(), list.end(), 0);
-    return list;
-}
-
-/// Position of a label, -1 if there is none like it; the first of equal ones.
-int Position(const char* label, int n, char** labels)
-{
-    for (int i = 0; i < n; i++)
-        if (std::strcmp(label, labels[i]) == 0) return i;
-    return -1;
-}
-
-/// Position of each name among the labels; false if one is not there.
-bool Identify(int nNames, char** names, int n, char** labels, int* positions)
-{
-    for (int i = 0; i < nNames; i++) {
-        positions[i] = Position(names[i], n, labels);
-        if (positions[i] < 0) return false;
-    }
-    return true;
 }
 
 /// Asks for `count` of the n labels until each is known. The heading stands over each attempt.
@@ -280,109 +226,7 @@ Choice AskWhatToTake()
     return choice;
 }
 
-// --- Taking it
-
-/// Cell (i, k) becomes the cell (rows[i], columns[k]) of before. The table keeps its storage, so
-/// the row counts that it is released with stay true.
-template <typename T>
-void Take(T** table, const List& rows, const List& columns)
-{
-    if (table == nullptr) return;
-    std::vector<T> taken;
-    taken.reserve(rows.size() * columns.size());
-    for (const int row : rows)
-        for (const int column : columns) taken.push_back(table[row][column]);
-    auto next = taken.begin();
-    for (std::size_t i = 0; i < rows.size(); i++)
-        for (std::size_t k = 0; k < columns.size(); k++) table[i][k] = *next++;
-}
-
-template <typename T>
-void Take(T* values, const List& list)
-{
-    if (values != nullptr) Take(&values, {0}, list);
-}
-
-void TakeLabels(char** labels, const List& list) { Take(labels, list, All(labelSize)); }
-
-void TakeTraits(const List& traits)
-{
-    Session& s = session;
-    Take(s.csm_Float, All(s.tcst), traits);
-    TakeLabels(s.chLabel, traits);
-    Take(s.chtype, traits);
-    Take(s.onsta, traits);
-    Take(s.chrange, traits);
-    Take(s.traitGroups, traits);
-    s.nch = static_cast<int>(traits.size());
-}
-
-/// F and the variables of phylogeny describe the same OTUs, so they follow.
-void TakeOTUs(const List& OTUs)
-{
-    Session& s = session;
-    Take(s.csm_Float, OTUs, All(s.nch));
-    Take(s.cadat, OTUs, All(s.ncsm));
-    if (s.nSpp > 0) Take(s.cstSppMap, OTUs, All(s.nSpp));
-    Take(s.phylogenyRese, OTUs, OTUs);
-    Take(s.phylogenyData, OTUs, All(s.nClados));
-    s.tcst = static_cast<int>(OTUs.size());
-}
-
-void TakeCommunities(const List& communities)
-{
-    Session& s = session;
-    Take(s.cadat, All(s.tcst), communities);
-    if (s.nenv > 0) Take(s.env, communities, All(s.nenv));
-    if (s.nSpp > 0) Take(s.sppRelMap, All(s.nSpp), communities);
-    Take(s.ncst, communities);
-    TakeLabels(s.reLabel, communities);
-    s.ncsm = static_cast<int>(communities.size());
-}
-
-int HasVariableOfType(int type)
-{
-    const int* types = session.envVarType;
-    return std::find(types, types + session.nenv, type) != types + session.nenv ? 1 : 0;
-}
-
-/// What kind of E is left when variables were dropped.
-void SetEnvironmentType()
-{
-    Session& s = session;
-    if (s.optEnvVarType == 5) {
-        s.temEnvBin = HasVariableOfType(1);
-        s.temEnvQual = HasVariableOfType(2);
-        s.temEnvQuant = HasVariableOfType(3); // Deliberate: ordinal variables count for no kind
-        const bool isMixed = s.temEnvBin + s.temEnvQual + s.temEnvQuant >= 2;
-        if (!isMixed && s.temEnvQual != 0)
-            s.optEnvVarType = 3;
-        else if (!isMixed && s.temEnvQuant != 0)
-            s.optEnvVarType = 2;
-        else if (!isMixed && s.temEnvBin != 0)
-            s.optEnvVarType = 4;
-    }
-    if (s.optEnvVarType == 2 && s.nenv <= 1) s.optEnvVarType = 1;
-}
-
-void TakeVariables(const List& variables)
-{
-    Session& s = session;
-    if (s.nenv == 0) return;
-    Take(s.env, All(s.ncsm), variables);
-    TakeLabels(s.envLabel, variables);
-    Take(s.envVarType, variables);
-    s.nenv = static_cast<int>(variables.size());
-    SetEnvironmentType();
-}
-
-void TakeChosen(const Choice& choice)
-{
-    TakeTraits(choice.traits);
-    TakeOTUs(choice.OTUs);
-    TakeCommunities(choice.communities);
-    TakeVariables(choice.variables);
-}
+// --- The steps behind the questions
 
 void OfferTrim()
 {
@@ -400,8 +244,6 @@ void Transform(int option)
     default: break;
     }
 }
-
-// --- The source and the result
 
 bool HasFirstWord(const char* fileName)
 {
@@ -436,109 +278,6 @@ void WriteDerived()
     std::fprintf(console.out, "Inspect file %s\n", s.whichFormda);
 }
 
-// --- Groups of objects
-
-void NumberLabels(int n, char** labels)
-{
-    for (int i = 0; i < n; i++) {
-        const std::string number = std::to_string(i + 1);
-        std::snprintf(labels[i], groupLabelSize, "%s", number.c_str());
-    }
-}
-
-bool WantsNewLabels()
-{
-    std::fprintf(console.out, "   1  given by default \n");
-    std::fprintf(console.out, "   2  specify new labels \n");
-    std::fprintf(console.out, "Type option no.: ");
-    return AskOption("1 2") == 2;
-}
-
-void SetGroupLabels(int groups, char** labels)
-{
-    std::fprintf(console.out, "\nLabels for groups: \n");
-    if (!WantsNewLabels()) {
-        NumberLabels(groups, labels);
-        return;
-    }
-    std::fprintf(console.out, "\nEnter labels (max. %d alphanumeric characters):\n",
-                 groupLabelSize - 1);
-    ReadLongInput(groups, groupLabelSize - 1, labels, "group labels");
-}
-
-/// Asks, where a cluster analysis was recorded, whether the partition is to come from it.
-bool WantsClusterRecord(bool areCommunities)
-{
-    if ((areCommunities ? session.hasReClus : session.hasCstClus) != 1) return false;
-    std::fprintf(console.out, "\nGet partition from: \n");
-    std::fprintf(console.out, "   1  keyboard or file \n");
-    std::fprintf(console.out, "   2  cluster analysis record \n");
-    std::fprintf(console.out, "Type option no.: ");
-    return AskOption("1 2") == 2;
-}
-
-/// Would cut the record of a cluster analysis into groups. No analysis writes such records: only
-/// the track file of an old version can say that there is one, and then the groups stay as that
-/// file gave them.
-void GetPartition() {}
-
-void PrintObjects(int n, bool areCommunities, const char* word)
-{
-    std::fprintf(console.out, "\nEnter group membership (label) for %s:", word);
-    std::fprintf(console.out, "\n%s:\t", word);
-    for (int i = 0; i < n; i++) {
-        if (areCommunities)
-            std::fprintf(console.out, "%s\t", session.reLabel[i]);
-        else
-            std::fprintf(console.out, "%d\t", i + 1);
-    }
-    std::fprintf(console.out, "\n");
-}
-
-void AskMemberships(int n, int groups, int* group, char** labels, const char* word)
-{
-    const OwnedTable<char> names(n, labelSize);
-    for (;;) {
-        PrintObjects(n, std::strcmp(word, "communities") == 0, word);
-        ReadLongInput(n, groupLabelSize - 1, names, "Groups");
-        if (Identify(n, names, groups, labels, group)) break;
-        Complain("\nError!! Enter again. \n");
-    }
-    for (int i = 0; i < n; i++) group[i]++; // groups are numbered from 1
-}
-
-/// Sizes of groups that follow one another.
-void AskGroupSizes(int n, int groups, int* group, char** labels, const char* word)
-{
-    std::FILE* out = console.out;
-    List sizes(static_cast<std::size_t>(groups));
-    std::fprintf(out, "\nEnter number of %s per group:", word);
-    Patience patience;
-    for (;;) {
-        std::fprintf(out, "\nGroups:            ");
-        for (int g = 0; g < groups; g++) std::fprintf(out, "%-3s ", labels[g]);
-        std::fprintf(out, "\nNumber of %s: ", word);
-        for (int& size : sizes) size = AskNumber("%-3d ", 0, n);
-        if (std::accumulate(sizes.begin(), sizes.end(), 0L) == n) break;
-        Complain("\nError!! Reenter!!\n");
-        if (groups == 0) patience.Pause(); // nothing is read and nothing can ever add up
-    }
-    for (int g = 0; g < groups; g++)
-        group = std::fill_n(group, sizes[static_cast<std::size_t>(g)], g + 1);
-}
-
-void AskPairLabels(int groups, char** labels)
-{
-    std::FILE* out = console.out;
-    do {
-        std::fprintf(out, "\nEnter labels (max. 4 alphanumeric characters):\n");
-        for (int p = 0; p < groups; p++) std::fprintf(out, "%2d ", p + 1);
-        std::fprintf(out, "\n");
-        for (int p = 0; p < groups; p++) ReadStringIn("%4s ", labels[p], groupLabelSize);
-        std::fprintf(out, "Are these correct? y/n ");
-    } while (ReadCharIn("y n") == 'n');
-}
-
 } // namespace
 
 void PickSomeFormda()
@@ -549,45 +288,4 @@ void PickSomeFormda()
     OfferTrim();
     Transform(choice.communityOption);
     WriteDerived();
-}
-
-void SettingAnyGroups(int n, int& groups, int* group, char** labels, const char* word)
-{
-    const bool areCommunities = std::strcmp(word, "communities") == 0;
-    Menu("SET GROUP PARTITION");
-    std::fprintf(console.out, "Specify the number of groups of %s: ", word);
-    groups = AskNumber("%d\n", 0, n);
-    SetGroupLabels(groups, labels);
-    if (WantsClusterRecord(areCommunities)) {
-        GetPartition();
-        return;
-    }
-    std::fprintf(console.out, "Are the %s ordered by groups? y/n ", word);
-    if (ReadCharIn("y n") == 'y')
-        AskGroupSizes(n, groups, group, labels, word);
-    else
-        AskMemberships(n, groups, group, labels, word);
-}
-
-void SettingNewReleves(int n, int& groups, int* group, char** labels)
-{
-    std::FILE* out = console.out;
-    groups = n / 2;
-    std::fprintf(out, "\nLabels for new communities: \n");
-    if (WantsNewLabels())
-        AskPairLabels(groups, labels);
-    else
-        NumberLabels(groups, labels);
-    std::fprintf(out, "\nOrder of the communities in the formda file: \n");
-    std::fprintf(
-        out,
-        "   1  all 2nd communities are after all 1st communities, in the same order \n");
-    std::fprintf(out, "   2  each 2nd community follows the corresponding 1st community \n");
-    std::fprintf(out, "Type option no.: ");
-    const bool follow = AskOption("1 2") == 2;
-    // Deliberate: pairs that follow one another get the numbers 1, 3, 5, ..., though change is
-    // worked out for 1 to n/2 only. So new communities of even number stay all zero and the later
-    // pairs are not used; users' earlier results depend on it.
-    for (int i = 0; i < n; i++)
-        group[i] = follow ? i / 2 * 2 + 1 : i < groups ? i + 1 : i - groups + 1;
 }

@@ -27,7 +27,6 @@ const char* const markerSMW = "SMW";
 
 constexpr int significantDigits = 6;
 constexpr int versionWordSize = 64;
-constexpr int nReservedNumbers = 7;
 
 // --- Writing
 
@@ -171,13 +170,6 @@ void WriteTraitGroups(std::FILE* file)
 
 // --- Reading
 
-void ReadMarks(DataFile& file, int rows, int columns, char** marks)
-{
-    for (int i = 0; i < rows; i++)
-        for (int j = 0; j < columns; j++)
-            marks[i][j] = static_cast<char>(ScanChar(file.stream, "0 1", file.name));
-}
-
 void ReadHead(DataFile& file)
 {
     Session& s = session;
@@ -221,12 +213,6 @@ bool ReadMatrices(DataFile& file)
     return withTraitGroups;
 }
 
-bool AnyVariableOfType(int type)
-{
-    const int* types = session.envVarType;
-    return std::find(types, types + session.nenv, type) != types + session.nenv;
-}
-
 /// Types and labels of the variables. Files of old have no types, and their first label stands
 /// where the layout's word stands now.
 void ReadVariables(DataFile& file)
@@ -262,9 +248,9 @@ void ReadEnvironment(DataFile& file)
     for (int k = 0; k < s.nenv; k++)
         for (int i = 0; i < s.ncsm; i++) s.env[i][k] = file.ReadDouble();
     // Ordinal variables (type 4) set no flag here.
-    s.temEnvBin = AnyVariableOfType(1) ? 1 : 0;
-    s.temEnvQual = AnyVariableOfType(2) ? 1 : 0;
-    s.temEnvQuant = AnyVariableOfType(3) ? 1 : 0;
+    s.temEnvBin = HasVariableOfType(1);
+    s.temEnvQual = HasVariableOfType(2);
+    s.temEnvQuant = HasVariableOfType(3);
 }
 
 void ReadSpecies(DataFile& file)
@@ -280,8 +266,8 @@ void ReadSpecies(DataFile& file)
     freadlineck(file.stream, sizeof s.whichSpp - 1, s.whichSpp, file.name);
     for (int a = 0; a < s.nSpp; a++)
         freadlineckTEMP(file.stream, speciesNameSize - 1, s.spp[a], file.name);
-    ReadMarks(file, s.nSpp, s.ncsm, s.sppRelMap);
-    ReadMarks(file, s.tcst, s.nSpp, s.cstSppMap);
+    file.ReadMarks(s.nSpp, s.ncsm, s.sppRelMap);
+    file.ReadMarks(s.tcst, s.nSpp, s.cstSppMap);
 }
 
 void ReadWindowSize(DataFile& file)

@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr int nReservedNumbers = 7;
 constexpr int wordSize = 64;
 
 /// The second file while it is read, and the arrays of both data sets together: the first session
@@ -221,13 +220,6 @@ void MakeMarks(OwnedTable<char>& marks, int rows, int columns, int rowsNow, int 
     CopyCorner(rowsNow, columnsNow, now, static_cast<char**>(marks));
 }
 
-void ReadMarks(DataFile& file, char** marks, int firstRow, int rows, int firstColumn, int columns)
-{
-    for (int i = firstRow; i < rows; i++)
-        for (int k = firstColumn; k < columns; k++)
-            marks[i][k] = static_cast<char>(ScanChar(file.stream, "0 1", file.name));
-}
-
 bool ReadSpecies(Merge& merge)
 {
     const Session& s = session;
@@ -250,8 +242,8 @@ bool ReadSpecies(Merge& merge)
     freadlineck(merge.file.stream, sizeof fileOfNames - 1, fileOfNames, merge.file.name);
     for (int a = s.nSpp; a < nSpecies; a++)
         freadlineckTEMP(merge.file.stream, speciesNameSize - 1, merge.spp[a], merge.file.name);
-    ReadMarks(merge.file, merge.sppRelMap, s.nSpp, nSpecies, s.ncsm, nCommunities);
-    ReadMarks(merge.file, merge.cstSppMap, s.tcst, nOTUs, s.nSpp, nSpecies);
+    merge.file.ReadMarks(merge.nSpecies, merge.nCommunities, merge.sppRelMap + s.nSpp, s.ncsm);
+    merge.file.ReadMarks(merge.nOTUs, merge.nSpecies, merge.cstSppMap + s.tcst, s.nSpp);
     return true;
 }
 

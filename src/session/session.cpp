@@ -1,5 +1,6 @@
 #include "session/session.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -44,6 +45,18 @@ void Release(T***& tables, int rows)
 }
 
 } // namespace
+
+void NumberLabels(int n, char** labels, int size)
+{
+    for (int i = 0; i < n; i++)
+        std::snprintf(labels[i], static_cast<std::size_t>(size), "%d", i + 1);
+}
+
+int HasVariableOfType(int type)
+{
+    const int* types = session.envVarType;
+    return std::find(types, types + session.nenv, type) != types + session.nenv ? 1 : 0;
+}
 
 void AllocateSettings()
 {

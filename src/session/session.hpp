@@ -10,6 +10,9 @@
 
 #include "shell/console.hpp"
 
+/// Numbers that the format of the data file reserves.
+constexpr int nReservedNumbers = 7;
+
 /// The session as OpenFormda and ReadTrack load it; rebuilt from disk after each analysis, since
 /// analyses overwrite it in place.
 struct Session {
@@ -52,7 +55,7 @@ struct Session {
     char** sppRelMap = nullptr;      // nSpp x ncsm: '1' species present in community, else '0'
     char** cstSppMap = nullptr;      // tcst x nSpp: '1' OTU is of the species, else '0'
     int** cstTrack = nullptr;        // nch x tcst: carried along, read by nothing
-    double ca_code[7] = {};          // reserved numbers of the file format
+    double ca_code[nReservedNumbers] = {}; // reserved numbers of the file format
 
     // Flags and small items
     bool hasPhylogeny = false;     // the data set holds a matrix F
@@ -177,6 +180,12 @@ void SessionFileName(char (&name)[size], const char* suffix)
 {
     std::snprintf(name, size, "%s%s", console.sessionName, suffix);
 }
+
+/// The labels become the numbers from 1, cut to the storage of size characters.
+void NumberLabels(int n, char** labels, int size);
+
+/// 1 if E holds variables of a type, else 0.
+int HasVariableOfType(int type);
 
 /// Allocates, zero-filled, what depends on nch, ncsm and tcst alone: nchor, weight, rcst, nGrPoly,
 /// weight_OTUs, the partition tables, relSelect, partition_OTUs, cstTrack; points the current

@@ -22,6 +22,8 @@ void Menu(const char* title)
     std::fprintf(console.out, "\n%s\n", lineL);
 }
 
+void PrintRule() { std::fprintf(console.out, "%s\n", lineL); }
+
 void Wait()
 {
     Patience patience;

@@ -34,6 +34,9 @@ extern const char* const lineL;   ///< a rule of 70 hyphens
 /// Head of a menu: two empty lines, the title, the session's name, a rule.
 void Menu(const char* title);
 
+/// A rule of its own line.
+void PrintRule();
+
 /// Reads standard input until a control character (a line end, as a rule), which stays in the
 /// stream: the line end left by the last answer therefore ends the pause at once. No way out at
 /// end of input.

@@ -160,6 +160,19 @@ double ReadNumberIn(const char* macroFormat, const char* accept, double lo, doub
     return number;
 }
 
+int AskOption(const char* accepted) { return ToInt(ReadNumberIn("%d\n", accepted)); }
+
+int AskNumber(const char* macroFormat, double lowest, double highest)
+{
+    return ToInt(ReadNumberIn(macroFormat, "-", lowest, highest));
+}
+
+int AskCount(const char* prompt, double highest)
+{
+    std::fprintf(console.out, "%s", prompt);
+    return AskNumber("%d\n", 1.0, highest);
+}
+
 void ReadStringIn(const char* macroFormat, char* destination, int size)
 {
     const int width = std::min(FieldWidth(macroFormat), size - 1);

@@ -9,6 +9,13 @@ int ReadCharIn(const char* accepted);
 /// A number; see ScanNumber. The macro format's first d, f, g, l or u tells how it is recorded.
 double ReadNumberIn(const char* macroFormat, const char* accept, double lo = 0.0, double hi = 0.0);
 
+/// One of the whole numbers of a list like "1 2 3".
+int AskOption(const char* accepted);
+/// A whole number from `lowest` to `highest`.
+int AskNumber(const char* macroFormat, double lowest, double highest);
+/// Prints the prompt and reads a whole number from 1 to `highest`.
+int AskCount(const char* prompt, double highest = 2147483647.0);
+
 /// A blank-delimited word, cut to size - 1 characters; end of file is code 2. A macro format with
 /// a width, as "%4s ", takes that many characters at most and leaves the rest for the next word.
 void ReadStringIn(const char* macroFormat, char* destination, int size);

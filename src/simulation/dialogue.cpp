@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "functional/settings.hpp"
-#include "session/rawdata.hpp"
+#include "session/rawfile.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
 #include "shell/console.hpp"

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "session/formda.hpp"
+#include "session/groups.hpp"
 #include "session/track.hpp"
 #include "shell/console.hpp"
 #include "unit/session/session_fixture.hpp"

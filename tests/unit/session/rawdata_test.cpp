@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "session/formda.hpp"
+#include "session/rawfile.hpp"
+#include "session/setup.hpp"
 #include "shell/console.hpp"
 #include "unit/session/session_fixture.hpp"
 
