@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <climits>
 
 #include "shell/complaint.hpp"
 #include "shell/failure.hpp"
@@ -39,10 +38,9 @@ int DataFile::ReadIntWithin(int lowest, int highest)
     return value;
 }
 
-int DataFile::ReadCount()
+int DataFile::ReadCount(int highest)
 {
-    const int count = ReadInt();
-    if (count < 0) Refuse();
+    const int count = ReadIntWithin(0, highest);
     CheckRoom(count, 1);
     return count;
 }

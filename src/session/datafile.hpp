@@ -2,6 +2,7 @@
 // allocated from them.
 #pragma once
 
+#include <climits>
 #include <cstdio>
 
 #include "shell/files.hpp"
@@ -16,8 +17,8 @@ public:
 
     int ReadInt();
     int ReadIntWithin(int lowest, int highest);
-    /// 0 or more, and no more than the file has characters.
-    int ReadCount();
+    /// 0 or more, no more than `highest`, and no more than the file has characters.
+    int ReadCount(int highest = INT_MAX);
     double ReadDouble();
     void ReadInts(int n, int* values);
     void ReadDoubles(int n, double* values);

@@ -1,6 +1,7 @@
 #include "session/merge.hpp"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -26,7 +27,8 @@ struct Merge {
     Merge(const char* name, std::FILE* opened) : file(name, opened) {}
 
     DataFile file;
-    int nCommunities = 0; // of the second file, and so on
+    std::string description, envName; // of both files
+    int nCommunities = 0;             // of the second file, and so on
     int nOTUs = 0;
     int nSpecies = 0;
     OwnedTable<char> reLabel;
@@ -42,11 +44,14 @@ bool Refuse(const char* reason)
     return false;
 }
 
-/// Adds a blank and more text, as far as there is room.
-void Append(char* text, std::size_t size, const char* more)
+/// Reads a line of the second file, as far as a text of the session has room, and puts it behind
+/// that of the first, with a blank between.
+template <std::size_t size>
+std::string ReadBehind(DataFile& file, const char (&first)[size])
 {
-    const std::string longer = std::string(text) + " " + more;
-    std::snprintf(text, size, "%s", longer.c_str());
+    char line[size];
+    freadlineck(file.stream, size - 1, line, file.name);
+    return std::string(first) + " " + line;
 }
 
 template <typename T>
@@ -87,10 +92,7 @@ bool SameLabels(DataFile& file, const char* first, int n, char** labels)
 
 bool ReadDescription(Merge& merge)
 {
-    Session& s = session;
-    char line[sizeof s.dataName];
-    freadlineck(merge.file.stream, sizeof line - 1, line, merge.file.name);
-    Append(s.dataName, sizeof s.dataName, line);
+    merge.description = ReadBehind(merge.file, session.dataName);
     return true;
 }
 
@@ -112,7 +114,7 @@ bool ReadTraits(Merge& merge)
 bool ReadCommunityLabels(Merge& merge)
 {
     const Session& s = session;
-    const int n2 = merge.nCommunities = merge.file.ReadCount();
+    const int n2 = merge.nCommunities = merge.file.ReadCount(INT_MAX - s.ncsm);
     const int n = s.ncsm + n2;
     merge.reLabel = OwnedTable<char>(n, labelSize);
     CopyCorner(s.ncsm, labelSize, s.reLabel, static_cast<char**>(merge.reLabel));
@@ -132,7 +134,7 @@ bool ReadCommunityLabels(Merge& merge)
 bool ReadCounts(Merge& merge)
 {
     const Session& s = session;
-    merge.nOTUs = merge.file.ReadCount();
+    merge.nOTUs = merge.file.ReadCount(INT_MAX - s.tcst);
     merge.file.CheckRoom(merge.nOTUs, s.nch);
     merge.ncst = OwnedInts(s.ncsm + merge.nCommunities);
     std::copy_n(s.ncst, s.ncsm, merge.ncst.values);
@@ -192,16 +194,14 @@ bool SameVariables(Merge& merge)
 
 bool ReadEnvironment(Merge& merge)
 {
-    Session& s = session;
+    const Session& s = session;
     if (merge.file.ReadInt() != s.nenv)
         return Refuse("\nThe number of environmental variables do not match.\n\n");
     if (s.nenv == 0) return true;
     if (!SameVariables(merge)) return false;
-    char line[sizeof s.envName];
-    freadlineck(merge.file.stream, sizeof line - 1, line, merge.file.name);
     // Deliberate: two names with a blank between, though the name is read back as a word, so the
     // merged data set of two sessions with variables cannot be loaded again.
-    Append(s.envName, sizeof s.envName, line);
+    merge.envName = ReadBehind(merge.file, s.envName);
 
     const int n = s.ncsm + merge.nCommunities;
     merge.E = OwnedRows(n, s.nenv);
@@ -223,7 +223,7 @@ void MakeMarks(OwnedTable<char>& marks, int rows, int columns, int rowsNow, int 
 bool ReadSpecies(Merge& merge)
 {
     const Session& s = session;
-    merge.nSpecies = merge.file.ReadCount();
+    merge.nSpecies = merge.file.ReadCount(INT_MAX - s.nSpp);
     if ((merge.nSpecies > 0) != (s.nSpp > 0))
         return Refuse(
             "\nOne session has species names and the other not.\nBoth files must have or not have species names.\n\n");
@@ -253,7 +253,6 @@ bool ReadEnd(Merge& merge)
     char word[wordSize];
     merge.file.ReadWord(word, sizeof word);
     merge.file.stream.Close();
-    session.dirtyOrig = 0;
     return true;
 }
 
@@ -294,6 +293,9 @@ void TakeOver(Merge& merge)
     s.allocatedOTUs = s.tcst;
     s.allocatedCommunities = s.ncsm;
     s.allocatedSpecies = s.nSpp;
+    std::snprintf(s.dataName, sizeof s.dataName, "%s", merge.description.c_str());
+    if (s.nenv > 0) std::snprintf(s.envName, sizeof s.envName, "%s", merge.envName.c_str());
+    s.dirtyOrig = 0;
     AllocateSettings();
     s.eVarSelect = dim1Dint(std::max(s.ncsm, s.nenv));
 }

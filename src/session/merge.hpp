@@ -7,8 +7,7 @@
 ///
 /// Returns 1 when merged and written; 0, after telling the user why, when traits, the reserved
 /// numbers, ecosystem variables or the presence of species names differ or when both have a
-/// community of the same label. `session` then holds the first data set still, and dataName and
-/// envName may have been added to.
+/// community of the same label. `session` is then as it was.
 /// limits    only second files of the layout 18Jan2008 are read as they are meant; see the source
 /// errors    code 4 if the file cannot be opened; code 2 after "\nfile %s " with its name if it
 ///           falls out of step; codes 3 and 4 from WriteFormda
