@@ -52,7 +52,7 @@ void StepLine(const Options& options, Report& report)
     for (int step = 1; step <= nWarmUp; step++) SimulateStep(fastRun, fast, step);
     bool same = true;
     for (int s = 0; s <= nSites; s++)
-        same = same && std::memcmp(plain.W[static_cast<std::size_t>(s)].data(), fast.W.table[s],
+        same = same && std::memcmp(plain.W[static_cast<std::size_t>(s)].data(), fast.W[s],
                                    sizeof(double) * nOTUs) == 0;
     report.Same("M1", "sim", same);
     const Timed timed = TimeInTurn(options, Steps(plain, plainRun, plainStep),

@@ -230,8 +230,8 @@ void SayPredictors(const Simulation& run)
 
 void AskPredictors(Simulation& run)
 {
-    run.selected.emplace(run.nPredictors);
-    int* const selected = *run.selected;
+    run.selected = OwnedInts(run.nPredictors);
+    int* const selected = run.selected;
     Say("\nEcosystem variables in matrix E to be used in the analysis of the simulated data:\n");
     Say("   1  all variables \n");
     Say("   2  select variables \n");

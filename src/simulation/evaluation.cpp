@@ -97,10 +97,10 @@ void SelectEcosystem(const Simulation& run, Metacommunity& m, SetAnalysis& a)
 {
     int column = 0;
     for (int q = 0; q < m.nPredictors; q++) {
-        if (run.selected->values[q] != 1) continue;
-        double* const row = m.E.table[q];
+        if (run.selected[q] != 1) continue;
+        double* const row = m.E[q];
         if (session.opt_ro == varianceAnalysis) ClassesMV(m.nSites, row, row, nClassesOfFactor);
-        for (int s = 0; s < m.nSites; s++) a.selectedE.table[s][column] = row[s];
+        for (int s = 0; s < m.nSites; s++) a.selectedE[s][column] = row[s];
         column++;
     }
 }
@@ -129,7 +129,7 @@ void CountRegressions(const Simulation& run, const SetAnalysis& a, Rejections& n
     for (int y = 0; y < NRegressionResponses(run); y++) {
         Count(a.pRSquare[y], run, n.rSquare[y]);
         for (int e = 0; e < run.nSelected; e++)
-            Count(a.pCoefficient.table[e][y], run, n.coefficient.table[e][y]);
+            Count(a.pCoefficient[e][y], run, n.coefficient[e][y]);
     }
 }
 
@@ -139,7 +139,7 @@ void CountFactors(const Simulation& run, const SetAnalysis& a, Rejections& n)
         Count(a.pX[e], run, n.X[e]);
         Count(a.pT[e], run, n.T[e]);
         for (int t = 0; t < run.nTraits; t++)
-            Count(a.pTraits.table[e][t], run, n.traits.table[e][t]);
+            Count(a.pTraits[e][t], run, n.traits[e][t]);
         Count(a.pRf[e], run, n.Rf[e]);
     }
 }
@@ -211,7 +211,7 @@ void DivideRejections(const Simulation& run, Rejections& rejections)
     Divide(run.nSelected, rejections.T, n);
     Divide(run.nSelected, rejections.Rf, n);
     for (int e = 0; e < run.nSelected; e++) {
-        Divide(run.nTraits + 1, rejections.coefficient.table[e], n);
-        Divide(run.nTraits, rejections.traits.table[e], n);
+        Divide(run.nTraits + 1, rejections.coefficient[e], n);
+        Divide(run.nTraits, rejections.traits[e], n);
     }
 }

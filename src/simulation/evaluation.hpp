@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdio>
-#include <optional>
 
 #include "functional/permtest.hpp"
 #include "shell/arrays.hpp"

@@ -10,59 +10,59 @@ namespace {
 
 void ReadTraits(Simulation& run)
 {
-    run.traits.emplace(run.nOTUs, run.nTraits);
+    run.traits = OwnedRows(run.nOTUs, run.nTraits);
     if (run.traitSource == 't') {
-        run.traitFile.Read(run.nOTUs, run.nTraits, *run.traits);
+        run.traitFile.Read(run.nOTUs, run.nTraits, run.traits);
         return;
     }
-    run.traitCorrelation.emplace(run.nTraits, run.nTraits);
-    run.traitCorrelationFile.Read(run.nTraits, run.nTraits, *run.traitCorrelation);
+    run.traitCorrelation = OwnedRows(run.nTraits, run.nTraits);
+    run.traitCorrelationFile.Read(run.nTraits, run.nTraits, run.traitCorrelation);
     if (run.traitSource != 'b') return;
-    run.otuCorrelation.emplace(run.nOTUs, run.nOTUs);
-    run.otuCorrelationFile.Read(run.nOTUs, run.nOTUs, *run.otuCorrelation);
+    run.otuCorrelation = OwnedRows(run.nOTUs, run.nOTUs);
+    run.otuCorrelationFile.Read(run.nOTUs, run.nOTUs, run.otuCorrelation);
 }
 
 void ReadFunctions(const Simulation& run, LogisticFunctions& functions)
 {
-    functions.parameters.emplace(run.nOTUs, 2);
-    if (!functions.isGenerated) functions.file.Read(run.nOTUs, 2, *functions.parameters);
+    functions.parameters = OwnedRows(run.nOTUs, 2);
+    if (!functions.isGenerated) functions.file.Read(run.nOTUs, 2, functions.parameters);
 }
 
 void ReadLifespans(Simulation& run)
 {
-    run.lifespans.emplace(run.nOTUs);
+    run.lifespans = OwnedInts(run.nOTUs);
     if (run.lifespansGenerated) return;
     OwnedRows years(1, run.nOTUs);
     run.lifespanFile.Read(1, run.nOTUs, years);
-    for (int o = 0; o < run.nOTUs; o++) run.lifespans->values[o] = ToInt(years.table[0][o]);
+    for (int o = 0; o < run.nOTUs; o++) run.lifespans[o] = ToInt(years[0][o]);
 }
 
 void ReadEcosystem(Simulation& run)
 {
-    run.initialE.emplace(run.nPredictors, run.nSites);
+    run.initialE = OwnedRows(run.nPredictors, run.nSites);
     if (run.ecosystemSource == 'e') {
-        run.ecosystem.emplace(run.nFactors, run.nSites);
-        run.ecosystemFile.Read(run.nFactors, run.nSites, *run.ecosystem);
-        CopyMatrix(run.nFactors, run.nSites, *run.ecosystem, *run.initialE);
-        ZStandardizationRowsMV(run.nFactors, run.nSites, *run.initialE, *run.initialE);
-        ComputeInteractions(run, *run.initialE);
+        run.ecosystem = OwnedRows(run.nFactors, run.nSites);
+        run.ecosystemFile.Read(run.nFactors, run.nSites, run.ecosystem);
+        CopyMatrix(run.nFactors, run.nSites, run.ecosystem, run.initialE);
+        ZStandardizationRowsMV(run.nFactors, run.nSites, run.initialE, run.initialE);
+        ComputeInteractions(run, run.initialE);
     } else {
-        run.factorCorrelation.emplace(run.nFactors, run.nFactors);
-        run.factorCorrelationFile.Read(run.nFactors, run.nFactors, *run.factorCorrelation);
+        run.factorCorrelation = OwnedRows(run.nFactors, run.nFactors);
+        run.factorCorrelationFile.Read(run.nFactors, run.nFactors, run.factorCorrelation);
     }
 }
 
 void ReadLinearModels(Simulation& run)
 {
-    run.responses.emplace(run.nTraits, run.nPredictors);
-    run.responseFile.Read(run.nTraits, run.nPredictors, *run.responses);
-    run.effects.emplace(run.nFactors, run.nTraits);
-    run.effectFile.Read(run.nFactors, run.nTraits, *run.effects);
+    run.responses = OwnedRows(run.nTraits, run.nPredictors);
+    run.responseFile.Read(run.nTraits, run.nPredictors, run.responses);
+    run.effects = OwnedRows(run.nFactors, run.nTraits);
+    run.effectFile.Read(run.nFactors, run.nTraits, run.effects);
 
-    run.isResponding.emplace(run.nTraits);
+    run.isResponding = OwnedInts(run.nTraits);
     for (int t = 0; t < run.nTraits; t++)
         for (int q = 0; q < run.nPredictors; q++)
-            if (run.responses->table[t][q] != 0.0) run.isResponding->values[t] = 1;
+            if (run.responses[t][q] != 0.0) run.isResponding[t] = 1;
 }
 
 } // namespace
@@ -82,8 +82,8 @@ void ReadSimulationInputs(Simulation& run)
     ReadFunctions(run, run.density);
     ReadLifespans(run);
     ReadFunctions(run, run.age);
-    run.sites.emplace(2, run.nSites);
-    if (run.siteSource == 'c') run.siteFile.Read(2, run.nSites, *run.sites);
+    run.sites = OwnedRows(2, run.nSites);
+    if (run.siteSource == 'c') run.siteFile.Read(2, run.nSites, run.sites);
     ReadEcosystem(run);
     ReadLinearModels(run);
 }

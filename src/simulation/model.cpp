@@ -18,26 +18,26 @@ void GenerateTraits(Simulation& run)
     // Deliberate: results of earlier runs rest on it.
     const int kind = static_cast<signed char>(run.traitDistribution);
     if (run.traitSource == 'c')
-        CorrToData_New(run.nOTUs, run.nTraits, *run.traitCorrelation, *run.traits, kind);
+        CorrToData_New(run.nOTUs, run.nTraits, run.traitCorrelation, run.traits, kind);
     else
-        CorrToData_BothRowsColumns(run.nOTUs, run.nTraits, *run.traitCorrelation,
-                                   *run.otuCorrelation, *run.traits, kind);
+        CorrToData_BothRowsColumns(run.nOTUs, run.nTraits, run.traitCorrelation,
+                                   run.otuCorrelation, run.traits, kind);
 }
 
 void GenerateSites(Simulation& run)
 {
     for (int axis = 0; axis < 2; axis++)
-        for (int s = 0; s < run.nSites; s++) run.sites->table[axis][s] = gsl_rng_uniform(r) * 100.0;
+        for (int s = 0; s < run.nSites; s++) run.sites[axis][s] = gsl_rng_uniform(r) * 100.0;
 }
 
 void GenerateEcosystem(Simulation& run)
 {
     const int kind = static_cast<signed char>(run.ecosystemDistribution); // as with the traits
     OwnedRows data(run.nSites, run.nFactors);
-    CorrToData_New(run.nSites, run.nFactors, *run.factorCorrelation, data, kind);
-    TransposeMatrix(run.nSites, run.nFactors, data, *run.initialE);
-    ZStandardizationRowsMV(run.nFactors, run.nSites, *run.initialE, *run.initialE);
-    ComputeInteractions(run, *run.initialE);
+    CorrToData_New(run.nSites, run.nFactors, run.factorCorrelation, data, kind);
+    TransposeMatrix(run.nSites, run.nFactors, data, run.initialE);
+    ZStandardizationRowsMV(run.nFactors, run.nSites, run.initialE, run.initialE);
+    ComputeInteractions(run, run.initialE);
 }
 
 /// The longest lifespan itself is never drawn; equal limits need no draw.
@@ -45,7 +45,7 @@ void GenerateLifespans(Simulation& run)
 {
     const int range = run.maxLifespan - run.minLifespan;
     for (int o = 0; o < run.nOTUs; o++)
-        run.lifespans->values[o] = run.minLifespan + (range > 0 ? UniformInt(range) : 0);
+        run.lifespans[o] = run.minLifespan + (range > 0 ? UniformInt(range) : 0);
 }
 
 void Clear(int rows, int cols, double** M)
@@ -89,7 +89,7 @@ double Logistic(double x, double xMin, double xMax, double yMin, double yMax, do
 
 void GenerateFunctions(int n, LogisticFunctions& functions)
 {
-    double** const parameters = *functions.parameters;
+    double** const parameters = functions.parameters;
     for (int o = 0; o < n; o++)
         parameters[o][0] =
             gsl_rng_uniform(r) * (functions.maxCenter - functions.minCenter) + functions.minCenter;
@@ -114,41 +114,28 @@ Metacommunity::Metacommunity(const Simulation& run)
       siteTotal(nSites), density(nSites), richness(nSites), colonisations(nSites),
       extinctions(nSites), cwm(nTraits, nSites), previousCwm(nTraits, nSites),
       extrapolation(nTraits, nSites), dist(nSites, nOTUs), percentile(nSites, nOTUs),
-      present(nullptr), nPresent(nSites), isAt(nullptr), hasChanged(nSites),
+      present(nSites, nOTUs), nPresent(nSites), isAt(nOTUs, nSites), hasChanged(nSites),
       change(nTraits, nSites), delta(nFactors, nSites), shares(nOTUs), means(nTraits)
 {
-    present = dim2Dint(nSites, nOTUs);
-    try {
-        isAt = dim2Dchar(nOTUs, nSites);
-    } catch (...) {
-        free2D(present, nSites);
-        throw;
-    }
-}
-
-Metacommunity::~Metacommunity()
-{
-    free2D(present, nSites);
-    free2D(isAt, nOTUs);
 }
 
 double Metacommunity::ScaledDistance(int site, int otu) const
 {
-    const double d = dist.table[site][otu];
+    const double d = dist[site][otu];
     const double capped = d > cap ? cap : d;
     return scale > 0.0 ? capped / scale : capped;
 }
 
 void StandardizeTraits(const Simulation& run, Metacommunity& m)
 {
-    TransposeMatrix(m.nOTUs, m.nTraits, *run.traits, m.traitsByOTU);
+    TransposeMatrix(m.nOTUs, m.nTraits, run.traits, m.traitsByOTU);
     for (int t = 0; t < m.nTraits; t++)
-        MeanStDev(m.nOTUs, m.traitsByOTU.table[t], &m.traitMeans[t], &m.traitDeviations[t]);
-    ZStandardizationColsMV(m.nOTUs, m.nTraits, *run.traits, m.B);
+        MeanStDev(m.nOTUs, m.traitsByOTU[t], &m.traitMeans[t], &m.traitDeviations[t]);
+    ZStandardizationColsMV(m.nOTUs, m.nTraits, run.traits, m.B);
     TransposeMatrix(m.nOTUs, m.nTraits, m.B, m.traitsByOTU);
     for (int t = 0; t < m.nTraits; t++) {
-        m.traitMinima[t] = minVector(m.nOTUs, m.traitsByOTU.table[t]);
-        m.traitMaxima[t] = maxVector(m.nOTUs, m.traitsByOTU.table[t]);
+        m.traitMinima[t] = minVector(m.nOTUs, m.traitsByOTU[t]);
+        m.traitMaxima[t] = maxVector(m.nOTUs, m.traitsByOTU[t]);
     }
     m.wholeB = IsWhole(m.nOTUs, m.nTraits, m.B);
 }
@@ -156,7 +143,7 @@ void StandardizeTraits(const Simulation& run, Metacommunity& m)
 void MeasureSites(const Simulation& run, Metacommunity& m)
 {
     OwnedRows positions(m.nSites, 2);
-    TransposeMatrix(2, m.nSites, *run.sites, positions);
+    TransposeMatrix(2, m.nSites, run.sites, positions);
     EucliDistMV(m.nSites, 2, positions, m.D);
     UpperToLowerMatrix(m.nSites, m.D);
     MatrixUnitMaxTransf(m.nSites, m.nSites, m.D, m.D);
@@ -174,8 +161,8 @@ void StartSet(Simulation& run, Metacommunity& m)
         MeasureSites(run, m);
     }
     if (run.ecosystemSource == 'c') GenerateEcosystem(run);
-    CopyMatrix(m.nPredictors, m.nSites, *run.initialE, m.E);
-    CopyMatrix(m.nPredictors, m.nSites, *run.initialE, m.firstE);
+    CopyMatrix(m.nPredictors, m.nSites, run.initialE, m.E);
+    CopyMatrix(m.nPredictors, m.nSites, run.initialE, m.firstE);
     if (run.survival.isGenerated) GenerateFunctions(run.nOTUs, run.survival);
     if (run.density.isGenerated) GenerateFunctions(run.nOTUs, run.density);
     if (run.lifespansGenerated) GenerateLifespans(run);

@@ -63,18 +63,16 @@ struct Metacommunity {
     PercentileSelector percentile;
 
     // Kept for speed: which OTUs are where.
-    int** present;        // S x N: OTUs present, ascending
-    OwnedInts nPresent;   // S
-    char** isAt;          // N x S: 1 where an OTU is present
-    OwnedInts hasChanged; // S, 1 if W of the site changed in the step
-    bool wholeB = true;   // B has no missing and no infinite cell
+    OwnedTable<int> present; // S x N: OTUs present, ascending
+    OwnedInts nPresent;      // S
+    OwnedTable<char> isAt;   // N x S: 1 where an OTU is present
+    OwnedInts hasChanged;    // S, 1 if W of the site changed in the step
+    bool wholeB = true;      // B has no missing and no infinite cell
 
     // Work space of a step.
     OwnedRows change, delta; // K x S, F x S
     OwnedVector shares;      // N
     OwnedVector means;       // K
-
-    ~Metacommunity();
 
     /// Distance of an OTU to a site's expectation, capped and scaled: 0 to 1.
     double ScaledDistance(int site, int otu) const;

@@ -44,7 +44,7 @@ void ReportPredictors(File f, const Simulation& run)
 
 void PrintPredictorWeights(File f, const Simulation& run)
 {
-    for (int q = 0; q < run.nPredictors; q++) std::fprintf(f, "\t%d", run.selected->values[q]);
+    for (int q = 0; q < run.nPredictors; q++) std::fprintf(f, "\t%d", run.selected[q]);
 }
 
 void ReportPredictorWeights(File f, const Simulation& run)

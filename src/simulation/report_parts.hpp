@@ -35,7 +35,7 @@ void ForFactors(const Simulation& run, Line line)
     char name[24];
     int place = 0;
     for (int q = 0; q < run.nPredictors; q++) {
-        if (run.selected->values[q] != 1) continue;
+        if (run.selected[q] != 1) continue;
         PredictorName(run, q, name);
         line(name, place++);
     }

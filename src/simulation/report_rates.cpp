@@ -45,7 +45,7 @@ void ReportRegressionRates(File f, const Simulation& run, const Rejections& rate
     std::fprintf(f, "\nFor each CWM trait and functional diversity as response variables, the corresponding probabilities of H0 rejection of regression adjustment (r-square) and beta coefficients are shown below:\n");
     const auto coefficients = [&](int y) {
         ForFactors(run, [&](const char* name, int e) {
-            std::fprintf(f, "Factor:\t%s\tcoeff\tP=\t%g\n", name, rates.coefficient.table[e][y]);
+            std::fprintf(f, "Factor:\t%s\tcoeff\tP=\t%g\n", name, rates.coefficient[e][y]);
         });
     };
     ForTraits(run, [&](const char* label, int t) {
@@ -66,7 +66,7 @@ void ReportVarianceRates(File f, const Simulation& run, const Rejections& rates)
         report(name, rates.T[e]);
         std::fprintf(f, "ANOVA for each selected individual trait using pseudo-F (between/within groups sum of squares):\n");
         ForTraits(run, [&](const char* label, int t) {
-            std::fprintf(f, "Trait:\t%s\tPseudo-F\tP=\t%g\n", label, rates.traits.table[e][t]);
+            std::fprintf(f, "Trait:\t%s\tPseudo-F\tP=\t%g\n", label, rates.traits[e][t]);
         });
         std::fprintf(f, "\n");
     });

@@ -28,33 +28,33 @@ void ReportGenerated(File f, const Simulation& run, const Metacommunity& m)
 {
     if (run.traitSource != 't') {
         std::fprintf(f, "\nRandomly generated trait data (not standardized, %d OTUs in rows and %d traits in columns):\n", run.nOTUs, run.nTraits);
-        PrintMatrixOf(f, run.nOTUs, run.nTraits, *run.traits);
+        PrintMatrixOf(f, run.nOTUs, run.nTraits, run.traits);
     }
     std::fprintf(f, "\nTrait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n", run.nOTUs, run.nTraits);
     PrintMatrixOf(f, run.nOTUs, run.nTraits, m.B);
     if (run.dispersal.isGenerated) {
         std::fprintf(f, "\nRandomly generated seed dispersal kernel parameters (%d OTUs, center and slope of the logistic function):\n", run.nOTUs);
-        PrintMatrixOf(f, run.nOTUs, 2, *run.dispersal.parameters);
+        PrintMatrixOf(f, run.nOTUs, 2, run.dispersal.parameters);
     }
     if (run.siteSource == 'r') {
         std::fprintf(f, "\nRandomly generated site coordinates (2 x %d community sites):\n", run.nSites);
-        PrintMatrixOf(f, 2, run.nSites, *run.sites);
+        PrintMatrixOf(f, 2, run.nSites, run.sites);
     }
     if (run.survival.isGenerated) {
         std::fprintf(f, "\nRandomly generated parameters (center and slope) of the logistic function relating probability of survival to distance between OTU traits and expected community traits for %d OTUs:\n", run.nOTUs);
-        PrintMatrixOf(f, run.nOTUs, 2, *run.survival.parameters);
+        PrintMatrixOf(f, run.nOTUs, 2, run.survival.parameters);
     }
     if (run.density.isGenerated) {
         std::fprintf(f, "\nRandomly generated density dependence parameters for %d OTUs, with center and slope of the logistic function:\n", run.nOTUs);
-        PrintMatrixOf(f, run.nOTUs, 2, *run.density.parameters);
+        PrintMatrixOf(f, run.nOTUs, 2, run.density.parameters);
     }
     if (run.lifespansGenerated) {
         std::fprintf(f, "\nRandomly generated maximum lifespan for %d OTUs:\n", run.nOTUs);
-        PrintCounts(f, run.nOTUs, *run.lifespans);
+        PrintCounts(f, run.nOTUs, run.lifespans);
     }
     if (run.age.isGenerated) {
         std::fprintf(f, "\nRandomly generated age-related survivorship curve parameters for %d OTUs, with the center and slope of the logistic function for the probabilities:\n", run.nOTUs);
-        PrintMatrixOf(f, run.nOTUs, 2, *run.age.parameters);
+        PrintMatrixOf(f, run.nOTUs, 2, run.age.parameters);
     }
 }
 
@@ -68,7 +68,7 @@ void ReportCommunities(File f, const Simulation& run, const Metacommunity& m)
     std::fprintf(f, "\nOTU richness in each community (at step %d, when either %g of the average maximum number of individuals per community or %g of the specified maximum number of individual colonization/extinction iterations were reached):\n", m.recordStep, run.threshold, run.threshold);
     PrintCounts(f, m.nSites, m.richness);
     std::fprintf(f, "\nAbundance of each OTU in the metacommunity (at step %d, when either %g of the average maximum number of individuals per community or %g of the specified maximum number of individual colonization/extinction iterations were reached):\n", m.recordStep, run.threshold, run.threshold);
-    PrintVectorTab(f, m.nOTUs, m.W.table[m.nSites], SignificantDigits(), nullptr);
+    PrintVectorTab(f, m.nOTUs, m.W[m.nSites], SignificantDigits(), nullptr);
     std::fprintf(f, "\nAverage age matrix at step %d, for %d community sites in rows and %d OTUs in columns:\n", run.totalSteps, m.nSites, m.nOTUs);
     PrintAverageAges(f, run, m, run.totalSteps);
     std::fprintf(f, "\nTotal number of OTU extinctions in each community (after step %d, when either %g of the average maximum number of individuals per community or %g of the specified maximum number of individual colonization/extinction iterations were reached):\n", m.recordStep, run.threshold, run.threshold);
@@ -131,7 +131,7 @@ Descriptors::Descriptors(const Simulation& run, const Metacommunity& m)
 {
     for (int s = 0; s < m.nSites; s++) {
         abundance[s] = m.siteTotal[s];
-        averageAge[s] = AverageAge(run, m.averageBirth.table[s][m.nOTUs], m.siteTotal[s],
+        averageAge[s] = AverageAge(run, m.averageBirth[s][m.nOTUs], m.siteTotal[s],
                                    run.totalSteps);
         richness[s] = m.richness[s];
         extinctions[s] = m.extinctions[s];
@@ -154,7 +154,7 @@ void ReportAxis(File f, const Simulation& run, const Metacommunity& m, const Des
         std::fprintf(f, "CWM trait %d at final step %d:\t%g\n", t + 1, run.totalSteps, r(T[t]));
     std::fprintf(f, "Rao entropy at final step %d:\t%g\n", run.totalSteps, r(Rf));
     for (int q = 0; q < m.nPredictors; q++)
-        std::fprintf(f, "Ecosystem variable %d at final step %d:\t%g\n", q + 1, run.totalSteps, r(m.E.table[q]));
+        std::fprintf(f, "Ecosystem variable %d at final step %d:\t%g\n", q + 1, run.totalSteps, r(m.E[q]));
 }
 
 /// T, K x S, from shares of communities, each trait to unit length.
@@ -190,7 +190,7 @@ void ReportResponse(File f, const Simulation& run, const SetAnalysis& a, int y)
 {
     ForFactors(run, [&](const char* name, int e) {
         std::fprintf(f, "Factor:\t%s\tcoeff=\t%g\tp-value=\t%g\n", name,
-                     a.coefficient.table[e][y], a.pCoefficient.table[e][y]);
+                     a.coefficient[e][y], a.pCoefficient[e][y]);
     });
     std::fprintf(f, "Intercept=\t%g\n", a.intercept[y]);
 }
@@ -223,7 +223,7 @@ void ReportStates(File f, const Simulation& run, const SetAnalysis& a)
     ForFactors(run, [&](const char* name, int e) {
         std::fprintf(f, "Factor:\t%s\tStates:\t", name);
         for (int s = 0; s < run.nSites; s++)
-            std::fprintf(f, "%d\t", static_cast<int>(a.selectedE.table[s][e]));
+            std::fprintf(f, "%d\t", static_cast<int>(a.selectedE[s][e]));
         std::fprintf(f, "\n");
     });
 }
@@ -237,7 +237,7 @@ void ReportVarianceAnalysis(File f, const Simulation& run, const SetAnalysis& a)
         ReportPseudoF(f, name, a.fT[e], a.pT[e]);
         std::fprintf(f, "ANOVA for each selected individual trait the pseudo-F (between/within groups sum of squares) and corresponding p-values are shown below:\n");
         ForTraits(run, [&](const char* label, int t) {
-            std::fprintf(f, "Trait:\t%s\tPseudo-F=\t%g\tp-value=\t%g\n", label, a.fTraits.table[e][t], a.pTraits.table[e][t]);
+            std::fprintf(f, "Trait:\t%s\tPseudo-F=\t%g\tp-value=\t%g\n", label, a.fTraits[e][t], a.pTraits[e][t]);
         });
         std::fprintf(f, "\n");
     });
@@ -256,7 +256,7 @@ void WriteSimulatedSet(const Simulation& run, const Metacommunity& m)
     if (run.nSets > 2) return;
 
     const OutputFile B(OpenResult("B_Simulated.txt", "w"));
-    PrintMatrixOf(B, m.nOTUs, m.nTraits, *run.traits);
+    PrintMatrixOf(B, m.nOTUs, m.nTraits, run.traits);
     std::fprintf(B, "Trait data (not standardized, %d OTUs in rows and %d traits in columns):\n", m.nOTUs, m.nTraits);
 
     const OutputFile W(OpenResult("W_Simulated.txt", "w"));
@@ -301,7 +301,7 @@ void ReportAnalysis(const Simulation& run, const Metacommunity& m, const SetAnal
     std::fprintf(f, "\nCorrelation coefficients between ordination axes and other community or ecosystem descriptors:\n");
     for (int a = 0; a < std::min(ordination.nAxes, nAxesShown); a++) {
         std::fprintf(f, "Axis:\t%d\n", a + 1);
-        ReportAxis(f, run, m, descriptors, T, analysis.Rf, ordination.communityScores.table[a]);
+        ReportAxis(f, run, m, descriptors, T, analysis.Rf, ordination.communityScores[a]);
     }
     ReportTraitWeights(f, run);
     ReportPredictorWeights(f, run);

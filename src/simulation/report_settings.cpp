@@ -35,7 +35,7 @@ void ReportFunctions(File f, const Simulation& run, const LogisticFunctions& fun
         return;
     }
     std::fprintf(f, "\nSpecified parameters (center and slope) of the logistic function for %s: file %s\n", what, functions.file.name);
-    PrintMatrixOf(f, run.nOTUs, 2, *functions.parameters);
+    PrintMatrixOf(f, run.nOTUs, 2, functions.parameters);
 }
 
 void ReportTraitSource(File f, const Simulation& run)
@@ -45,14 +45,14 @@ void ReportTraitSource(File f, const Simulation& run)
     std::fprintf(f, "Specified number of traits:\t%d\n", run.nTraits);
     if (run.traitSource == 't') {
         std::fprintf(f, "\nTrait data (%d OTUs x %d traits, file %s)\n", run.nOTUs, run.nTraits, run.traitFile.name);
-        PrintMatrixOf(f, run.nOTUs, run.nTraits, *run.traits);
+        PrintMatrixOf(f, run.nOTUs, run.nTraits, run.traits);
         return;
     }
     std::fprintf(f, "\nTrait correlation matrix (%d traits x %d traits, file %s)\n", run.nTraits, run.nTraits, run.traitCorrelationFile.name);
-    PrintMatrixOf(f, run.nTraits, run.nTraits, *run.traitCorrelation);
+    PrintMatrixOf(f, run.nTraits, run.nTraits, run.traitCorrelation);
     if (run.traitSource == 'b') {
         std::fprintf(f, "\nCorrelation matrix between OTUs (%d OTUs x %d OTUs, file %s)\n", run.nOTUs, run.nOTUs, run.otuCorrelationFile.name);
-        PrintMatrixOf(f, run.nOTUs, run.nOTUs, *run.otuCorrelation);
+        PrintMatrixOf(f, run.nOTUs, run.nOTUs, run.otuCorrelation);
     }
     if (run.traitDistribution == 'u')
         std::fprintf(f, "Trait data generated with UNIFORM distribution\n");
@@ -64,7 +64,7 @@ void ReportSites(File f, const Simulation& run)
 {
     if (run.siteSource == 'c') {
         std::fprintf(f, "\nSpecified site coordinates (2 x %d community sites, file %s)\n", run.nSites, run.siteFile.name);
-        PrintMatrixOf(f, 2, run.nSites, *run.sites);
+        PrintMatrixOf(f, 2, run.nSites, run.sites);
     } else {
         std::fprintf(f, "Site coordinates generated at random\n");
     }
@@ -75,11 +75,11 @@ void ReportEcosystemSource(File f, const Simulation& run)
     std::fprintf(f, "Specified number of factors:\t%d\n", run.nFactors);
     if (run.ecosystemSource == 'e') {
         std::fprintf(f, "\nInitial ecosystem conditions (%d factors x %d sites, file %s).\n", run.nFactors, run.nSites, run.ecosystemFile.name);
-        PrintMatrixOf(f, run.nFactors, run.nSites, *run.ecosystem);
+        PrintMatrixOf(f, run.nFactors, run.nSites, run.ecosystem);
         return;
     }
     std::fprintf(f, "\nFactor correlation matrix (%d factors x %d factors, file %s)\n", run.nFactors, run.nFactors, run.factorCorrelationFile.name);
-    PrintMatrixOf(f, run.nFactors, run.nFactors, *run.factorCorrelation);
+    PrintMatrixOf(f, run.nFactors, run.nFactors, run.factorCorrelation);
     if (run.ecosystemDistribution == 'u')
         std::fprintf(f, "Environmental data generated with UNIFORM distribution\n");
     else
@@ -90,12 +90,12 @@ void ReportLinearModels(File f, const Simulation& run)
 {
     std::fprintf(f, "Double interactions between factors:\t%s\n", YesOrNo(run.withInteractions));
     std::fprintf(f, "\nParameters for linear models of community responses to ecosystem conditions (%d traits x %d ecosystem predictor variables, file %s):\n", run.nTraits, run.nPredictors, run.responseFile.name);
-    PrintMatrixOf(f, run.nTraits, run.nPredictors, *run.responses);
+    PrintMatrixOf(f, run.nTraits, run.nPredictors, run.responses);
     std::fprintf(f, "\nParameters for linear models of community effects on ecosystem conditions (%d ecosystem variables x %d traits, file %s):\n", run.nFactors, run.nTraits, run.effectFile.name);
-    PrintMatrixOf(f, run.nFactors, run.nTraits, *run.effects);
+    PrintMatrixOf(f, run.nFactors, run.nTraits, run.effects);
     std::fprintf(f, "\nTraits with non-zero parameters for community responses to ecosystem conditions: \n");
     for (int t = 0; t < run.nTraits; t++)
-        if (run.isResponding->values[t] == 1) std::fprintf(f, "%d\t", t + 1);
+        if (run.isResponding[t] == 1) std::fprintf(f, "%d\t", t + 1);
     std::fprintf(f, "\n");
 }
 
@@ -106,7 +106,7 @@ void ReportLifespans(File f, const Simulation& run)
         return;
     }
     std::fprintf(f, "\nSpecified maximum lifespan values (years) for %d OTUs (file %s):\n", run.nOTUs, run.lifespanFile.name);
-    PrintCounts(f, run.nOTUs, *run.lifespans);
+    PrintCounts(f, run.nOTUs, run.lifespans);
 }
 
 void ReportDuration(File f, const Simulation& run)

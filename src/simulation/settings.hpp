@@ -5,7 +5,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 
 #include "shell/arrays.hpp"
 #include "shell/files.hpp"
@@ -28,7 +27,7 @@ struct LogisticFunctions {
     double minCenter = 0.0, maxCenter = 0.0; // limits of what is generated
     double minSlope = 0.0, maxSlope = 0.0;
     NamedFile file;
-    std::optional<OwnedRows> parameters; // N x 2: center (0 to 1) and slope (negative)
+    OwnedRows parameters; // N x 2: center (0 to 1) and slope (negative)
 };
 
 /// Settings and parameters of a run. Matrices are empty until the input files are read.
@@ -55,18 +54,18 @@ struct Simulation {
         factorCorrelationFile, responseFile, effectFile, lifespanFile;
     LogisticFunctions dispersal, survival, density, age;
 
-    std::optional<OwnedRows> traits;            // N x K, not standardised
-    std::optional<OwnedRows> traitCorrelation;  // K x K, sources 'c' and 'b'
-    std::optional<OwnedRows> otuCorrelation;    // N x N, source 'b'
-    std::optional<OwnedRows> factorCorrelation; // F x F, source 'c'
-    std::optional<OwnedRows> sites;             // 2 x S: X, then Y
-    std::optional<OwnedRows> ecosystem;         // F x S, source 'e', not standardised
-    std::optional<OwnedRows> initialE;          // Q x S, factors standardised
-    std::optional<OwnedRows> responses;         // K x Q: of community traits to the ecosystem
-    std::optional<OwnedRows> effects;           // F x K: of community traits on the ecosystem
-    std::optional<OwnedInts> lifespans;         // N, years
-    std::optional<OwnedInts> isResponding;      // K, 1 for a trait with a response that is not 0
-    std::optional<OwnedInts> selected;          // Q, 1 for a predictor in the analysis
+    OwnedRows traits;            // N x K, not standardised
+    OwnedRows traitCorrelation;  // K x K, sources 'c' and 'b'
+    OwnedRows otuCorrelation;    // N x N, source 'b'
+    OwnedRows factorCorrelation; // F x F, source 'c'
+    OwnedRows sites;             // 2 x S: X, then Y
+    OwnedRows ecosystem;         // F x S, source 'e', not standardised
+    OwnedRows initialE;          // Q x S, factors standardised
+    OwnedRows responses;         // K x Q: of community traits to the ecosystem
+    OwnedRows effects;           // F x K: of community traits on the ecosystem
+    OwnedInts lifespans;         // N, years
+    OwnedInts isResponding;      // K, 1 for a trait with a response that is not 0
+    OwnedInts selected;          // Q, 1 for a predictor in the analysis
     int nSelected = 0;
 
     /// Whether the data of each set go to the report.

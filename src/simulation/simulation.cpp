@@ -3,7 +3,6 @@
 #include <omp.h>
 
 #include <cstdio>
-#include <optional>
 
 #include "numeric/random.hpp"
 #include "session/session.hpp"

@@ -30,7 +30,7 @@ const double capFraction = 0.95; // farther than 95 % of all distances counts as
 
 double UnitLogistic(double x, const LogisticFunctions& functions, int otu)
 {
-    const double* const parameters = functions.parameters->table[otu];
+    const double* const parameters = functions.parameters[otu];
     return Logistic(x, 0.0, 1.0, 0.0, 1.0, parameters[1], parameters[0]);
 }
 
@@ -38,7 +38,7 @@ double UnitLogistic(double x, const LogisticFunctions& functions, int otu)
 
 void ExpectAverages(const Simulation& run, Metacommunity& m)
 {
-    MatrixProdMV(m.nTraits, m.nPredictors, m.nPredictors, m.nSites, *run.responses, m.E,
+    MatrixProdMV(m.nTraits, m.nPredictors, m.nPredictors, m.nSites, run.responses, m.E,
                  m.expected);
     // The linear models are on the raw scale of the traits.
     ZStandardizationRowsMV(m.nTraits, m.nSites, m.traitMeans, m.traitDeviations, m.expected,
@@ -49,12 +49,12 @@ void ExpectAverages(const Simulation& run, Metacommunity& m)
 /// sum runs over the traits in order.
 KERNEL_INLINE void DistancesOfSite(const Metacommunity& m, int s)
 {
-    double* const out = m.dist.table[s];
+    double* const out = m.dist[s];
     const int n = m.nOTUs;
     const double nTraits = m.nTraits;
     for (int t = 0; t < m.nTraits; t++) {
-        const double* const trait = m.traitsByOTU.table[t];
-        const double expected = m.expected.table[t][s];
+        const double* const trait = m.traitsByOTU[t];
+        const double expected = m.expected[t][s];
         if (t == 0) {
             #pragma omp simd
             for (int o = 0; o < n; o++)
@@ -193,7 +193,7 @@ double NearestSource(const Metacommunity& m, int s, int o)
 {
     double nearest = 1.0;
     for (int t = 0; t < m.nSites; t++)
-        if (m.isAt[o][t] != 0 && t != s && m.D.table[s][t] < nearest) nearest = m.D.table[s][t];
+        if (m.isAt[o][t] != 0 && t != s && m.D[s][t] < nearest) nearest = m.D[s][t];
     return nearest;
 }
 
@@ -202,7 +202,7 @@ double NearestSource(const Metacommunity& m, int s, int o)
 bool Arrives(const Simulation& run, const Metacommunity& m, int s, int o, std::FILE* record)
 {
     double probability = 1.0;
-    if (m.W.table[m.nSites][o] != 0.0) {
+    if (m.W[m.nSites][o] != 0.0) {
         if (m.isAt[o][s] != 0) return true;
         probability = UnitLogistic(NearestSource(m, s, o), run.dispersal, o);
         if (record != nullptr)
@@ -236,7 +236,7 @@ int OtuOfIndividual(const Metacommunity& m, int s, int i)
     double sum = 0.0;
     for (int k = 0; k < m.nPresent[s]; k++) {
         const int o = m.present[s][k];
-        sum += m.W.table[s][o];
+        sum += m.W[s][o];
         if (sum > i) return o;
     }
     return m.present[s][m.nPresent[s] - 1]; // not reached: the sum is the site's total
@@ -262,11 +262,11 @@ void Mortality(const Simulation& run, Metacommunity& m, int step, std::FILE* rec
             std::fprintf(record, "Community:\t%d\tDensity dependence survival probability:\t%g\n",
                          s + 1, densitySurvival);
 
-        const int j = UniformInt(static_cast<int>(m.W.table[s][o]));
+        const int j = UniformInt(static_cast<int>(m.W[s][o]));
         const std::size_t place = PlaceOfIndividual(m, s, o, j);
         const int birth = m.individuals[static_cast<std::size_t>(s)][place].birth;
         const double ageYears = static_cast<double>(step - birth) / run.perYear;
-        const double ageSurvival = UnitLogistic(ageYears / run.lifespans->values[o], run.age, o);
+        const double ageSurvival = UnitLogistic(ageYears / run.lifespans[o], run.age, o);
         if (record != nullptr)
             std::fprintf(record, "Community:\t%d\tOTU:\t%d\tIndividual age (years):\t%g\tAge-related survival probability:\t%g\n",
                          s + 1, o + 1, ageYears, ageSurvival);
@@ -285,12 +285,12 @@ void AverageSite(Metacommunity& m, int s)
 {
     const int n = m.nPresent[s];
     for (int k = 0; k < n; k++)
-        m.shares[k] = m.W.table[s][m.present[s][k]] / m.siteTotal[s];
+        m.shares[k] = m.W[s][m.present[s][k]] / m.siteTotal[s];
     for (int t = 0; t < m.nTraits; t++) {
-        const double* const trait = m.traitsByOTU.table[t];
+        const double* const trait = m.traitsByOTU[t];
         double sum = 0.0;
         for (int k = 0; k < n; k++) sum += m.shares[k] * trait[m.present[s][k]];
-        m.cwm.table[t][s] = sum;
+        m.cwm[t][s] = sum;
     }
 }
 
@@ -298,11 +298,11 @@ void AverageSite(Metacommunity& m, int s)
 void AverageSiteMV(Metacommunity& m, int s)
 {
     for (int o = 0; o < m.nOTUs; o++)
-        m.shares[o] = m.siteTotal[s] > 0 ? m.W.table[s][o] / m.siteTotal[s] : 0.0;
+        m.shares[o] = m.siteTotal[s] > 0 ? m.W[s][o] / m.siteTotal[s] : 0.0;
     double* row = m.shares;
     double* out = m.means;
     MatrixProdMV(1, m.nOTUs, m.nOTUs, m.nTraits, &row, m.B, &out);
-    for (int t = 0; t < m.nTraits; t++) m.cwm.table[t][s] = out[t];
+    for (int t = 0; t < m.nTraits; t++) m.cwm[t][s] = out[t];
 }
 
 void AverageTraits(Metacommunity& m)
@@ -320,9 +320,9 @@ void AverageTraits(Metacommunity& m)
 void ChangeEcosystem(const Simulation& run, Metacommunity& m)
 {
     MatrixSum(m.nTraits, m.nSites, m.nTraits, m.nSites, m.cwm, m.previousCwm, m.change, -1);
-    MatrixProdMV(m.nFactors, m.nTraits, m.nTraits, m.nSites, *run.effects, m.change, m.delta);
+    MatrixProdMV(m.nFactors, m.nTraits, m.nTraits, m.nSites, run.effects, m.change, m.delta);
     for (int f = 0; f < m.nFactors; f++)
-        for (int s = 0; s < m.nSites; s++) m.E.table[f][s] += m.delta.table[f][s];
+        for (int s = 0; s < m.nSites; s++) m.E[f][s] += m.delta[f][s];
     CopyMatrix(m.nTraits, m.nSites, m.cwm, m.previousCwm);
     ComputeInteractions(run, m.E);
 }
@@ -385,10 +385,10 @@ void MeasureExtrapolation(Metacommunity& m)
 {
     for (int t = 0; t < m.nTraits; t++)
         for (int s = 0; s < m.nSites; s++) {
-            const double value = m.expected.table[t][s];
+            const double value = m.expected[t][s];
             if (value > m.traitMaxima[t])
-                m.extrapolation.table[t][s] = value - m.traitMaxima[t];
+                m.extrapolation[t][s] = value - m.traitMaxima[t];
             else if (value < m.traitMinima[t])
-                m.extrapolation.table[t][s] = value - m.traitMinima[t];
+                m.extrapolation[t][s] = value - m.traitMinima[t];
         }
 }

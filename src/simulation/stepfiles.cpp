@@ -38,7 +38,7 @@ void SaveDistances(const Metacommunity& m, int step)
                  step, m.nSites, m.nOTUs);
     OwnedRows scaled(m.nSites, m.nOTUs);
     for (int s = 0; s < m.nSites; s++)
-        for (int o = 0; o < m.nOTUs; o++) scaled.table[s][o] = m.ScaledDistance(s, o);
+        for (int o = 0; o < m.nOTUs; o++) scaled[s][o] = m.ScaledDistance(s, o);
     PrintMatrixTab(file, m.nSites, m.nOTUs, scaled, SignificantDigits());
 }
 
@@ -50,7 +50,7 @@ void SaveSurvival(const Simulation& run, const Metacommunity& m, int step)
     OwnedRows probabilities(m.nSites, m.nOTUs);
     for (int s = 0; s < m.nSites; s++)
         for (int o = 0; o < m.nOTUs; o++)
-            probabilities.table[s][o] = SurvivalProbability(run, m, s, o);
+            probabilities[s][o] = SurvivalProbability(run, m, s, o);
     PrintMatrixTab(file, m.nSites, m.nOTUs, probabilities, SignificantDigits());
 }
 
@@ -122,14 +122,14 @@ void SaveTraits(const Simulation& run, Metacommunity& m)
     const int digits = SignificantDigits();
     if (run.traitSource == 't') {
         std::fprintf(file, "Trait data (not standardized, %d OTUs in rows and %d traits in columns):\n", run.nOTUs, run.nTraits);
-        PrintMatrixTab(file, run.nOTUs, run.nTraits, *run.traits, digits);
+        PrintMatrixTab(file, run.nOTUs, run.nTraits, run.traits, digits);
     } else {
         std::fprintf(file, "\nTrait correlation matrix (%d traits):\n", run.nTraits);
-        PrintMatrixTab(file, run.nTraits, run.nTraits, *run.traitCorrelation, digits);
+        PrintMatrixTab(file, run.nTraits, run.nTraits, run.traitCorrelation, digits);
     }
     if (run.traitSource == 'b') {
         std::fprintf(file, "\nCorrelation matrix between OTUs (%d nOTUs):\n", run.nOTUs);
-        PrintMatrixTab(file, run.nOTUs, run.nOTUs, *run.otuCorrelation, digits);
+        PrintMatrixTab(file, run.nOTUs, run.nOTUs, run.otuCorrelation, digits);
     }
     std::fprintf(file, "\nTrait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n", run.nOTUs, run.nTraits);
     PrintMatrixTab(file, run.nOTUs, run.nTraits, m.B, digits);
@@ -207,15 +207,15 @@ void PrintAverageAges(std::FILE* file, const Simulation& run, const Metacommunit
         std::fprintf(file, "%.*g\t", digits, AverageAge(run, birth, n, step));
     };
     for (int s = 0; s < m.nSites; s++) {
-        for (int o = 0; o < m.nOTUs; o++) print(m.averageBirth.table[s][o], m.W.table[s][o]);
+        for (int o = 0; o < m.nOTUs; o++) print(m.averageBirth[s][o], m.W[s][o]);
         std::fprintf(file, "\n");
     }
     std::fprintf(file, "\nAverage age of individuals in each community:\n");
-    for (int s = 0; s < m.nSites; s++) print(m.averageBirth.table[s][m.nOTUs], m.siteTotal[s]);
+    for (int s = 0; s < m.nSites; s++) print(m.averageBirth[s][m.nOTUs], m.siteTotal[s]);
     std::fprintf(file, "\n");
     std::fprintf(file, "\nAverage age of individuals of each OTU across communities:\n");
     for (int o = 0; o < m.nOTUs; o++)
-        print(m.averageBirth.table[m.nSites][o], m.W.table[m.nSites][o]);
+        print(m.averageBirth[m.nSites][o], m.W[m.nSites][o]);
     std::fprintf(file, "\n");
 }
 
@@ -226,6 +226,6 @@ void PrintCommunities(std::FILE* file, const Metacommunity& m)
     std::fprintf(file, "\nAbundance in each community:\n");
     PrintVectorTab(file, m.nSites, m.siteTotal, nullptr);
     std::fprintf(file, "\nAbundance of each OTU across communities:\n");
-    PrintVectorTab(file, m.nOTUs, m.W.table[m.nSites], digits, nullptr);
+    PrintVectorTab(file, m.nOTUs, m.W[m.nSites], digits, nullptr);
     std::fprintf(file, "Total abundance:\t%d\n", m.total);
 }

@@ -80,14 +80,14 @@ TEST_CASE("each measure counts its own probabilities, and counts become rates")
         for (int y = 0; y < 3; y++) a.pRSquare[y] = 1.0;
         for (int e = 0; e < 2; e++) {
             a.pX[e] = a.pT[e] = a.pRf[e] = 1.0;
-            for (int y = 0; y < 3; y++) a.pCoefficient.table[e][y] = 1.0;
-            for (int t = 0; t < 2; t++) a.pTraits.table[e][t] = 1.0;
+            for (int y = 0; y < 3; y++) a.pCoefficient[e][y] = 1.0;
+            for (int t = 0; t < 2; t++) a.pTraits[e][t] = 1.0;
         }
         a.test.probabilities[rXZ_T] = 0.25;
         a.pRSquare[2] = 0.1; // functional diversity, behind the two traits
-        a.pCoefficient.table[1][0] = 0.2;
+        a.pCoefficient[1][0] = 0.2;
         a.pX[1] = 0.2;
-        a.pTraits.table[1][0] = 0.0;
+        a.pTraits[1][0] = 0.0;
         for (int set = 0; set < 3; set++) CountRejections(run, a, n);
         DivideRejections(run, n);
 
@@ -97,11 +97,11 @@ TEST_CASE("each measure counts its own probabilities, and counts become rates")
         const bool isRegression = measure == linearRegression;
         CHECK(n.rSquare[2] == (isRegression ? 0.75 : 0.0));
         CHECK(n.rSquare[0] == 0.0);
-        CHECK(n.coefficient.table[1][0] == (isRegression ? 0.75 : 0.0));
+        CHECK(n.coefficient[1][0] == (isRegression ? 0.75 : 0.0));
         const bool isAnova = measure == varianceAnalysis;
         CHECK(n.X[1] == (isAnova ? 0.75 : 0.0));
         CHECK(n.X[0] == 0.0);
-        CHECK(n.traits.table[1][0] == (isAnova ? 0.75 : 0.0));
+        CHECK(n.traits[1][0] == (isAnova ? 0.75 : 0.0));
         CHECK(n.T[1] == 0.0);
     }
 }
@@ -112,7 +112,7 @@ TEST_CASE("the analysis takes the predictors in use, as classes for the analysis
         CAPTURE(measure);
         Simulation run;
         FillRun(run, 5, 4, 2, 3, false);
-        run.selected->values[1] = 0;
+        run.selected[1] = 0;
         run.nSelected = 2;
         const SimulationSession borrowed(run, measure);
         InitRndNumberGenerator(4);
@@ -122,22 +122,22 @@ TEST_CASE("the analysis takes the predictors in use, as classes for the analysis
         for (int step = 1; step <= 60; step++) SimulateStep(run, m, step);
         const double row[] = {0.0, 5.0, 10.0, 2.1, 9.9}; // range 10: classes of width 2
         for (int s = 0; s < 5; s++)
-            for (int q = 0; q < 3; q++) m.E.table[q][s] = row[s] + q;
+            for (int q = 0; q < 3; q++) m.E[q][s] = row[s] + q;
 
         SetAnalysis a(run);
         AnalyseSet(run, m, a, nullptr);
         const double classes[] = {1, 3, 5, 2, 5}; // by hand: ceil(x 5 / 10), the smallest is 1
         for (int s = 0; s < 5; s++) {
             CAPTURE(s);
-            CHECK(m.E.table[1][s] == row[s] + 1); // not selected
+            CHECK(m.E[1][s] == row[s] + 1); // not selected
             if (measure == varianceAnalysis) {
-                CHECK(m.E.table[2][s] == classes[s]);
-                CHECK(a.selectedE.table[s][1] == classes[s]);
+                CHECK(m.E[2][s] == classes[s]);
+                CHECK(a.selectedE[s][1] == classes[s]);
             } else {
-                CHECK(m.E.table[2][s] == row[s] + 2);
+                CHECK(m.E[2][s] == row[s] + 2);
             }
             double share = 0.0;
-            for (int o = 0; o < 4; o++) share += a.relativeW.table[s][o];
+            for (int o = 0; o < 4; o++) share += a.relativeW[s][o];
             CHECK(share == doctest::Approx(m.siteTotal[s] > 0 ? 1.0 : 0.0));
         }
         // Both predictors differ by a constant: the standardised distance is that of one, times
@@ -146,9 +146,9 @@ TEST_CASE("the analysis takes the predictors in use, as classes for the analysis
         for (double x : row) mean += x / 5.0;
         for (double x : row) squares += (x - mean) * (x - mean);
         if (measure == mantel)
-            CHECK(a.DE.table[0][2] ==
+            CHECK(a.DE[0][2] ==
                   doctest::Approx(10.0 / std::sqrt(squares) * std::sqrt(2.0)).epsilon(1e-6));
-        for (int o = 0; o < 4; o++) CHECK(a.Sb.table[o][o] == 1.0);
+        for (int o = 0; o < 4; o++) CHECK(a.Sb[o][o] == 1.0);
     }
 }
 
@@ -187,13 +187,13 @@ TEST_CASE("interactions are numbered and named in the order of their rows")
     run.nSites = 1;
     OwnedRows E(10, 1);
     const double primes[] = {2, 3, 5, 7};
-    for (int f = 0; f < 4; f++) E.table[f][0] = primes[f];
+    for (int f = 0; f < 4; f++) E[f][0] = primes[f];
     ComputeInteractions(run, E);
     const double products[] = {2, 3, 5, 7, 6, 10, 14, 15, 21, 35};
     for (int q = 0; q < 10; q++) {
         char name[24];
         PredictorName(run, q, name);
         CHECK(std::string(name) == names[q]);
-        CHECK(E.table[q][0] == products[q]);
+        CHECK(E[q][0] == products[q]);
     }
 }

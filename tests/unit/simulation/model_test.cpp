@@ -46,11 +46,11 @@ std::vector<std::vector<std::vector<int>>> Cohorts(const Metacommunity& m)
     return cohorts;
 }
 
-void Identity(std::optional<OwnedRows>& M, int n, double offDiagonal)
+void Identity(OwnedRows& M, int n, double offDiagonal)
 {
-    M.emplace(n, n);
+    M = OwnedRows(n, n);
     for (int i = 0; i < n; i++)
-        for (int j = 0; j < n; j++) M->table[i][j] = i == j ? 1.0 : offDiagonal;
+        for (int j = 0; j < n; j++) M[i][j] = i == j ? 1.0 : offDiagonal;
 }
 
 /// Two sets in a row by both forms from one seed: all that the second form keeps is equal.
@@ -122,7 +122,7 @@ TEST_CASE("the logistic function falls through its center with its slope")
 TEST_CASE("generated functions take all centers first, and are never too flat")
 {
     LogisticFunctions functions;
-    functions.parameters.emplace(40, 2);
+    functions.parameters = OwnedRows(40, 2);
     functions.minCenter = 0.1;
     functions.maxCenter = 0.9;
     functions.minSlope = -9.0;
@@ -132,7 +132,7 @@ TEST_CASE("generated functions take all centers first, and are never too flat")
 
     gsl_rng* const direct = gsl_rng_alloc(gsl_rng_mt19937);
     gsl_rng_set(direct, 7);
-    double** const p = *functions.parameters;
+    double** const p = functions.parameters;
     for (int o = 0; o < 40; o++) CHECK(p[o][0] == gsl_rng_uniform(direct) * (0.9 - 0.1) + 0.1);
     gsl_rng_free(direct);
     for (int o = 0; o < 40; o++) {
@@ -158,7 +158,7 @@ TEST_CASE("what a set draws comes straight from the generator, in order")
     for (int i = 0; i < 8; i++) gsl_rng_uniform(direct); // dispersal: 4 centers, 4 slopes
     for (int axis = 0; axis < 2; axis++)
         for (int s = 0; s < 3; s++)
-            CHECK(run.sites->table[axis][s] == gsl_rng_uniform(direct) * 100.0);
+            CHECK(run.sites[axis][s] == gsl_rng_uniform(direct) * 100.0);
     // Uncorrelated factors are the deviates themselves, site by site, then standardised.
     double deviates[3][2];
     for (auto& site : deviates)
@@ -168,12 +168,12 @@ TEST_CASE("what a set draws comes straight from the generator, in order")
         double squares = 0.0;
         for (const auto& site : deviates) squares += (site[f] - mean) * (site[f] - mean);
         for (int s = 0; s < 3; s++)
-            CHECK(run.initialE->table[f][s] ==
+            CHECK(run.initialE[f][s] ==
                   doctest::Approx((deviates[s][f] - mean) / std::sqrt(squares / 3.0)));
     }
     for (int i = 0; i < 16; i++) gsl_rng_uniform(direct); // survival, density dependence
     for (int o = 0; o < 4; o++)
-        CHECK(run.lifespans->values[o] == 2 + static_cast<int>(gsl_rng_uniform_int(direct, 7)));
+        CHECK(run.lifespans[o] == 2 + static_cast<int>(gsl_rng_uniform_int(direct, 7)));
     for (int i = 0; i < 8; i++) gsl_rng_uniform(direct); // ageing
     CHECK(gsl_rng_get(r) == gsl_rng_get(direct));
     gsl_rng_free(direct);
@@ -181,8 +181,8 @@ TEST_CASE("what a set draws comes straight from the generator, in order")
     double largest = 0.0;
     for (int s = 0; s < 3; s++)
         for (int t = 0; t < 3; t++) {
-            CHECK(m.D.table[s][t] == m.D.table[t][s]);
-            largest = std::max(largest, m.D.table[s][t]);
+            CHECK(m.D[s][t] == m.D[t][s]);
+            largest = std::max(largest, m.D[s][t]);
         }
     CHECK(largest == 1.0);
 }
@@ -196,7 +196,7 @@ TEST_CASE("equal limits give that lifespan, without a draw")
     Metacommunity m(run);
     StandardizeTraits(run, m);
     StartSet(run, m);
-    for (int o = 0; o < 3; o++) CHECK(run.lifespans->values[o] == 4);
+    for (int o = 0; o < 3; o++) CHECK(run.lifespans[o] == 4);
 }
 
 TEST_CASE("the model gives the bytes of its plain form")
@@ -223,15 +223,15 @@ TEST_CASE("the model gives the bytes of its plain form")
              Identity(run.otuCorrelation, 6, 0.3);
          }},
         {"a missing trait", 5, 8, 2, 2, false,
-         [](Simulation& run) { run.traits->table[3][1] = missingValue; }},
+         [](Simulation& run) { run.traits[3][1] = missingValue; }},
         {"a constant trait, whose expectation is not a number", 4, 6, 2, 1, false,
          [](Simulation& run) {
-             for (int o = 0; o < 6; o++) run.traits->table[o][0] = 2.0;
+             for (int o = 0; o < 6; o++) run.traits[o][0] = 2.0;
          }},
         {"equal OTUs: distances tie", 4, 30, 2, 1, false,
          [](Simulation& run) {
              for (int o = 0; o < 30; o++)
-                 for (int t = 0; t < 2; t++) run.traits->table[o][t] = o % 2 + t;
+                 for (int t = 0; t < 2; t++) run.traits[o][t] = o % 2 + t;
          }},
         {"a single OTU and a single site", 1, 1, 1, 1, true, [](Simulation&) {}},
         {"threshold never reached", 4, 6, 2, 1, false,
@@ -288,7 +288,7 @@ TEST_CASE("a percentile is selected as if all cells had been sorted")
                     for (int j = 0; j < cols; j++) {
                         const double state = static_cast<int>(sequence() % 1000000) % nStates;
                         const double width = drift % 2 == 0 ? 1.0 : 0.1;
-                        M.table[i][j] = state / nStates * width + 0.01 * drift;
+                        M[i][j] = state / nStates * width + 0.01 * drift;
                     }
                 const double fraction = fractions[sequence() % 5];
                 CAPTURE(nStates);
@@ -301,9 +301,9 @@ TEST_CASE("a percentile is selected as if all cells had been sorted")
     }
     // By hand: ranks over 4 are 0.25 to 1, the first strictly above 0.5 belongs to 3.
     OwnedRows four(1, 4);
-    for (int j = 0; j < 4; j++) four.table[0][j] = 4 - j;
+    for (int j = 0; j < 4; j++) four[0][j] = 4 - j;
     CHECK(PercentileSelector(1, 4).Select(four, 0.5) == 3.0);
-    four.table[0][2] = std::nan("");
+    four[0][2] = std::nan("");
     CHECK(PercentileSelector(1, 4).Select(four, 0.5) == MatrixPercentile(1, 4, four, 0.5));
 }
 
@@ -314,11 +314,11 @@ TEST_CASE("an expectation beyond the range of a trait is an extrapolation")
     Metacommunity m(run);
     StandardizeTraits(run, m);
     const double low = m.traitMinima[0], high = m.traitMaxima[0];
-    m.expected.table[0][0] = high + 0.75;
-    m.expected.table[0][1] = low - 0.5;
-    m.expected.table[0][2] = 0.5 * (low + high);
+    m.expected[0][0] = high + 0.75;
+    m.expected[0][1] = low - 0.5;
+    m.expected[0][2] = 0.5 * (low + high);
     MeasureExtrapolation(m);
-    CHECK(m.extrapolation.table[0][0] == doctest::Approx(0.75));
-    CHECK(m.extrapolation.table[0][1] == doctest::Approx(-0.5));
-    CHECK(m.extrapolation.table[0][2] == 0.0);
+    CHECK(m.extrapolation[0][0] == doctest::Approx(0.75));
+    CHECK(m.extrapolation[0][1] == doctest::Approx(-0.5));
+    CHECK(m.extrapolation[0][2] == 0.0);
 }

@@ -35,11 +35,11 @@ TEST_CASE("communities are ordinated as by correspondence analysis")
     for (int a = 0; a < 3; a++) {
         CAPTURE(a);
         CHECK(o.values[a] == doctest::Approx(values[a]).epsilon(1e-10));
-        const double sign = SignOf(o.otuScores.table[a][0], otus[0][a]);
+        const double sign = SignOf(o.otuScores[a][0], otus[0][a]);
         for (int i = 0; i < 4; i++)
-            CHECK(sign * o.otuScores.table[a][i] == doctest::Approx(otus[i][a]).epsilon(1e-8));
+            CHECK(sign * o.otuScores[a][i] == doctest::Approx(otus[i][a]).epsilon(1e-8));
         for (int k = 0; k < 5; k++)
-            CHECK(sign * o.communityScores.table[a][k] ==
+            CHECK(sign * o.communityScores[a][k] ==
                   doctest::Approx(communities[k][a]).epsilon(1e-8));
     }
 }
@@ -49,6 +49,6 @@ TEST_CASE("an OTU and a community without individuals score 0, and no cell is lo
     Rows W{{3, 0, 1}, {0, 0, 0}, {1, 0, 4}};
     const CommunityOrdination o(3, 3, W);
     REQUIRE(o.nAxes == 1);
-    CHECK(std::fabs(o.otuScores.table[0][1]) < 1e-12);
-    CHECK(o.communityScores.table[0][1] == 0.0);
+    CHECK(std::fabs(o.otuScores[0][1]) < 1e-12);
+    CHECK(o.communityScores[0][1] == 0.0);
 }

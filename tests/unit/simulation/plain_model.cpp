@@ -43,8 +43,8 @@ Matrix Copied(int rows, int cols, double** M)
 
 double Curve(double x, const LogisticFunctions& f, int o)
 {
-    const double center = f.parameters->table[o][0];
-    const double slope = f.parameters->table[o][1];
+    const double center = f.parameters[o][0];
+    const double slope = f.parameters[o][1];
     return 0.0 + 1.0 / (1.0 + std::exp(((x - 0.0) - 1.0 * center) * (slope * -4.0 / 1.0)));
 }
 
@@ -62,14 +62,14 @@ void Generate(const Simulation& run, LogisticFunctions& f)
 {
     if (!f.isGenerated) return;
     for (int o = 0; o < run.nOTUs; o++)
-        f.parameters->table[o][0] = Draw() * (f.maxCenter - f.minCenter) + f.minCenter;
+        f.parameters[o][0] = Draw() * (f.maxCenter - f.minCenter) + f.minCenter;
     for (int o = 0; o < run.nOTUs; o++) {
-        const double c = f.parameters->table[o][0];
+        const double c = f.parameters[o][0];
         const double bound =
             std::min(-6.906754778648552 / (4 * c), 6.906754778648553 / (4 * (c - 1)));
         const double lower = std::min(bound, f.minSlope);
         const double upper = std::min(bound, f.maxSlope);
-        f.parameters->table[o][1] = Draw() * (upper - lower) + lower;
+        f.parameters[o][1] = Draw() * (upper - lower) + lower;
     }
 }
 
@@ -85,7 +85,7 @@ PlainModel::PlainModel(const Simulation& run)
 
 void PlainModel::Traits(const Simulation& run)
 {
-    Matrix raw = Copied(run.nOTUs, run.nTraits, *run.traits);
+    Matrix raw = Copied(run.nOTUs, run.nTraits, run.traits);
     Matrix turned = Zeros(run.nTraits, run.nOTUs);
     TransposeMatrix(run.nOTUs, run.nTraits, RowsOf(raw), RowsOf(turned));
     for (std::size_t t = 0; t < turned.size(); t++)
@@ -98,33 +98,33 @@ void PlainModel::StartSet(Simulation& run)
 {
     const int S = run.nSites, N = run.nOTUs, K = run.nTraits, F = run.nFactors;
     if (run.traitSource == 'c')
-        CorrToData_New(N, K, *run.traitCorrelation, *run.traits, run.traitDistribution);
+        CorrToData_New(N, K, run.traitCorrelation, run.traits, run.traitDistribution);
     if (run.traitSource == 'b')
-        CorrToData_BothRowsColumns(N, K, *run.traitCorrelation, *run.otuCorrelation, *run.traits,
+        CorrToData_BothRowsColumns(N, K, run.traitCorrelation, run.otuCorrelation, run.traits,
                                    run.traitDistribution);
     Traits(run);
     Generate(run, run.dispersal);
     if (run.siteSource == 'r')
         for (int axis = 0; axis < 2; axis++)
-            for (int s = 0; s < S; s++) run.sites->table[axis][s] = Draw() * 100.0;
+            for (int s = 0; s < S; s++) run.sites[axis][s] = Draw() * 100.0;
     OwnedRows positions(S, 2);
-    TransposeMatrix(2, S, *run.sites, positions);
+    TransposeMatrix(2, S, run.sites, positions);
     EucliDistMV(S, 2, positions, RowsOf(D));
     UpperToLowerMatrix(S, RowsOf(D));
     MatrixUnitMaxTransf(S, S, RowsOf(D), RowsOf(D));
     if (run.ecosystemSource == 'c') {
         OwnedRows data(S, F);
-        CorrToData_New(S, F, *run.factorCorrelation, data, run.ecosystemDistribution);
-        TransposeMatrix(S, F, data, *run.initialE);
-        ZStandardizationRowsMV(F, S, *run.initialE, *run.initialE);
-        ComputeInteractions(run, *run.initialE);
+        CorrToData_New(S, F, run.factorCorrelation, data, run.ecosystemDistribution);
+        TransposeMatrix(S, F, data, run.initialE);
+        ZStandardizationRowsMV(F, S, run.initialE, run.initialE);
+        ComputeInteractions(run, run.initialE);
     }
-    E = Copied(run.nPredictors, S, *run.initialE);
+    E = Copied(run.nPredictors, S, run.initialE);
     Generate(run, run.survival);
     Generate(run, run.density);
     if (run.lifespansGenerated)
         for (int o = 0; o < N; o++)
-            run.lifespans->values[o] = run.minLifespan + DrawInt(run.maxLifespan - run.minLifespan);
+            run.lifespans[o] = run.minLifespan + DrawInt(run.maxLifespan - run.minLifespan);
     Generate(run, run.age);
     W = Zeros(S + 1, N);
     averageBirth = Zeros(S + 1, N + 1);
@@ -139,7 +139,7 @@ void PlainModel::StartSet(Simulation& run)
 void PlainModel::Conditions(const Simulation& run)
 {
     const int S = run.nSites, N = run.nOTUs, K = run.nTraits;
-    MatrixProdMV(K, run.nPredictors, run.nPredictors, S, *run.responses, RowsOf(E),
+    MatrixProdMV(K, run.nPredictors, run.nPredictors, S, run.responses, RowsOf(E),
                  RowsOf(expected));
     ZStandardizationRowsMV(K, S, means.data(), deviations.data(), RowsOf(expected),
                            RowsOf(expected));
@@ -220,7 +220,7 @@ void PlainModel::Mortality(const Simulation& run, int step)
         const auto j = static_cast<std::ptrdiff_t>(DrawInt(static_cast<int>(W[s][o])));
         const int birth = *(cohort[s][o].begin() + j);
         const double ageYears = double(step - birth) / run.perYear;
-        const double pa = Curve(ageYears / run.lifespans->values[otu], run.age, otu);
+        const double pa = Curve(ageYears / run.lifespans[otu], run.age, otu);
         const double pDeath = 1.0 - pd * pa * survival[s][o];
         const double draw = Draw();
         if (!(pDeath > draw)) continue;
@@ -248,7 +248,7 @@ void PlainModel::Feedback(const Simulation& run)
     MatrixProdMV(S, N, N, K, RowsOf(shares), RowsOf(B), RowsOf(averages));
     TransposeMatrix(S, K, RowsOf(averages), RowsOf(cwm));
     MatrixSum(K, S, K, S, RowsOf(cwm), RowsOf(previousCwm), RowsOf(change), -1);
-    MatrixProdMV(run.nFactors, K, K, S, *run.effects, RowsOf(change), RowsOf(delta));
+    MatrixProdMV(run.nFactors, K, K, S, run.effects, RowsOf(change), RowsOf(delta));
     for (std::size_t f = 0; f < delta.size(); f++)
         for (std::size_t s = 0; s < delta[f].size(); s++) E[f][s] += delta[f][s];
     previousCwm = cwm;
@@ -286,26 +286,26 @@ void FillRun(Simulation& run, int S, int N, int K, int F, bool withInteractions)
         f->maxCenter = 0.7;
         f->minSlope = -6.0;
         f->maxSlope = -2.0;
-        f->parameters.emplace(N, 2);
+        f->parameters = OwnedRows(N, 2);
     }
-    run.traits.emplace(N, K);
-    run.factorCorrelation.emplace(F, F);
-    for (int i = 0; i < F; i++) run.factorCorrelation->table[i][i] = 1.0;
-    run.sites.emplace(2, S);
-    run.initialE.emplace(run.nPredictors, S);
-    run.responses.emplace(K, run.nPredictors);
-    run.effects.emplace(F, K);
-    run.lifespans.emplace(N);
-    run.selected.emplace(run.nPredictors);
+    run.traits = OwnedRows(N, K);
+    run.factorCorrelation = OwnedRows(F, F);
+    for (int i = 0; i < F; i++) run.factorCorrelation[i][i] = 1.0;
+    run.sites = OwnedRows(2, S);
+    run.initialE = OwnedRows(run.nPredictors, S);
+    run.responses = OwnedRows(K, run.nPredictors);
+    run.effects = OwnedRows(F, K);
+    run.lifespans = OwnedInts(N);
+    run.selected = OwnedInts(run.nPredictors);
     std::mt19937 sequence(20);
     const auto next = [&sequence] { return static_cast<double>(sequence() % 1000) / 1000.0; };
     for (int o = 0; o < N; o++)
-        for (int t = 0; t < K; t++) run.traits->table[o][t] = 10.0 * next();
+        for (int t = 0; t < K; t++) run.traits[o][t] = 10.0 * next();
     for (int t = 0; t < K; t++)
-        for (int q = 0; q < run.nPredictors; q++) run.responses->table[t][q] = 4.0 * next();
+        for (int q = 0; q < run.nPredictors; q++) run.responses[t][q] = 4.0 * next();
     for (int f = 0; f < F; f++)
-        for (int t = 0; t < K; t++) run.effects->table[f][t] = 0.3 * next() - 0.15;
-    for (int q = 0; q < run.nPredictors; q++) run.selected->values[q] = 1;
+        for (int t = 0; t < K; t++) run.effects[f][t] = 0.3 * next() - 0.15;
+    for (int q = 0; q < run.nPredictors; q++) run.selected[q] = 1;
     run.nSelected = run.nPredictors;
 }
 
