@@ -1,25 +1,28 @@
 // Body of the kernels, included once per instruction set inside a namespace of its own, with
 // KELPRA_LANES doubles to a vector. Plain arithmetic only: nothing here may be shared with code
 // compiled for another instruction set. Vectors are named one by one and not kept in arrays, so
-// that they stay in registers.
+// that they stay in registers. Cells need not lie on a vector's boundary: a copy tells every
+// compiler so, where a reference to a vector lets some of them take the boundary for granted.
 
 constexpr int lanes = KELPRA_LANES;
-typedef double Vector __attribute__((vector_size(8 * KELPRA_LANES), aligned(8), may_alias));
+typedef double Vector __attribute__((vector_size(8 * KELPRA_LANES)));
 
-inline const Vector& At(const double* from)
+inline Vector Load(const double* from)
 {
-    return *reinterpret_cast<const Vector*>(from);
+    Vector loaded;
+    __builtin_memcpy(&loaded, from, sizeof loaded);
+    return loaded;
 }
 
-inline Vector& At(double* from)
+inline void Store(double* to, Vector x)
 {
-    return *reinterpret_cast<Vector*>(from);
+    __builtin_memcpy(to, &x, sizeof x);
 }
 
 template <bool isSquared>
 inline void AddTerm(Vector& sum, double own, const double* other)
 {
-    const Vector difference = own - At(other);
+    const Vector difference = own - Load(other);
     if (isSquared)
         sum += difference * difference;
     else
@@ -40,10 +43,10 @@ inline void PairBlock(int p, const double* columns, std::size_t stride, int i, i
         AddTerm<isSquared>(c, own, column + k + 2 * lanes);
         AddTerm<isSquared>(d, own, column + k + 3 * lanes);
     }
-    At(sums) = a;
-    At(sums + lanes) = b;
-    At(sums + 2 * lanes) = c;
-    At(sums + 3 * lanes) = d;
+    Store(sums, a);
+    Store(sums + lanes, b);
+    Store(sums + 2 * lanes, c);
+    Store(sums + 3 * lanes, d);
 }
 
 template <bool isSquared>
@@ -79,11 +82,11 @@ void WeightedRows(const double* rows, std::size_t width, int nPresent, const int
         Vector a = {}, b = {};
         for (int m = 0; m < nPresent; m++) {
             const double* row = rows + static_cast<std::size_t>(list[present[m]] - 1) * width + c;
-            a += At(row) * weight[m];
-            b += At(row + lanes) * weight[m];
+            a += Load(row) * weight[m];
+            b += Load(row + lanes) * weight[m];
         }
-        At(out + c) = a;
-        At(out + c + lanes) = b;
+        Store(out + c, a);
+        Store(out + c + lanes, b);
     }
 }
 
@@ -91,8 +94,14 @@ void WeightedRows(const double* rows, std::size_t width, int nPresent, const int
 struct Quad {
 #if KELPRA_LANES == 4
     Vector all = {};
-    void Add(double x, double a, double b, double c, double d) { all += x * Vector{a, b, c, d}; }
-    void Store(double* to) const { At(to) = all; }
+    void Add(double x, double a, double b, double c, double d)
+    {
+        all += x * Vector{a, b, c, d};
+    }
+    void StoreTo(double* to) const
+    {
+        Store(to, all);
+    }
 #else
     Vector low = {}, high = {};
     void Add(double x, double a, double b, double c, double d)
@@ -100,17 +109,16 @@ struct Quad {
         low += x * Vector{a, b};
         high += x * Vector{c, d};
     }
-    void Store(double* to) const
+    void StoreTo(double* to) const
     {
-        At(to) = low;
-        At(to + 2) = high;
+        Store(to, low);
+        Store(to + 2, high);
     }
 #endif
 };
 
 void CorrelateTraitSums(std::size_t nPairs, const FixedTriangles& fixed, double* cellT,
-                        double* cellX, const double* cellR, const double* mean,
-                        TraitSums& sums)
+                        double* cellX, const double* cellR, const double* mean, TraitSums& sums)
 {
     Quad withT, withX, withR;
     double xt = 0.0;
@@ -126,8 +134,8 @@ void CorrelateTraitSums(std::size_t nPairs, const FixedTriangles& fixed, double*
         cellT[p] = T;
         cellX[p] = X;
     }
-    withT.Store(sums.withT);
-    withX.Store(sums.withX);
-    withR.Store(sums.withR);
+    withT.StoreTo(sums.withT);
+    withX.StoreTo(sums.withX);
+    withR.StoreTo(sums.withR);
     sums.xt = xt;
 }
