@@ -55,16 +55,36 @@ bool HasPlainTriangle(int n, double** M)
     return true;
 }
 
-/// Performances that shares can be made of: none below 0, and sums that stay finite.
-bool HasPlainComposition(int n, int s, double** W)
+/// Numbers not below 0: performances that shares can be made of, and belonging whose products with
+/// them are never the missing value.
+bool HasAmounts(int rows, int columns, double** M)
 {
-    for (int k = 0; k < n; k++) {
-        const double* row = W[k];
-        if (!std::all_of(row, row + s, [](double x) { return std::isfinite(x) && x >= 0.0; }))
+    for (int i = 0; i < rows; i++)
+        if (!std::all_of(M[i], M[i] + columns,
+                         [](double x) { return std::isfinite(x) && x >= 0.0; }))
             return false;
-        if (!std::isfinite(std::accumulate(row, row + s, 0.0))) return false;
-    }
     return true;
+}
+
+double LargestCell(int rows, int columns, double** M)
+{
+    double largest = 0.0;
+    for (int i = 0; i < rows; i++)
+        for (int j = 0; j < columns; j++) largest = std::max(largest, std::fabs(M[i][j]));
+    return largest;
+}
+
+/// Whether W times B, U and Q stays finite whatever the order of their rows: no sum of products
+/// exceeds the row's total times the largest cell, and a factor of 2 covers what rounding adds.
+bool ProductsArePlain(const PermutationInputs& in)
+{
+    const PermTest_FunctionalPhyl_Correl_Input& record = in.record;
+    const double largest =
+        std::max({1.0, LargestCell(in.s, in.t, record.B), LargestCell(in.s, in.g, record.U),
+                  LargestCell(in.s, in.f, record.Q)});
+    return std::all_of(record.W, record.W + in.n, [&in, largest](const double* row) {
+        return std::isfinite(2.0 * largest * std::accumulate(row, row + in.s, 0.0));
+    });
 }
 
 /// A weighted draw reads the first s places of the pool of occurrences: there must be as many.
@@ -81,15 +101,13 @@ bool PoolIsLongEnough(const PermTest_FunctionalPhyl_Correl_Input& record)
 bool DataArePlain(const PermutationInputs& in)
 {
     const PermTest_FunctionalPhyl_Correl_Input& record = in.record;
-    const bool traitsArePlain = HasPlainComposition(in.n, in.s, record.W) &&
-                                HasPlainNumbers(in.s, in.t, record.B) &&
-                                HasPlainNumbers(in.s, in.g, record.U) &&
-                                HasPlainTriangle(in.n, record.DE) &&
-                                HasPlainTriangle(in.n, record.DY) &&
-                                HasPlainTriangle(in.n, record.DZ) &&
-                                !in.onTraits.hasMissing && !in.onTraits.hasNonFinite;
+    const bool traitsArePlain =
+        HasAmounts(in.n, in.s, record.W) && HasPlainNumbers(in.s, in.t, record.B) &&
+        HasAmounts(in.s, in.g, record.U) && ProductsArePlain(in) &&
+        HasPlainTriangle(in.n, record.DE) && HasPlainTriangle(in.n, record.DY) &&
+        HasPlainTriangle(in.n, record.DZ) && !in.onTraits.hasMissing && !in.onTraits.hasNonFinite;
     if (!traitsArePlain || !in.withPhylogeny) return traitsArePlain;
-    return HasPlainNumbers(in.s, in.f, record.Q) && HasPlainNumbers(in.s, in.s, record.Sb) &&
+    return HasAmounts(in.s, in.f, record.Q) && HasPlainNumbers(in.s, in.s, record.Sb) &&
            HasPlainNumbers(in.s, in.s, record.Sf) && !in.onPhylogeny->hasMissing &&
            !in.onPhylogeny->hasNonFinite;
 }
@@ -320,11 +338,10 @@ void KeepSquare(int n, double** upper, double* square)
 {
     for (int i = 0; i < n; i++)
         for (int k = i + 1; k < n; k++)
-            square[Size(i) * Size(n) + Size(k)] = square[Size(k) * Size(n) + Size(i)] =
-                upper[i][k];
+            square[Size(i) * Size(n) + Size(k)] = square[Size(k) * Size(n) + Size(i)] = upper[i][k];
 }
 
-} // namespace
+}  // namespace
 
 Lanes::Lanes(std::size_t n) : values(dim2Double(1, static_cast<long>(n)))
 {
@@ -335,9 +352,7 @@ Lanes::~Lanes()
     free2D(values, 1);
 }
 
-Deviations::Deviations(std::size_t nPairs) : cell(nPairs + laneBlock)
-{
-}
+Deviations::Deviations(std::size_t nPairs) : cell(nPairs + laneBlock) {}
 
 std::unique_ptr<FastMantel> FastMantel::Prepare(const PermutationInputs& in)
 {
@@ -354,12 +369,26 @@ std::unique_ptr<FastMantel> FastMantel::Prepare(const PermutationInputs& in)
 }
 
 FastMantel::FastMantel(const PermutationInputs& inputs)
-    : n(inputs.n), s(inputs.s), t(inputs.t), g(inputs.g), f(inputs.f), nColumns(t + g + f),
-      width(RoundUp(Size(nColumns))), nPairs(PairsOf(n)), otus(Size(s) * width), DE(nPairs),
-      DY(nPairs), DZ(nPairs), nOtuPairs(PairsOf(s)), Sb(inputs.withPhylogeny ? nOtuPairs : 0),
-      observedDT(SquareSize(inputs)), observedDX(SquareSize(inputs)),
-      observedDP(SquareSize(inputs)), observedDR(SquareSize(inputs)),
-      observedDRp(SquareSize(inputs)), in(inputs)
+    : n(inputs.n),
+      s(inputs.s),
+      t(inputs.t),
+      g(inputs.g),
+      f(inputs.f),
+      nColumns(t + g + f),
+      width(RoundUp(Size(nColumns))),
+      nPairs(PairsOf(n)),
+      otus(Size(s) * width),
+      DE(nPairs),
+      DY(nPairs),
+      DZ(nPairs),
+      nOtuPairs(PairsOf(s)),
+      Sb(inputs.withPhylogeny ? nOtuPairs : 0),
+      observedDT(SquareSize(inputs)),
+      observedDX(SquareSize(inputs)),
+      observedDP(SquareSize(inputs)),
+      observedDR(SquareSize(inputs)),
+      observedDRp(SquareSize(inputs)),
+      in(inputs)
 {
     const PermTest_FunctionalPhyl_Correl_Input& record = in.record;
     for (int i = 0; i < s; i++) {
@@ -401,10 +430,19 @@ void FastMantel::SetObserved(const PermutationWorkspace& observed)
 }
 
 FastMantelWorkspace::FastMantelWorkspace(const FastMantel& fast)
-    : stride(ColumnStride(fast.n)), row(fast.width), columns(Size(fast.nColumns) * stride),
-      length(stride), DT(fast.nPairs), DX(fast.nPairs), DP(fast.f > 0 ? fast.nPairs : 0),
-      DR(fast.nPairs), DRp(fast.f > 0 ? fast.nPairs : 0), R(stride), Rp(stride),
-      Sf(fast.in.withPhylogeny ? fast.nOtuPairs : 0), otu(Size(fast.s) * 4)
+    : stride(ColumnStride(fast.n)),
+      row(fast.width),
+      columns(Size(fast.nColumns) * stride),
+      length(stride),
+      DT(fast.nPairs),
+      DX(fast.nPairs),
+      DP(fast.f > 0 ? fast.nPairs : 0),
+      DR(fast.nPairs),
+      DRp(fast.f > 0 ? fast.nPairs : 0),
+      R(stride),
+      Rp(stride),
+      Sf(fast.in.withPhylogeny ? fast.nOtuPairs : 0),
+      otu(Size(fast.s) * 4)
 {
 }
 

@@ -51,7 +51,7 @@ struct RichnessGroup {
 struct FastMantel {
     /// Null unless the measure is Mantel's, there are 3 communities or more, all OTUs are in use,
     /// the resemblance between communities is one the quick form knows, and no cell is missing,
-    /// infinite or NaN.
+    /// infinite, NaN or so large that a product with W might be.
     static std::unique_ptr<FastMantel> Prepare(const PermutationInputs& in);
 
     explicit FastMantel(const PermutationInputs& in);

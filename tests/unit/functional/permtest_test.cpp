@@ -341,6 +341,13 @@ TEST_CASE("edges of the data")
              data.rawB[2][1] = data.rawB[5][0] = -999.0;
              DeriveFromTraits(data);
          }},
+        {"products that overflow, and signs that cancel", tinyShape,
+         [](PermTestData& data) {
+             for (int i = 0; i < data.s; i++) {
+                 data.B[i][0] = i % 2 == 0 ? 1e300 : -1e300;
+                 for (int k = 0; k < data.n; k++) data.W[k][i] *= 1e10;
+             }
+         }},
         {"an OTU of unknown types", tinyShape,
          [](PermTestData& data) { for (int c = 0; c < data.g; c++) data.U[2][c] = -999.0; }},
         {"a hole in the composition", tinyShape,
