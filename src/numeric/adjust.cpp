@@ -86,7 +86,7 @@ void CenterColsMV(int rows, int cols, float** in, double** out)
         for (int i = 0; i < rows; i++) {
             const double x = static_cast<double>(in[i][j]);
             // Single-precision data give single-precision deviations.
-            out[i][j] = IsMissing(x) ? missingValue : static_cast<float>(x - mean);
+            out[i][j] = IsMissing(x) ? missingValue : SinglePrecision(x - mean);
         }
     }
 }
@@ -180,7 +180,7 @@ void CorrAdj(int rows, int cols, double** out, double** in)
         const double divisor = RootOrOne(sumSquares);
         // Deliberate: rounded to single precision; distances on adjusted data build on it.
         for (int i = 0; i < rows; i++)
-            if (!IsMissing(in[i][j])) out[i][j] = static_cast<float>((in[i][j] - mean) / divisor);
+            if (!IsMissing(in[i][j])) out[i][j] = SinglePrecision((in[i][j] - mean) / divisor);
     }
 }
 

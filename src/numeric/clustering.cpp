@@ -22,11 +22,6 @@ double& Cell(double** matrix, int a, int b)
     return a < b ? matrix[a][b] : matrix[b][a];
 }
 
-double RoundedToFloat(double x)
-{
-    return static_cast<double>(static_cast<float>(x));
-}
-
 void CopyAboveDiagonal(int n, double** from, double** to)
 {
     for (int i = 0; i < n; i++) std::copy(from[i] + i + 1, from[i] + n, to[i] + i + 1);
@@ -169,8 +164,8 @@ void SumSqCluster(int n, double** rese, clusterReport* report, bool alreadySquar
 
         clusterReport& record = report[step];
         RecordFusion(groups, count, i, j, record);
-        record.fusionLevel = RoundedToFloat(Q[i] / record.nMembers);
-        record.fusionCost = RoundedToFloat(cost);
+        record.fusionLevel = SinglePrecision(Q[i] / record.nMembers);
+        record.fusionCost = SinglePrecision(cost);
         record.branchFirst = record.fusionLevel - withinFirst;
         record.branchSecond = record.fusionLevel - withinSecond;
         FusionMatrix(count, groups.sizes, i, j, D, true);
@@ -199,7 +194,7 @@ void LinkageCluster(int n, double** rese, clusterReport* report, bool dissimilar
         const Pair best = ClosestGroups(count, matrix, dissimilarity);
         RecordFusion(groups, count, best.i, best.j, report[step]);
         report[step].fusionLevel =
-            RoundedToFloat(dissimilarity && squared ? std::sqrt(best.value) : best.value);
+            SinglePrecision(dissimilarity && squared ? std::sqrt(best.value) : best.value);
         LinkageFusion(count, groups.sizes, best.i, best.j, matrix, dissimilarity, method);
     }
 }

@@ -95,11 +95,6 @@ void ColumnToRanks(int n, double** data, int j)
     for (int i = 0; i < n; i++) data[i][j] = ranks[i];
 }
 
-double SinglePrecision(double value)
-{
-    return static_cast<double>(static_cast<float>(value));
-}
-
 /// Range of one trait given as a vector, in single precision as the per-trait matrices hold it.
 double VectorRange(int n, const double* values)
 {

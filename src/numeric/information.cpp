@@ -216,7 +216,7 @@ void Entropy_MV(int rows, int cols, double** table, double* joint, double* colsH
 
 double CoheCoefMV(int rows, int cols, double** table, double alpha)
 {
-    const double order = static_cast<double>(static_cast<float>(alpha));
+    const double order = SinglePrecision(alpha);
     const Entropies entropies(Proportions(rows, cols, table), order);
     return Association(entropies.joint, entropies.cols, entropies.rows).coherence;
 }

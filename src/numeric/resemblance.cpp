@@ -634,7 +634,7 @@ void LegendreChodorowski(int n, int p, double** data, double** out, double* weig
                     num += w * PartialAgreement(d, largestPartial);
                 den += w;
             }
-            if (den > 0.0) out[i][h] = static_cast<double>(static_cast<float>(num / den));
+            if (den > 0.0) out[i][h] = SinglePrecision(num / den);
             out[h][i] = out[i][h];
         }
     }

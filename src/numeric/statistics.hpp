@@ -11,6 +11,15 @@ constexpr double missingValue = -999.0;
 
 inline bool IsMissing(double x) { return x == missingValue; }
 
+/// x rounded to single precision, for the values that are told to be of that grain.
+inline double SinglePrecision(double x)
+{
+    // volatile: where two such values are stored side by side, g++ 12 at -O2 joins the stores and
+    // leaves out the rounding.
+    const volatile float single = static_cast<float>(x);
+    return static_cast<double>(single);
+}
+
 // ---- Comparison -------------------------------------------------------------------------------
 
 /// True when A and B, each rounded to single precision, lie within maxUlps representable floats

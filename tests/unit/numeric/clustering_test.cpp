@@ -345,6 +345,22 @@ TEST_CASE("a level is a single-precision value, and the matrix may be given up")
     }
 }
 
+TEST_CASE("levels and costs of sums of squares are rounded, whatever the compiler")
+{
+    const Records records = SquaresOf({{0, 0.1, 0.5}, {0, 0, 0.7}, {0, 0, 0}}, true);
+    CHECK(records[0].fusionLevel == 0.05000000074505806); // 0.05f
+    CHECK(records[0].fusionCost == 0.05000000074505806);
+
+    // Steps 2 and 3 reach the same level only once they are rounded; then the order of the steps
+    // decides. Distances are 2 (1 - s) of the similarity s = 1 - |dx| / 4.
+    const std::vector<double> x = {3.9, 3.3, 3.4, 1.7, 2.5};
+    Cells squaredDistances(5, std::vector<double>(5));
+    for (std::size_t i = 0; i < 5; i++)
+        for (std::size_t k = i + 1; k < 5; k++)
+            squaredDistances[i][k] = 2 * (1 - (1 - std::fabs(x[i] - x[k]) / 4));
+    CHECK(SquaresOf(squaredDistances, true).Partition(3, squares) == Numbers{1, 1, 1, 2, 3});
+}
+
 TEST_CASE("sums of squares that do not grow with the step are read by level")
 {
     // By hand: an equilateral triangle of squared side 4 (levels 2, then 4 at a cost of 2), and a
