@@ -52,16 +52,6 @@ bool RanksTraitAverages()
     return ForRanking() && session.opt_struct == criterionTraitAverages;
 }
 
-void Say(const char* text)
-{
-    std::fputs(text, console.out);
-}
-
-bool MacroMode()
-{
-    return console.createMacro || console.runMacro;
-}
-
 /// The answers of these two are not recorded in a macro, and complaints name the keyboard.
 bool YesFromKeyboard()
 {
@@ -81,14 +71,7 @@ bool Yes()
 int OptionNumber(const char* accept)
 {
     Say("Type option no.: ");
-    return ToInt(ReadNumberIn("%d\n", accept));
-}
-
-/// Reads n answers of 0 or 1 into a row.
-void ReadSelection(int n, int* selected)
-{
-    for (int i = 0; i < n; i++) selected[i] = ToInt(ReadNumberIn("%-3d", "0 1"));
-    if (MacroMode()) std::fputs("\n", console.outm);
+    return AskOption(accept);
 }
 
 void SayLabels(int n, char** labels)

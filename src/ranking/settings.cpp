@@ -55,11 +55,6 @@ struct Offer {
     bool averages;       // no trait is nominal, so community averages make sense
 };
 
-void Say(const char* text)
-{
-    std::fputs(text, console.out);
-}
-
 void ShowOptions(const Offer& has)
 {
     if (has.environment) Say("   1 r(XE): TCAP and TDAP\n");

@@ -22,6 +22,8 @@ void Menu(const char* title)
     std::fprintf(console.out, "\n%s\n", lineL);
 }
 
+void Say(const char* text) { std::fputs(text, console.out); }
+
 void PrintRule() { std::fprintf(console.out, "%s\n", lineL); }
 
 void Wait()

@@ -31,6 +31,9 @@ extern Console console;
 extern const char* const version; ///< banner line with program name and version
 extern const char* const lineL;   ///< a rule of 70 hyphens
 
+/// Prints a text of the dialogue as it stands.
+void Say(const char* text);
+
 /// Head of a menu: two empty lines, the title, the session's name, a rule.
 void Menu(const char* title);
 

@@ -162,6 +162,12 @@ double ReadNumberIn(const char* macroFormat, const char* accept, double lo, doub
 
 int AskOption(const char* accepted) { return ToInt(ReadNumberIn("%d\n", accepted)); }
 
+void ReadSelection(int n, int* selected)
+{
+    for (int i = 0; i < n; i++) selected[i] = ToInt(ReadNumberIn("%-3d", "0 1"));
+    if (MacroMode()) std::fputs("\n", console.outm);
+}
+
 int AskNumber(const char* macroFormat, double lowest, double highest)
 {
     return ToInt(ReadNumberIn(macroFormat, "-", lowest, highest));

@@ -11,6 +11,8 @@ double ReadNumberIn(const char* macroFormat, const char* accept, double lo = 0.0
 
 /// One of the whole numbers of a list like "1 2 3".
 int AskOption(const char* accepted);
+/// n numbers 0 or 1 into a row; a macro has them in a line.
+void ReadSelection(int n, int* selected);
 /// A whole number from `lowest` to `highest`.
 int AskNumber(const char* macroFormat, double lowest, double highest);
 /// Prints the prompt and reads a whole number from 1 to `highest`.

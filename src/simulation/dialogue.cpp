@@ -1,10 +1,11 @@
 #include "simulation/dialogue.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <numeric>
 
 #include "functional/settings.hpp"
-#include "session/rawfile.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
 #include "shell/console.hpp"
@@ -20,20 +21,10 @@ const double flattestSlope = -0.01;
 constexpr char askParameterFile[] =
     "Name of the file with a matrix of %d OTU with the two parameters of the logistic function for each OTU: \nThe parameters are: (1) center: the position of the center of antisymmetry (0 = xmin, 1 = xmax) and (2) slope of the tangent in the center of antisymmetry of the function (<0) )\n";
 
-int AskCount(double lowest = 1.0)
-{
-    return ToInt(ReadNumberIn("%d\n", "-", lowest, largestInt));
-}
-
 void AskRange(double lowest, double highest, double& first, double& second)
 {
     first = ReadNumberIn("%lf\n", "-", lowest, highest);
     second = ReadNumberIn("%lf\n", "-", lowest, highest);
-}
-
-void Say(const char* text)
-{
-    std::fputs(text, console.out);
 }
 
 /// Two answers each for the centers and the slopes to be generated.
@@ -49,12 +40,9 @@ void AskLimits(LogisticFunctions& functions, const char* centers, const char* sl
 
 void AskTraits(Simulation& run)
 {
-    Say("Specify the number of communities (sites): ");
-    run.nSites = AskCount();
-    Say("Specify the number of OTUs: ");
-    run.nOTUs = AskCount();
-    Say("Specify the number of traits: ");
-    run.nTraits = AskCount();
+    run.nSites = AskCount("Specify the number of communities (sites): ");
+    run.nOTUs = AskCount("Specify the number of OTUs: ");
+    run.nTraits = AskCount("Specify the number of traits: ");
 
     std::fprintf(console.out, "Input is a %d OTUs x %d traits matrix (t) or a trait x traits correlation matrix (c)? t/c ", run.nOTUs, run.nTraits);
     // Deliberate: b, a correlation between OTUs too, is accepted but not shown.
@@ -99,8 +87,7 @@ void AskSites(Simulation& run)
 
 void AskEcosystem(Simulation& run)
 {
-    Say("Specify the number of factors: ");
-    run.nFactors = AskCount();
+    run.nFactors = AskCount("Specify the number of factors: ");
     std::fprintf(console.out, "Specify the environmental data as a %d factors x %d sites matrix (e) or generate the data based on a factor x factor correlation matrix (c)? e/c ", run.nFactors, run.nSites);
     run.ecosystemSource = ReadCharIn("e c");
     if (run.ecosystemSource == 'e') {
@@ -159,8 +146,8 @@ void AskLifespans(Simulation& run)
     run.lifespansGenerated = ReadCharIn("d r") == 'r';
     if (run.lifespansGenerated) {
         Say("Specify the minimum and maximum random lifespan values (years): ");
-        run.minLifespan = AskCount(0.0);
-        run.maxLifespan = AskCount(0.0);
+        run.minLifespan = AskNumber("%d\n", 0.0, largestInt);
+        run.maxLifespan = AskNumber("%d\n", 0.0, largestInt);
     } else {
         std::fprintf(console.out, "Name of the file with a vector of maximum lifespan values (years) for %d OTUs: )\n", run.nOTUs);
         run.lifespanFile.Ask();
@@ -174,22 +161,19 @@ void AskLifespans(Simulation& run)
 
 void AskDuration(Simulation& run)
 {
-    Say("Specify the maximum average number of individuals per community: ");
-    run.maxAvg = AskCount();
-    Say("Specify the duration of the simulation (in years): ");
-    run.years = AskCount();
-    Say("Specify the number of iterations (cycles of colonization and extinction) per year: ");
-    run.perYear = AskCount();
+    run.maxAvg = AskCount("Specify the maximum average number of individuals per community: ");
+    run.years = AskCount("Specify the duration of the simulation (in years): ");
+    run.perYear = AskCount("Specify the number of iterations (cycles of colonization and extinction) per year: ");
     run.totalSteps = ToInt(static_cast<double>(run.years) * run.perYear);
     Say("Specify the threshold (proportion) of the maximum average number of individuals per community after which OTU richness and number of OTU colonizations and extinctions are recorded: ");
     // Deliberate: recorded in a macro as a whole number, yet used with its fraction.
     run.threshold = ReadNumberIn("%d\n", "-", 0.0, 1.0);
 }
 
-char** NumberLabels(int n)
+char** MakeNumberLabels(int n)
 {
     char** const labels = dim2Dchar(n, labelSize);
-    for (int i = 0; i < n; i++) std::snprintf(labels[i], labelSize, "%d", i + 1);
+    NumberLabels(n, labels, labelSize);
     return labels;
 }
 
@@ -212,8 +196,8 @@ void PrepareSession(const Simulation& run)
     AllocateSettings();
     s.allocatedVariables = s.nenv;
     s.eVarSelect = dim1Dint(s.ncsm > s.nenv ? s.ncsm : s.nenv);
-    s.chLabel = NumberLabels(s.nch);
-    s.envLabel = NumberLabels(s.nenv);
+    s.chLabel = MakeNumberLabels(s.nch);
+    s.envLabel = MakeNumberLabels(s.nenv);
     s.chtype = dim1Dint(s.nch);
     for (int t = 0; t < s.nch; t++) s.chtype[t] = 3;
 }
@@ -236,18 +220,15 @@ void AskPredictors(Simulation& run)
     Say("   1  all variables \n");
     Say("   2  select variables \n");
     Say("Type option no.: ");
-    const bool all = ToInt(ReadNumberIn("%d\n", "1 2")) == 1;
-    if (!all) {
+    if (AskOption("1 2") == 1) {
+        std::fill_n(selected, run.nPredictors, 1);
+    } else {
         Say("Select variables (and their interactions if included):\n");
         Say("(enter 0 for exclusion or 1 for inclusion)\n");
         SayPredictors(run);
+        ReadSelection(run.nPredictors, selected);
     }
-    for (int q = 0; q < run.nPredictors; q++)
-        selected[q] = all ? 1 : ToInt(ReadNumberIn("%-3d", "0 1"));
-    if (!all && (console.createMacro || console.runMacro) && console.outm != nullptr)
-        std::fputs("\n", console.outm);
-    run.nSelected = 0;
-    for (int q = 0; q < run.nPredictors; q++) run.nSelected += selected[q];
+    run.nSelected = std::accumulate(selected, selected + run.nPredictors, 0);
 }
 
 void AskEvaluation(Simulation& run)
@@ -258,8 +239,7 @@ void AskEvaluation(Simulation& run)
         run.evaluate = ReadCharIn("y n") == 'y';
     }
     if (run.evaluate) {
-        Say("Specify the number of simulated data sets: ");
-        run.nSets = AskCount();
+        run.nSets = AskCount("Specify the number of simulated data sets: ");
         Say("Specify the alpha threshold for Ho rejection: ");
         // Deliberate: as with the threshold, the fraction counts but a macro does not keep it.
         run.alpha = ReadNumberIn("%d\n", "-", 0.0, 1.0);
@@ -273,11 +253,6 @@ void AskEvaluation(Simulation& run)
 }
 
 } // namespace
-
-void NamedFile::Ask()
-{
-    stream = std::make_unique<InputStream>(ReadDataFileName(name));
-}
 
 void AskSimulation(Simulation& run)
 {

@@ -8,24 +8,32 @@
 
 namespace {
 
+/// Row by row, by the forgiving reader. What a short file lacks is 0; its end is complained of once.
+void ReadMatrix(RawFile& file, int rows, int cols, double** M)
+{
+    for (int i = 0; i < rows; i++)
+        for (int j = 0; j < cols; j++) M[i][j] = ScanNumber(*file.stream, file.name, nullptr);
+    file.stream.reset();
+}
+
 void ReadTraits(Simulation& run)
 {
     run.traits = OwnedRows(run.nOTUs, run.nTraits);
     if (run.traitSource == 't') {
-        run.traitFile.Read(run.nOTUs, run.nTraits, run.traits);
+        ReadMatrix(run.traitFile, run.nOTUs, run.nTraits, run.traits);
         return;
     }
     run.traitCorrelation = OwnedRows(run.nTraits, run.nTraits);
-    run.traitCorrelationFile.Read(run.nTraits, run.nTraits, run.traitCorrelation);
+    ReadMatrix(run.traitCorrelationFile, run.nTraits, run.nTraits, run.traitCorrelation);
     if (run.traitSource != 'b') return;
     run.otuCorrelation = OwnedRows(run.nOTUs, run.nOTUs);
-    run.otuCorrelationFile.Read(run.nOTUs, run.nOTUs, run.otuCorrelation);
+    ReadMatrix(run.otuCorrelationFile, run.nOTUs, run.nOTUs, run.otuCorrelation);
 }
 
 void ReadFunctions(const Simulation& run, LogisticFunctions& functions)
 {
     functions.parameters = OwnedRows(run.nOTUs, 2);
-    if (!functions.isGenerated) functions.file.Read(run.nOTUs, 2, functions.parameters);
+    if (!functions.isGenerated) ReadMatrix(functions.file, run.nOTUs, 2, functions.parameters);
 }
 
 void ReadLifespans(Simulation& run)
@@ -33,7 +41,7 @@ void ReadLifespans(Simulation& run)
     run.lifespans = OwnedInts(run.nOTUs);
     if (run.lifespansGenerated) return;
     OwnedRows years(1, run.nOTUs);
-    run.lifespanFile.Read(1, run.nOTUs, years);
+    ReadMatrix(run.lifespanFile, 1, run.nOTUs, years);
     for (int o = 0; o < run.nOTUs; o++) run.lifespans[o] = ToInt(years[0][o]);
 }
 
@@ -42,22 +50,22 @@ void ReadEcosystem(Simulation& run)
     run.initialE = OwnedRows(run.nPredictors, run.nSites);
     if (run.ecosystemSource == 'e') {
         run.ecosystem = OwnedRows(run.nFactors, run.nSites);
-        run.ecosystemFile.Read(run.nFactors, run.nSites, run.ecosystem);
+        ReadMatrix(run.ecosystemFile, run.nFactors, run.nSites, run.ecosystem);
         CopyMatrix(run.nFactors, run.nSites, run.ecosystem, run.initialE);
         ZStandardizationRowsMV(run.nFactors, run.nSites, run.initialE, run.initialE);
         ComputeInteractions(run, run.initialE);
     } else {
         run.factorCorrelation = OwnedRows(run.nFactors, run.nFactors);
-        run.factorCorrelationFile.Read(run.nFactors, run.nFactors, run.factorCorrelation);
+        ReadMatrix(run.factorCorrelationFile, run.nFactors, run.nFactors, run.factorCorrelation);
     }
 }
 
 void ReadLinearModels(Simulation& run)
 {
     run.responses = OwnedRows(run.nTraits, run.nPredictors);
-    run.responseFile.Read(run.nTraits, run.nPredictors, run.responses);
+    ReadMatrix(run.responseFile, run.nTraits, run.nPredictors, run.responses);
     run.effects = OwnedRows(run.nFactors, run.nTraits);
-    run.effectFile.Read(run.nFactors, run.nTraits, run.effects);
+    ReadMatrix(run.effectFile, run.nFactors, run.nTraits, run.effects);
 
     run.isResponding = OwnedInts(run.nTraits);
     for (int t = 0; t < run.nTraits; t++)
@@ -66,13 +74,6 @@ void ReadLinearModels(Simulation& run)
 }
 
 } // namespace
-
-void NamedFile::Read(int rows, int cols, double** M)
-{
-    for (int i = 0; i < rows; i++)
-        for (int j = 0; j < cols; j++) M[i][j] = ScanNumber(*stream, name, nullptr);
-    stream.reset();
-}
 
 void ReadSimulationInputs(Simulation& run)
 {
@@ -83,7 +84,7 @@ void ReadSimulationInputs(Simulation& run)
     ReadLifespans(run);
     ReadFunctions(run, run.age);
     run.sites = OwnedRows(2, run.nSites);
-    if (run.siteSource == 'c') run.siteFile.Read(2, run.nSites, run.sites);
+    if (run.siteSource == 'c') ReadMatrix(run.siteFile, 2, run.nSites, run.sites);
     ReadEcosystem(run);
     ReadLinearModels(run);
 }

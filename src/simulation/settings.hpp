@@ -4,33 +4,20 @@
 // predictors: the factors, then, if considered, their double interactions 1x2, 1x3, ..., 2x3, ...
 #pragma once
 
-#include <memory>
-
+#include "session/rawfile.hpp"
 #include "shell/arrays.hpp"
-#include "shell/files.hpp"
-
-/// A file named in the dialogue: open from then on, read when all questions are answered.
-struct NamedFile {
-    /// Asks until a file opens.
-    void Ask();
-    /// Reads a matrix row by row, by the forgiving reader, and closes the file. What a short file
-    /// lacks stays 0; its end is complained of once.
-    void Read(int rows, int cols, double** M);
-
-    char name[52] = "";
-    std::unique_ptr<InputStream> stream;
-};
 
 /// A logistic function for each OTU: read from a file or generated for every data set.
 struct LogisticFunctions {
     bool isGenerated = false;
     double minCenter = 0.0, maxCenter = 0.0; // limits of what is generated
     double minSlope = 0.0, maxSlope = 0.0;
-    NamedFile file;
+    RawFile file;
     OwnedRows parameters; // N x 2: center (0 to 1) and slope (negative)
 };
 
-/// Settings and parameters of a run. Matrices are empty until the input files are read.
+/// Settings and parameters of a run. Files named in the dialogue are open until they are read; until
+/// then matrices are empty.
 struct Simulation {
     int nSites = 0, nOTUs = 0, nTraits = 0, nFactors = 0, nPredictors = 0;
 
@@ -50,7 +37,7 @@ struct Simulation {
     double alpha = 0.0;
     bool saveIntermediate = false; // files are written at every step
 
-    NamedFile traitFile, traitCorrelationFile, otuCorrelationFile, siteFile, ecosystemFile,
+    RawFile traitFile, traitCorrelationFile, otuCorrelationFile, siteFile, ecosystemFile,
         factorCorrelationFile, responseFile, effectFile, lifespanFile;
     LogisticFunctions dispersal, survival, density, age;
 
