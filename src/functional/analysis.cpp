@@ -37,22 +37,6 @@ void ResetResemblanceTypes()
     s.reseCstOpt = 0;
 }
 
-void ReleasePhylogeny()
-{
-    Session& s = session;
-    if (!s.includePhylogeny) return;
-    free1D(s.partition_OTUs_Phyl);
-    s.partition_OTUs_Phyl = nullptr;
-    if (s.hasPhylogeny) return;
-    free2D(s.phylogenyRese, s.allocatedOTUs);
-    s.phylogenyRese = nullptr;
-    if (s.phylogenyMatrixType != 2) return;
-    free2D(s.phylogenyData, s.allocatedOTUs);
-    s.phylogenyData = nullptr;
-    free1D(s.phylogenyVarType);
-    s.phylogenyVarType = nullptr;
-}
-
 /// What the dialogue allocated for this analysis alone.
 void ReleaseSettings()
 {
@@ -60,7 +44,10 @@ void ReleaseSettings()
         free1D(session.nestingMembershipOTUs);
         session.nestingMembershipOTUs = nullptr;
     }
-    ReleasePhylogeny();
+    if (session.includePhylogeny) {
+        free1D(session.partition_OTUs_Phyl);
+        session.partition_OTUs_Phyl = nullptr;
+    }
 }
 
 void RecordAnalysis()

@@ -19,6 +19,13 @@ struct Failure {
 /// Abandons the work with a code.
 [[noreturn]] void Fail(FailureCode code);
 
+/// The two lines of a failure and a BEL, on standard error; a code 5 has no lines.
+void SayFailure(FailureCode code);
+
+/// Reads standard input until a letter (codes 1 and 3) or a line end. Deliberate: no way out at end
+/// of input, so that a terminal window stays open with the message.
+void WaitAfter(FailureCode code);
+
 /// Ends the process with status 1 after the message; for the sort and solver routines, whose
 /// work space cannot be made.
 [[noreturn]] void nrerror(const char* message);

@@ -90,10 +90,7 @@ bool TakeDecimal(InputStream& stream, std::string& text)
     const std::size_t mantissa = text.size();
     if (TakeEither(stream, text, 'e', 'E')) {
         TakeEither(stream, text, '+', '-');
-        if (TakeDigits(stream, text) == 0) { // "5.e" is 5 and a letter
-            GiveBack(stream, text, mantissa);
-            text.resize(mantissa);
-        }
+        if (TakeDigits(stream, text) == 0) GiveBack(stream, text, mantissa); // "5.e": 5, a letter
     }
     return true;
 }

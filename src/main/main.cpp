@@ -1,4 +1,4 @@
-#include "shell/mainmenu.hpp"
+#include "main/process.hpp"
 
 int main()
 {

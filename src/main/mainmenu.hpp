@@ -1,0 +1,5 @@
+// The main menu.
+#pragma once
+
+/// Reads the preferences, then asks for ever; ends the process at X.
+void MainMenu();

@@ -1,0 +1,64 @@
+#include "main/process.hpp"
+
+#include <gsl/gsl_errno.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "main/mainmenu.hpp"
+#include "session/session.hpp"
+#include "shell/console.hpp"
+#include "shell/failure.hpp"
+#include "shell/files.hpp"
+#include "shell/preferences.hpp"
+
+namespace {
+
+const char* const credits[] = {
+    "Scales the traits of organisms up to the communities they live in,",
+    "and tests how traits, environment and phylogeny go together.",
+    "KELPRA is free software and comes without any warranty.",
+    "Read docs/guide.md for a first session, question by question, and",
+    "docs/statistics.md for every formula with its literature.",
+};
+
+void PrintBanner()
+{
+    std::fprintf(console.out, "%s\n", lineL);
+    std::fprintf(console.out, "%s\n\n", version);
+    for (const char* line : credits) std::fprintf(console.out, "%s\n", line);
+    std::fprintf(console.out, "%s\n", lineL);
+}
+
+} // namespace
+
+void mainInit()
+{
+    try {
+        gsl_set_error_handler_off();
+        InitGlobals();
+        InitIFLibG();
+        PrintBanner();
+        MainMenu();
+    } catch (const Failure& failure) { // no session is open: nobody has to be waited for
+        SayFailure(failure.code);
+    } catch (const std::bad_alloc&) {
+        SayFailure(outOfMemory);
+    }
+    std::exit(1);
+}
+
+void InitGlobals()
+{
+    console.in = &StandardInput();
+    console.out = stdout;
+    console.outm = nullptr;
+    console.runMacro = false;
+    console.createMacro = false;
+    preferences = Preferences{};
+    session.nGroups = session.nPart = session.nCstGroups = session.nPartCst = 0;
+    session.rndTestOpt = 0;
+    session.whichLevelGrCST = 1;
+    session.SMWSize = 1;
+}

@@ -1,0 +1,7 @@
+// The process: defaults, banner, and what a failure outside a session comes to.
+#pragma once
+
+/// GSL's error handler off, defaults, clocks, banner, main menu. Does not return.
+void mainInit();
+/// All defaults of the shell.
+void InitGlobals();

@@ -1,0 +1,9 @@
+// A session from its opening to its end: its data, the session menu, the analysis menu.
+#pragma once
+
+/// Loads the session named in `console` and runs its menus; the one place to which a failure in a
+/// session returns.
+void IFSession();
+
+/// Names the file of saved structures after the session, if the preferences ask for one.
+void NameStructures();
