@@ -358,8 +358,7 @@ void MakeModels(PermTest_FunctionalPhyl_Correl_Input& test, Scaling& a)
 /// Fills the record of the permutation test, runs it and takes its results.
 void TestByPermutation(Scaling& a)
 {
-    OutputFile intermediate(fopenck(session.whichRndData, console.volumeName, "w"));
-    if (intermediate.file == nullptr) std::exit(1);
+    OutputFile intermediate(session.whichRndData, console.volumeName, "w");
     const double start = omp_get_wtime();
     if (session.opt_ro == varianceAnalysis) FillFactors(a);
     PermTest_FunctionalPhyl_Correl_Input test;
@@ -369,6 +368,7 @@ void TestByPermutation(Scaling& a)
     MakeModels(test, a);
     test.intermediateFile = intermediate;
     PermTest_FunctionalPhyl_Correl(&test);
+    intermediate.Close();
     std::copy(test.results, test.results + nStatistics, a.results);
     std::copy(test.probabilities, test.probabilities + nStatistics, a.probabilities);
     a.testSeconds = difftime_Clock(start);
@@ -376,7 +376,7 @@ void TestByPermutation(Scaling& a)
 
 /// Everything that rests on traits; ends early without traits in use, or with fewer than two
 /// types.
-void AnalyseTraits(Scaling& a, std::FILE* report)
+void AnalyseTraits(Scaling& a, OutputFile& report)
 {
     SelectTraits(a);
     if (a.nSelectedTraits == 0) return;
@@ -396,6 +396,7 @@ void AnalyseTraits(Scaling& a, std::FILE* report)
     Redundancy(a);
     DescribeTypes(a);
     ReportTypes(report, a);
+    report.Check(); // before the longest part
     if (a.withTests) TestByPermutation(a);
     ReportStatistics(report, a);
     ReportDiversity(report, a);
@@ -423,8 +424,7 @@ void PFTs_ScalingUp()
     FillComposition(a);
     RangeStates(a.t, a.s, session.csm_Float, session.chtype, session.chrange);
 
-    OutputFile report(fopenck(session.whichPrinda, console.volumeName, session.prindaMode));
-    if (report.file == nullptr) Fail(cannotOpen);
+    OutputFile report(session.whichPrinda, console.volumeName, session.prindaMode);
     ReportHead(report);
     ReportRawComposition(report, a);
     AdjustComposition(a);
@@ -437,4 +437,5 @@ void PFTs_ScalingUp()
     }
     AnalyseTraits(a, report);
     std::fprintf(report, "\n");
+    report.Close();
 }

@@ -56,11 +56,12 @@ bool NameSession(int answer)
     std::snprintf(console.sessionName, sizeof console.sessionName, "%s",
                   console.sessionShortName);
     SessionFileName(session.whichTrack, trackExt);
-    const OutputFile track(
-        fopenck(session.whichTrack, console.volumeName, answer == 'N' ? "w" : "r+"));
-    if (track != nullptr) return true;
-    if (!console.runMacro) Wait();
-    return false;
+    const char* const mode = answer == 'N' ? "w" : "r+";
+    OutputFile track(fopenck(session.whichTrack, console.volumeName, mode), session.whichTrack);
+    const bool canOpen = track.IsOpen();
+    track.Close();
+    if (!canOpen && !console.runMacro) Wait();
+    return canOpen;
 }
 
 void OpenSession(int answer)

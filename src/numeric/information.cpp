@@ -108,8 +108,8 @@ template <typename Measure>
 void EachContingencyTable(int n, int p, double** data, double** out, char print, Measure measure)
 {
     const bool printed = print == 1;
-    OutputFile tables(printed ? fopenck("Tables.txt", nullptr, "w") : nullptr);
-    if (printed && tables.file == nullptr) Fail(cannotOpen);
+    OutputFile tables;
+    if (printed && !tables.Open("Tables.txt", nullptr, "w", Unfinished::kept)) Fail(cannotOpen);
 
     // CountStates passes over negative states, which need room too, so the states are collected.
     int largest = 0;
@@ -124,6 +124,7 @@ void EachContingencyTable(int n, int p, double** data, double** out, char print,
             ContingencyMV(p, data[i], data[k], table, dims, tables);
             out[i][k] = measure(dims[0], dims[1], table.table);
         }
+    tables.Close();
 }
 
 double ChiSquare(int rows, int cols, double** table)

@@ -13,16 +13,6 @@
 
 namespace {
 
-std::FILE* OpenIntermediate(Family family)
-{
-    if (preferences.saveStruct != 'y') return nullptr;
-    const char* const name = family == Family::phylogeny ? "IntermediateRankResults.txt"
-                                                         : session.whichStructures;
-    std::FILE* const file = fopenck(name, console.volumeName, "w");
-    if (file == nullptr) Fail(cannotOpen);
-    return file;
-}
-
 void PrintTable(std::FILE* file, int rows, int columns, double** M)
 {
     PrintMatrixTab(file, rows, columns, M, SignificantDigits());
@@ -46,9 +36,12 @@ void TakeOutT(std::FILE* file, RankingMatrices& m, Structure& D)
 
 } // namespace
 
-IntermediateFile::IntermediateFile(const Criterion& ranked)
-    : criterion(ranked), file(OpenIntermediate(ranked.family))
+IntermediateFile::IntermediateFile(const Criterion& ranked) : criterion(ranked)
 {
+    if (preferences.saveStruct != 'y') return;
+    const char* const name = criterion.family == Family::phylogeny ? "IntermediateRankResults.txt"
+                                                                   : session.whichStructures;
+    if (!file.Open(name, console.volumeName, "w", Unfinished::kept)) Fail(cannotOpen);
 }
 
 bool IntermediateFile::ComparesX() const

@@ -14,7 +14,9 @@ public:
     /// Opens the file if `saveStruct` is on; one that cannot be opened is failure code 4.
     explicit IntermediateFile(const Criterion& criterion);
 
-    bool IsOpen() const { return file != nullptr; }
+    bool IsOpen() const { return file.IsOpen(); }
+    void Check() { file.Check(); }
+    void Close() { file.Close(); }
 
     /// Before the search.
     void PrintShared(RankingMatrices& m);
@@ -38,5 +40,5 @@ private:
     void PrintResiduals(RankingMatrices& m);
 
     const Criterion& criterion;
-    const OutputFile file;
+    OutputFile file;
 };

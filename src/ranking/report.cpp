@@ -328,7 +328,7 @@ void PrintElapsed(std::FILE* report, double timeStart)
 /// file keeps its length. Users' scripts look for it there.
 void OverwriteHead(std::FILE* report, const std::vector<RankedSubset>& best)
 {
-    std::rewind(report);
+    std::fseek(report, 0, SEEK_SET); // unlike rewind, it leaves the mark of a failed print
     for (const RankedSubset& one : best) {
         PrintSubset(report, one.traits.data(), one.size);
         std::fprintf(report, "\n");
@@ -415,7 +415,6 @@ void PrintSizeLine(std::FILE* report, const Criterion& criterion, int size,
     else
         PrintSubset(report, best.traits.data(), best.size);
     std::fprintf(report, "\n");
-    std::fflush(report);
 }
 
 void PrintRankingTail(std::FILE* report, const Criterion& criterion, const KeepTable& kept,

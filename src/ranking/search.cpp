@@ -39,13 +39,6 @@ int TotalOfSubsets()
     return ToInt(total);
 }
 
-std::FILE* OpenReport()
-{
-    std::FILE* const file = fopenck(session.whichChorder, console.volumeName, "w");
-    if (file == nullptr) Fail(cannotOpen);
-    return file;
-}
-
 /// OTUs of each type, types by ascending label.
 std::vector<int> CountOtusOfTypes()
 {
@@ -76,7 +69,7 @@ private:
     const Criterion& criterion;
     const double timeStart;
     IntermediateFile intermediate;
-    const OutputFile report;
+    OutputFile report;
     RankingMatrices matrices;
     const std::vector<int> typeSizes; // empty for the criterion without types
     const bool printsRows;
@@ -93,8 +86,8 @@ private:
 };
 
 Search::Search(const Criterion& ranked)
-    : criterion(ranked), timeStart(omp_get_wtime()), intermediate(ranked), report(OpenReport()),
-      matrices(ranked.needs),
+    : criterion(ranked), timeStart(omp_get_wtime()), intermediate(ranked),
+      report(session.whichChorder, console.volumeName, "w"), matrices(ranked.needs),
       typeSizes(ranked.needs.types ? CountOtusOfTypes() : std::vector<int>()),
       printsRows(session.printRankIntermedResults == 'y'), subset(session.nch),
       states(session.nch), types(session.nch), ranges(session.nch), weights(session.nch),
@@ -116,6 +109,8 @@ void Search::Run()
     PrepareStatistics(criterion, matrices, statistics);
     for (int k = session.nMinTraitsChRank; k <= session.nMaxTraitsChRank; k++) SearchSize(k);
     PrintRankingTail(report, criterion, kept, evaluations, best, timeStart);
+    intermediate.Close();
+    report.Close();
 }
 
 void Search::SearchSize(int k)
@@ -132,6 +127,8 @@ void Search::SearchSize(int k)
     }
     PrintSizeLine(report, criterion, k,
                   best[static_cast<std::size_t>(k - session.nMinTraitsChRank)]);
+    report.Check(); // before the next size, which may take hours
+    intermediate.Check();
 }
 
 /// Goes to the next subset; false if it holds an excluded trait.

@@ -30,19 +30,6 @@ constexpr int versionWordSize = 64;
 
 // --- Writing
 
-/// Code 3 if anything printed so far did not reach the file.
-void CheckPrinted(std::FILE* file)
-{
-    if (std::ferror(file) != 0) Fail(failedPrint);
-}
-
-/// What the buffer still holds reaches the file here, and a full disk shows now at the latest.
-void Finish(std::FILE* file)
-{
-    if (std::fflush(file) != 0) Fail(failedPrint);
-    CheckPrinted(file);
-}
-
 void WriteLabels(std::FILE* file, int n, char** labels)
 {
     for (int i = 0; i < n; i++) std::fprintf(file, "%s\t", labels[i]);
@@ -101,7 +88,6 @@ void WriteHead(std::FILE* file, int nOTUs, const char* description)
     WriteZeros(file, nReservedNumbers);
     std::fprintf(file, "\n");
     std::fprintf(file, "%s \n", versionWithTraitGroups);
-    CheckPrinted(file);
 }
 
 void WriteMatrices(std::FILE* file, int nOTUs, double** B, double** W)
@@ -110,7 +96,6 @@ void WriteMatrices(std::FILE* file, int nOTUs, double** B, double** W)
     std::fprintf(file, "\n");
     PrintMatrixTab(file, nOTUs, session.ncsm, W, significantDigits);
     std::fprintf(file, "\n");
-    CheckPrinted(file);
 }
 
 /// E stands with variables as rows, though it is kept with communities as rows.
@@ -129,7 +114,6 @@ void WriteEnvironment(std::FILE* file)
             std::fprintf(file, "\n");
         }
     }
-    CheckPrinted(file);
 }
 
 void WriteSpecies(std::FILE* file, int nOTUs)
@@ -142,7 +126,6 @@ void WriteSpecies(std::FILE* file, int nOTUs)
         WriteCharacters(file, s.nSpp, s.ncsm, s.sppRelMap);
         WriteCharacters(file, nOTUs, s.nSpp, s.cstSppMap);
     }
-    CheckPrinted(file);
 }
 
 void WritePhylogeny(std::FILE* file, int nOTUs)
@@ -159,7 +142,6 @@ void WritePhylogeny(std::FILE* file, int nOTUs)
             WriteNumbers(file, nOTUs, s.nClados, s.phylogenyData);
         }
     }
-    CheckPrinted(file);
 }
 
 void WriteTraitGroups(std::FILE* file)
@@ -317,8 +299,7 @@ void ReadTraitGroups(DataFile& file, bool stored)
 
 void WriteFormda(int nOTUs, const char* fileName, const char* description, double** B, double** W)
 {
-    OutputFile file(fopenck(fileName, nullptr, "w"));
-    if (file == nullptr) Fail(cannotOpen);
+    OutputFile file(fileName, nullptr, "w", Unfinished::removed);
     WriteHead(file, nOTUs, description);
     WriteMatrices(file, nOTUs, B, W);
     WriteEnvironment(file);
@@ -328,7 +309,7 @@ void WriteFormda(int nOTUs, const char* fileName, const char* description, doubl
     WritePhylogeny(file, nOTUs);
     WriteTraitGroups(file);
     TimeStamp(file);
-    Finish(file);
+    file.Close();
 }
 
 void OpenFormda(int /*mode*/)

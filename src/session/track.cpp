@@ -288,15 +288,16 @@ bool AtEndOfFile(InputStream& stream)
 
 void WriteTrack(char full)
 {
-    OutputFile file(fopenck(session.whichTrack, nullptr, "w"));
-    if (file == nullptr) Fail(cannotOpen);
+    OutputFile file(session.whichTrack, nullptr, "w", Unfinished::removed);
     std::fprintf(file, "%s\n", session.whichFormda);
     std::fprintf(file, "%s\n", versionTrack);
-    if (full == 0) return;
-    WriteSettings(file);
-    WriteCommunityPartitions(file);
-    WriteOTUPartitions(file);
-    WriteSelections(file);
+    if (full != 0) {
+        WriteSettings(file);
+        WriteCommunityPartitions(file);
+        WriteOTUPartitions(file);
+        WriteSelections(file);
+    }
+    file.Close();
 }
 
 int ReadTrack()

@@ -1,5 +1,5 @@
-// Text files: opening them with the one complaint, and reading them character by character
-// through a stream that knows when it was closed.
+// Text files: opening them with the one complaint, reading them character by character through a
+// stream that knows when it was closed, and writing them so that nothing is lost on the way.
 #pragma once
 
 #include <cstdio>
@@ -18,6 +18,8 @@ public:
     InputStream& operator=(const InputStream&) = delete;
 
     bool IsOpen() const { return file != nullptr; }
+    /// True if reading met an error: what came last was no end of file.
+    bool HasFailed() const { return file != nullptr && std::ferror(file) != 0; }
     /// The next character, 0 to 255, or EOF.
     int Get();
     /// Gives a character back; EOF is ignored.
@@ -35,19 +37,57 @@ private:
 /// Standard input, the one stream for all that the user types.
 InputStream& StandardInput();
 
-/// An output file that closes itself.
-struct OutputFile {
-    explicit OutputFile(std::FILE* opened) : file(opened) {}
-    ~OutputFile() { Close(); }
+/// What becomes of a text that was not completed.
+enum class Unfinished {
+    removed, ///< a session's own file: half of it is of no use to anybody
+    kept     ///< a report: stays under its name followed by ".part"
+};
+
+/// A text file that is written. Its prints are not tested one by one: the stream remembers a
+/// failure, and Close finds it.
+///
+/// An old file of the name stays as it is until the new text is complete. The text grows beside it
+/// under the name followed by ".part" (beside its target if the name is a link), and Close puts it
+/// in place in one step. Whatever ends the work before, a failure, a signal or a cut of the power,
+/// leaves the old file. Only where the folder takes no new file, or where the name is that of a
+/// device or a pipe, is the text written in place.
+class OutputFile
+{
+public:
+    OutputFile() = default;
+    /// Opens prefix + name (prefix may be null) in mode "w", or "a" to go on with a copy of the old
+    /// text; the complaint of fopenck and failure code 4 if that cannot be.
+    OutputFile(const char* name, const char* prefix, const char* mode,
+               Unfinished unfinished = Unfinished::kept);
+    /// Takes over a file that is written in place; null is fine. The name is for complaints.
+    explicit OutputFile(std::FILE* opened, const char* name = "");
+    ~OutputFile() { Abandon(); }
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
+
+    /// As the constructor, but leaves the failure to the caller: false after the complaint.
+    bool Open(const char* name, const char* prefix, const char* mode, Unfinished unfinished);
+    bool IsOpen() const { return file != nullptr; }
     operator std::FILE*() const { return file; }
-    void Close()
-    {
-        if (file != nullptr) std::fclose(file);
-        file = nullptr;
-    }
-    std::FILE* file;
+    /// What was printed so far reaches the file, or else "\nfile %s " and failure code 3. For the
+    /// end of long sections: a full disk shows before the work of hours.
+    void Check();
+    /// Completes the file and puts it in place, or else "\nfile %s " and failure code 3. Closing
+    /// twice is fine.
+    void Close();
+
+private:
+    bool OpenBeside(const char* mode);
+    bool CopyOldText();
+    bool IsStored();
+    void Abandon();
+    [[noreturn]] void Refuse();
+
+    std::FILE* file = nullptr;
+    std::string path;    // as the user knows it
+    std::string target; // what `part` replaces
+    std::string part;    // empty if the text is written in place
+    Unfinished fate = Unfinished::kept;
 };
 
 /// Opens a file without a word; null when it cannot be opened or is a folder.

@@ -15,8 +15,8 @@ const int macroNameLength = 51;
 
 char whichMacro[macroNameLength + 1] = "";
 char whichRun[32] = "";
-OutputFile oufpMacro(nullptr);           // the macro while it is recorded
-OutputFile oufpRun(nullptr);             // the report while a macro is replayed
+OutputFile oufpMacro;                   // the macro while it is recorded
+OutputFile oufpRun;                     // the report while a macro is replayed
 std::unique_ptr<InputStream> infpMacro; // the macro while it is replayed
 
 void PrintMacroMenu()
@@ -36,7 +36,7 @@ void PrintMacroMenu()
 /// Answers are copied to the recorded macro, or else to the report, or else nowhere.
 void PointRecordAtWhatIsOpen()
 {
-    console.outm = console.createMacro ? oufpMacro.file : oufpRun.file;
+    console.outm = console.createMacro ? oufpMacro : oufpRun;
 }
 
 void AskMacroName()
@@ -48,8 +48,7 @@ void AskMacroName()
 bool StartRecording()
 {
     AskMacroName();
-    oufpMacro.file = fopenck(whichMacro, console.volumeName, "w");
-    if (oufpMacro == nullptr) return false;
+    if (!oufpMacro.Open(whichMacro, console.volumeName, "w", Unfinished::kept)) return false;
     console.outm = oufpMacro;
     console.createMacro = true;
     return true;
@@ -73,8 +72,7 @@ bool StartReplay()
     if (macro == nullptr) return false;
     infpMacro = std::make_unique<InputStream>(macro);
     std::snprintf(whichRun, sizeof whichRun, "%sMacroRunReport", console.volumeName);
-    oufpRun.file = fopenck(whichRun, nullptr, "w");
-    if (oufpRun == nullptr) {
+    if (!oufpRun.Open(whichRun, nullptr, "w", Unfinished::kept)) {
         infpMacro.reset();
         return false;
     }

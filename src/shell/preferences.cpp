@@ -186,22 +186,21 @@ void ReadPreferences()
     InputStream file(OpenFile(KELPRAPrefsName, "r"));
     if (!file.IsOpen()) return;
     char word[32];
-    freadckWord(file, word, sizeof word, KELPRAPrefsName);
-    if (std::strcmp(word, versionPref) != 0) return;
+    if (!TryReadWord(file, word, sizeof word) || std::strcmp(word, versionPref) != 0) return;
     ReadPlotItems(file, preferences);
     ReadAnalysisItems(file, preferences);
 }
 
 void WritePreferences()
 {
-    OutputFile file(fopenck(KELPRAPrefsName, nullptr, "w"));
-    if (file == nullptr) return; // the user has been told; the settings hold for this run
+    OutputFile file;
+    // Otherwise the user has been told, and the settings hold for this run.
+    if (!file.Open(KELPRAPrefsName, nullptr, "w", Unfinished::removed)) return;
     std::fprintf(file, "%s\n", versionPref);
     WritePlotItems(file, preferences);
     WriteAnalysisItems(file, preferences);
     TimeStamp(file);
-    // A full disk shows when the text leaves the buffer, so one look at the end sees all prints.
-    if (std::fflush(file) != 0 || std::ferror(file) != 0) Fail(failedPrint);
+    file.Close();
 }
 
 void SetPreferences()

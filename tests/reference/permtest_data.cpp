@@ -198,7 +198,7 @@ void ReadExample(const std::string& file, int rows, int columns, double** to)
     OutputFile in(std::fopen(path.c_str(), "r")); // closes itself
     for (int i = 0; i < rows; i++)
         for (int j = 0; j < columns; j++)
-            if (in.file == nullptr || std::fscanf(in, "%lf", &to[i][j]) != 1)
+            if (!in.IsOpen() || std::fscanf(in, "%lf", &to[i][j]) != 1)
                 throw std::runtime_error("cannot read " + path);
 }
 

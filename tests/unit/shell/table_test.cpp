@@ -11,7 +11,7 @@ template <typename Print>
 std::string Printed(Print print)
 {
     OutputFile page(std::tmpfile());
-    print(page.file);
+    print(page);
     return TextOf(page);
 }
 
