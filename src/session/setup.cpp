@@ -23,7 +23,7 @@ bool AskFormattedFile(char* fileName)
     ReadStringIn("%s\n", s.tempSession, 62);
     std::strcpy(fileName, s.tempSession);
     std::strcat(fileName, formdaExt);
-    return OutputFile(fopenck(fileName, nullptr, "r")).file != nullptr;
+    return InputStream(fopenck(fileName, nullptr, "r")).IsOpen();
 }
 
 bool FormatRawData()
