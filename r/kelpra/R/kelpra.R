@@ -18,7 +18,7 @@ kelpra <- function(x, measure = c("mantel", "procrustes", "rv", "regression", "a
                    beals_target = TRUE, axes_factor = 2, digits = 6, intermediate = FALSE, processors = 0,
                    session = "kelpra", folder = NULL, progress = interactive(), patience = 20, timeout = Inf) {
   if (!inherits(x, "kelpra_data")) stop_kelpra("x must be made by kelpra_data().")
-  s <- check_settings(mget(setdiff(names(formals()), c("x", "folder", "progress", "patience", "timeout"))), x)
+  s <- check_settings(mget(setdiff(names(formals()), run_arguments)), x)
   program <- kelpra_program()
   folder <- own_folder(folder)
   write_inputs(x, folder, s$within)

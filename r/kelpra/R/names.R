@@ -12,7 +12,7 @@ nearest <- function(x, pool) {
   distance <- utils::adist(plain_name(x), plain_name(pool))
   vapply(seq_along(x), function(i) {
     best <- which.min(distance[i, ])
-    close <- length(best) == 1 && distance[i, best] <= max(1, nchar(x[i]) %/% 4)
+    close <- length(best) == 1 && distance[i, best] <= max(1, (nchar(x[i]) + 2) %/% 4)
     if (close) pool[best] else ""
   }, "")
 }

@@ -93,7 +93,8 @@ watch <- function(run, folder, bar, patience, timeout) {
     if (is.null(trouble) && now - started > timeout) trouble <- paste("it took longer than", timeout, "seconds")
     if (any(nzchar(new))) { heard <- now; busy <- used_time(run) }
     if (is.null(trouble) && alive && now - heard > patience) {
-      if (used_time(run) - busy < 0.02 * patience) trouble <- paste("it has neither said nor done anything for", patience, "seconds")
+      gained <- used_time(run) - busy
+      if (!is.na(gained) && gained < 0.02 * patience) trouble <- paste("it has neither said nor done anything for", patience, "seconds")
       heard <- now
       busy <- used_time(run)
     }
@@ -119,7 +120,7 @@ trouble_in <- function(tail) {
   NULL
 }
 
-used_time <- function(run) tryCatch(sum(run$get_cpu_times()[c("user", "system")]), error = function(e) 0)
+used_time <- function(run) tryCatch(sum(run$get_cpu_times()[c("user", "system")]), error = function(e) NA)  # it has just ended
 
 # A temporary folder is gone when R ends, so that of a failed run moves out of it.
 fail <- function(folder, trouble, screen) {

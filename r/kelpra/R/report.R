@@ -55,7 +55,7 @@ report_lines <- function(path) {
   lines <- readLines(path, warn = FALSE, encoding = "bytes")
   starts <- grep("^EXPLORATION OF COMMUNITY DATA STRUCTURES", lines)
   if (!length(starts)) stop_kelpra(quoted(path), " is no report of a functional analysis.")
-  banner <- if (length(starts) == 1) lines[seq_len(starts)] else grep("KELPRA v", lines[seq_len(starts[1])], value = TRUE)
+  banner <- if (length(starts) == 1) lines[seq_len(starts - 1)] else grep("KELPRA v", lines[seq_len(starts[1])], value = TRUE)
   c(banner, lines[utils::tail(starts, 1):length(lines)])
 }
 

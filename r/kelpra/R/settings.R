@@ -1,6 +1,7 @@
 # Settings of a run: named arguments with the program's defaults, checked before anything starts.
 #
-# check_settings(s, x)      s: list of the arguments of kelpra(); gives them back in one shape, or stops
+# default_settings(...)     the arguments of kelpra() that are settings, with its defaults or those given
+# check_settings(s, x)      s: such a list; gives them back in one shape, or stops
 # preference_answers(s)     answers to the preferences dialogue; none where all are defaults
 # flag, whole, number       checks of one argument
 # chosen(x, names, what)    a choice among names (names, numbers, logical or NULL for all) as 0/1
@@ -9,6 +10,16 @@
 
 measure_codes <- c(mantel = 1, procrustes = 2, rv = 3, regression = 4, anova = 5)
 distance_codes <- c(euclidean = 6, chord = 10)
+
+run_arguments <- c("x", "folder", "progress", "patience", "timeout")
+
+default_settings <- function(...) {
+  given <- list(...)
+  defaults <- formals(kelpra)
+  s <- lapply(defaults[setdiff(names(defaults), run_arguments)], eval)
+  s[names(given)] <- given
+  s
+}
 
 check_settings <- function(s, x) {
   s$measure <- one_of(s$measure, names(measure_codes), "measure")
@@ -54,7 +65,7 @@ check_together <- function(s, x) {
     list(!is.null(x$E) && sum(s$variables) == 0, "No variable is chosen."),
     list(sum(s$otus) < 2, "Fewer than two OTUs are chosen.")
   )
-  for (rule in rules) if (rule[[1]]) stop_kelpra(unlist(rule[-1]))
+  for (rule in rules) if (rule[[1]]) do.call(stop_kelpra, rule[-1])
 }
 
 flag <- function(x, what) {
@@ -81,7 +92,7 @@ chosen <- function(x, names, what) {
   if (is.null(x)) return(rep(1L, length(names)))
   if (is.logical(x) && length(x) == length(names) && !anyNA(x)) return(as.integer(x))
   if (is.numeric(x)) {
-    bad <- setdiff(x, seq_along(names))
+    bad <- setdiff(abs(x), seq_along(names))
     if (length(bad)) stop_kelpra(what, ": there is no number ", listed(bad), " (1 to ", length(names), ").")
     x <- names[x]
   }

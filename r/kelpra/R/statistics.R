@@ -29,12 +29,15 @@ meanings <- c(
   "r(FE)" = "phylogenetic diversity within communities follows the variables"
 )
 
+# The site shuffle moves no OTU, and T, X and P all in the same order: what these have to do with each
+# other is never shuffled, and the P that the program prints is 1 over the iterations, or 1.
+no_site_test <- c("ro(BF)", "ro(PT)", "ro(PX)", "ro(PX.T)")
+
 read_statistics <- function(lines, s) {
   found <- switch(s$measure, regression = regression_lines(lines), anova = anova_lines(lines), correlation_lines(lines))
   if (!s$tests) found <- found[found$name == "r(TE)", ]
   found$tails <- tails_of(found, s)
-  # Under site shuffle no OTU moves: the P that the program prints is that of its own count alone.
-  found$P[found$name == "ro(BF)" & s$null == "sites"] <- NA
+  if (s$null == "sites") found$P[found$name %in% no_site_test] <- NA
   interval <- p_interval(found$P, s$iterations)
   found <- cbind(found[c("name", "meaning", "value", "P")], interval, tails = found$tails, found[intersect(c("response", "term"), names(found))])
   rownames(found) <- NULL

@@ -1,0 +1,4 @@
+library(testthat)
+library(kelpra)
+
+test_check("kelpra")
