@@ -9,15 +9,14 @@
 #include "lines.hpp"
 #include "numeric/random.hpp"
 #include "numeric/statistics.hpp"
+#include "plain_model.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
 #include "simulation/evaluation.hpp"
 #include "simulation/model.hpp"
-#include "unit/simulation/plain_model.hpp"
+#include "unit/simulation/sample_run.hpp"
 
 namespace {
-
-using namespace simulation_test;
 
 const int nSites = 50, nOTUs = 100, nTraits = 5, nFactors = 4;
 const int nWarmUp = 400; // steps until the sites are filled

@@ -7,8 +7,6 @@
 
 #include "simulation/settings.hpp"
 
-namespace simulation_test {
-
 using Matrix = std::vector<std::vector<double>>;
 
 struct PlainModel {
@@ -33,9 +31,3 @@ private:
     void Mortality(const Simulation& run, int step);
     void Feedback(const Simulation& run);
 };
-
-/// A run of S sites, N OTUs, K traits and F factors with all that can be generated left to chance,
-/// and inputs from a fixed sequence in place of the files.
-void FillRun(Simulation& run, int S, int N, int K, int F, bool withInteractions);
-
-} // namespace simulation_test

@@ -1,0 +1,96 @@
+#include "simulation/simulation.hpp"
+
+#include <doctest/doctest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "simulation/evaluation.hpp"
+#include "simulation/settings.hpp"
+#include "unit/session/session_fixture.hpp"
+
+namespace {
+
+/// A whole dialogue: 2 sites, 3 OTUs, a trait and a factor from files, a test of 2 iterations.
+void Simulate()
+{
+    InputStream answers(FileOf(
+        "2 3 1 t B.txt\nr 0.2 0.6 -5 -2 r\n1 e E.txt\nn responses.txt\neffects.txt\n"
+        "r 0.3 0.7 -8 -2 r 0.3 0.7 -8 -2 r 2 9 r 0.3 0.7 -8 -2 3 4 5 0.5\n"
+        "1 y 2 t 0 2 19 1 6 1 1 n y\n1 n y\n"));
+    console.in = &answers;
+    try {
+        IFAssemblyRulesSimulation_EnvFeedback_TypeI_II_Error();
+    } catch (...) {
+        console.in = &StandardInput();
+        throw;
+    }
+    console.in = &StandardInput();
+}
+
+} // namespace
+
+TEST_CASE("a null hypothesis is rejected at the grain of single precision")
+{
+    const float alpha = 0.05F;
+    const double above = std::nextafterf(alpha, 1.0F);
+    const double twoAbove = std::nextafterf(static_cast<float>(above), 1.0F);
+    CHECK(IsRejected(0.05, 0.05));
+    CHECK(IsRejected(0.04, 0.05));
+    CHECK(IsRejected(above, 0.05));
+    CHECK_FALSE(IsRejected(twoAbove, 0.05));
+    CHECK_FALSE(IsRejected(std::nan(""), 0.05));
+    CHECK_FALSE(IsRejected(std::numeric_limits<double>::infinity(), 1.0));
+}
+
+TEST_CASE("interactions are numbered and named in the order of their rows")
+{
+    Simulation run;
+    run.nFactors = 4;
+    run.withInteractions = true;
+    run.nPredictors = CountPredictors(4, true);
+    CHECK(run.nPredictors == 10);
+    CHECK(CountPredictors(1, true) == 1);
+    const char* const names[] = {"1", "2", "3", "4", "1x2", "1x3", "1x4", "2x3", "2x4", "3x4"};
+    run.nSites = 1;
+    OwnedRows E(10, 1);
+    const double primes[] = {2, 3, 5, 7};
+    for (int f = 0; f < 4; f++) E[f][0] = primes[f];
+    ComputeInteractions(run, E);
+    const double products[] = {2, 3, 5, 7, 6, 10, 14, 15, 21, 35};
+    for (int q = 0; q < 10; q++) {
+        char name[24];
+        PredictorName(run, q, name);
+        CHECK(std::string(name) == names[q]);
+        CHECK(E[q][0] == products[q]);
+    }
+}
+
+TEST_CASE("a simulation leaves the session as it was, whatever allocation fails")
+{
+    SessionTest test;
+    WriteText("B.txt", "1 2.5 4");
+    WriteText("E.txt", "1 3");
+    WriteText("responses.txt", "-0.5");
+    WriteText("effects.txt", "0.1");
+    session.optmain = 'S';
+    session.nch = 7;
+    session.rese_opt = 9;
+    std::strcpy(session.whichPrinda, "meadowPrinda.txt");
+    int code = outOfMemory;
+    for (int k = 1; code != 0; k += 1 + k / 30) { // the address sanitizer sees what is left behind
+        FailAllocation(k);
+        code = CodeOf(Simulate);
+        FailAllocation(0);
+        CHECK((code == 0 || code == outOfMemory));
+        CHECK(session.optmain == 'S');
+        CHECK(session.nch == 7);
+        CHECK(session.rese_opt == 9);
+        CHECK(session.chLabel == nullptr);
+        CHECK(std::string(session.whichPrinda) == "meadowPrinda.txt");
+    }
+    // A response is one whatever its sign.
+    CHECK(TimesIn(TextOfFile("FinalSimulatedData.txt"), "ecosystem conditions: \n1\t\n") == 1);
+}
