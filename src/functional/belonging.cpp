@@ -223,13 +223,13 @@ int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, b
 void NominalReseNonHier(int n, int p, double** M, double** D, int rese_opt)
 {
     switch (rese_opt) {
-    // Deliberate: 7 and 9 are called relative and are not, here; users' earlier results depend on
+    // Deliberate: two are called relative and are not, here; users' earlier results depend on
     // it.
-    case 6:
-    case 7: EucliDistMV(n, p, M, D); break;
-    case 8:
-    case 9: AbsValFunctionMV(n, p, M, D); break;
-    case 10: {
+    case euclideanDistance:
+    case relativeEuclideanDistance: EucliDistMV(n, p, M, D); break;
+    case absoluteValueFunction:
+    case relativeAbsoluteValueFunction: AbsValFunctionMV(n, p, M, D); break;
+    case chordDistance: {
         OwnedRows unitLength(n, p);
         NormalizeRowsMV(n, p, M, unitLength);
         EucliDistMV(n, p, unitLength, D);

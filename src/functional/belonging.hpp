@@ -75,8 +75,8 @@ int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U,
 
 /// Resemblance between n communities described by p columns.
 ///
-/// rese_opt 6, 7 Euclidean distance; 8, 9 sum of absolute differences; 10 chord distance; any
-///          other leaves D alone
+/// rese_opt a CommunityResemblance: Euclidean distance, absolute value function (also by the names
+///          of their relative forms) or chord distance; any other leaves D alone
 /// D        n x n; upper triangle and zero diagonal are written; a missing cell leaves its column
 ///          out of the pair
 void NominalReseNonHier(int n, int p, double** M, double** D, int rese_opt);

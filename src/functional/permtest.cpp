@@ -7,9 +7,9 @@
 #include <memory>
 #include <vector>
 
-#include "functional/correlation.hpp"
 #include "functional/permtest_file.hpp"
 #include "functional/permtest_iteration.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/random.hpp"
 #include "numeric/statistics.hpp"
 #include "shell/console.hpp"

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "functional/correlation.hpp"
 #include "functional/permtest_iteration.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
 #include "shell/table.hpp"
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "functional/correlation.hpp"
 #include "numeric/adjust.hpp"
 #include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
-#include "functional/correlation.hpp"
 #include "functional/scaling.hpp"
 #include "functional/settings.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/resemblance.hpp"
 #include "session/session.hpp"
@@ -94,7 +94,7 @@ void HeadPooling(std::FILE* report)
                      clusMethInfo[session.clusMethPoolCSTs]);
     std::fprintf(report, "Resemblance function between OTUs: %s\n",
                  reseCSToptInfo[session.reseCSTopt - 1]);
-    if (session.reseCSTopt == 1)
+    if (session.reseCSTopt == otusByGower)
         std::fprintf(report, "Gower index modified to count matching absences in binary traits? %s\n",
                      YesNotInfo[preferences.countDoubleAbsence != 0 ? 1 : 0]);
 }
@@ -152,11 +152,11 @@ void HeadCommunities(std::FILE* report)
 void PhylogenyResemblance(std::FILE* report, const Scaling& a)
 {
     const int kind = session.phylogenyMatrixType;
-    if (kind == 1)
+    if (kind == phylogenySimilarities)
         std::fprintf(report, "\nSimilarity matrix, in the range 0-1, between %d OTUs based on their phylogeny:\n", a.s);
-    if (kind == 3)
+    if (kind == phylogenyDistances)
         std::fprintf(report, "\nDissimilarity matrix, in the range 0-1, between %d OTUs based on their phylogeny:\n", a.s);
-    if (kind == 2) {
+    if (kind == phylogenyVariables) {
         std::fprintf(report, "\nPhylogeny matrix with %d OTUs by %d phylogenetic variables: \n", a.s,
                      session.nClados);
         PrintTable(report, a.s, session.nClados, session.phylogenyData);
@@ -256,7 +256,7 @@ void FunctionalDiversity(std::FILE* report, const Scaling& a)
 void PhylogeneticDiversity(std::FILE* report, const Scaling& a)
 {
     std::fprintf(report, "\n\nPHYLOGENETIC DIVERSITY");
-    if (session.phylogenyMatrixType == 1)
+    if (session.phylogenyMatrixType == phylogenySimilarities)
         std::fprintf(report, "\nRao quadratic entropy (Rp) within each community, considering phylogenetic dissimilarities obtained by transformation of input similarities [D= sqrt(1-S)] between OTUs:\n");
     else
         std::fprintf(report, "\nRao quadratic entropy (Rp) within each community, considering phylogenetic dissimilarities between OTUs:\n");
@@ -359,7 +359,7 @@ void ReportPhylogeny(std::FILE* report, const Scaling& a)
                      a.s, a.nPCoA);
         PrintTable(report, a.s, a.nPCoA, *a.pcoaScores);
     }
-    if (session.phylogenyMatrixType == 2) {
+    if (session.phylogenyMatrixType == phylogenyVariables) {
         std::fprintf(report, "\nVariable types in the phylogeny matrix with %d OTUs by %d phylogenetic variables: \n",
                      a.s, session.nClados);
         PrintVectorTab(report, session.nClados, session.phylogenyVarType, nullptr);

@@ -2,9 +2,9 @@
 // regression and variance models, and how the test was done.
 #include <cstdio>
 
-#include "functional/correlation.hpp"
 #include "functional/report.hpp"
 #include "functional/scaling.hpp"
+#include "numeric/congruence.hpp"
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 #include "shell/table.hpp"

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "functional/correlation.hpp"
 #include "functional/diversity.hpp"
 #include "functional/report.hpp"
 #include "functional/settings.hpp"
@@ -135,9 +134,10 @@ void PhylogenyCoordinates(Scaling& a)
     OwnedRows scores(a.s, a.s);
     OwnedVector values(a.s);
     bool noNegative = false;
-    const int reseOpt = session.phylogenyMatrixType == 1 ? 5 : 3; // similarities or distances
+    const bool isSimilarity = session.phylogenyMatrixType == phylogenySimilarities;
     OrdinationLib_D(a.s, a.s, nullptr, session.phylogenyRese, vectors, scores, &a.nPCoA, values,
-                    &noNegative, 1, reseOpt, 1);
+                    &noNegative, principalCoordinates,
+                    isSimilarity ? gowerMeasure : euclideanMeasure, 1);
     a.pcoaScores.emplace(a.s, a.s);
     TransposeMatrix(a.s, a.s, scores, *a.pcoaScores);
 }
@@ -146,14 +146,14 @@ void PhylogenyCoordinates(Scaling& a)
 void ScalePhylogeny(Scaling& a)
 {
     Session& data = session;
-    if (data.phylogenyMatrixType == 2) // a joint absence never counts in phylogeny variables
+    if (data.phylogenyMatrixType == phylogenyVariables) // a joint absence never counts in phylogeny variables
         GowerMVOpt(a.s, data.nClados, data.phylogenyVarType, data.phylogenyData,
                    data.phylogenyRese, nullptr, nullptr, 0);
     PhylogenyCoordinates(a);
 
     // Deliberate: variables (type 2) have become similarities, yet count as dissimilarities from
     // here on; users' earlier results depend on it.
-    const bool isDissimilarity = data.phylogenyMatrixType != 1;
+    const bool isDissimilarity = data.phylogenyMatrixType != phylogenySimilarities;
     a.Q.emplace(a.s, a.f);
     if (data.fuzzyPhyl == 1)
         FuzzyBelonging(a.s, a.f, data.phylogenyRese, data.partition_OTUs_Phyl, *a.Q,
@@ -330,7 +330,7 @@ void GiveSettings(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
     test.weightedNull = session.optWeightedNullModel;
     test.keepScale = a.keepScale;
     test.hasPhylogenyInput = a.withPhylogeny;
-    test.phylIsDissimilarity = session.phylogenyMatrixType != 1;
+    test.phylIsDissimilarity = session.phylogenyMatrixType != phylogenySimilarities;
     test.sqrtTraits = preferences.sqrtDissimOpt_RaoTraits;
     test.sqrtPhyl = preferences.sqrtDissimOpt_RaoPhyl;
     test.restrictKind = session.optRestrictPermutNullModel;

@@ -5,6 +5,8 @@
 #include <ctime>
 #include <string>
 
+#include "numeric/congruence.hpp"
+#include "numeric/resemblance.hpp"
 #include "numeric/statistics.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
@@ -34,8 +36,6 @@ namespace {
 constexpr int membershipFileNameSize = 100;
 constexpr int criterionTraitAverages = 10; // values of opt_struct
 constexpr int criterionAlphaDivergence = 16;
-
-enum Congruence { mantel = 1, procrustes, rvCoefficient, regression, anova };
 
 bool ForRanking()
 {
@@ -86,7 +86,7 @@ void SetDefaults()
     s.traitBasedOpt = RanksTraitAverages() ? 2 : 1;
     s.poolCSTopt = RanksTraitAverages() ? 0 : 2;
     if (!RanksTraitAverages()) s.clusMethPoolCSTs = 0;
-    s.reseCSTopt = 1;
+    s.reseCSTopt = otusByGower;
     s.part = 1;
     s.whichObj = 'r';
     s.OTUsTypesAreSpecies = false;
@@ -280,9 +280,9 @@ bool IsRefused(int measure)
         const bool restsOnE = c == 1 || c == 9 || c == 10 || c == 16 || c == 17;
         return needsQuantitativeE && restsOnE && session.temEnvQual == 1;
     }
-    if ((needsQuantitativeE || measure == regression) && session.temEnvQual == 1) return true;
-    if (measure == anova && session.temEnvQuant == 1) return true;
-    return measure >= regression && !session.optRndTests;
+    if ((needsQuantitativeE || measure == linearRegression) && session.temEnvQual == 1) return true;
+    if (measure == varianceAnalysis && session.temEnvQuant == 1) return true;
+    return measure >= linearRegression && !session.optRndTests;
 }
 
 int AskMeasure()
@@ -309,7 +309,7 @@ void AskCongruence()
 /// Euclidean one.
 bool AsksResemblance()
 {
-    if (session.opt_ro != mantel && session.opt_ro != anova) return false;
+    if (session.opt_ro != mantel && session.opt_ro != varianceAnalysis) return false;
     return !ForRanking() || (session.opt_struct != criterionTraitAverages &&
                              session.opt_struct != criterionAlphaDivergence);
 }

@@ -7,6 +7,7 @@
 #include "numeric/ordination.hpp"
 #include "numeric/regression.hpp"
 #include "numeric/statistics.hpp"
+#include "numeric/triangle.hpp"
 #include "shell/arrays.hpp"
 
 namespace {
@@ -66,8 +67,15 @@ double MatrixCorr(int n, double** A, double** B)
             Sbb += db * db;
             Sab += db * da;
         }
-    if (Saa == 0.0 || Sbb == 0.0) return 0.0;
-    return Sab / std::sqrt(Saa * Sbb);
+    return CorrelationOfSums(Sab, Saa, Sbb);
+}
+
+double CommunityCorr(int n, double** A, double** B)
+{
+    if (n >= 3) return MatrixCorr(n, A, B);
+    const double a = n < 2 ? 0.0 : A[0][1];
+    const double b = n < 2 ? 0.0 : B[0][1];
+    return 1.0 - std::fabs(a - b) / Fmax(a, b);
 }
 
 double RVcoeff(int n, int p1, int p2, double** A, double** B)
@@ -116,7 +124,7 @@ double PartialCorrelation(double rxy, double rxz, double ryz)
     return (rxy - rxz * ryz) / (std::sqrt(1.0 - ryz * ryz) * std::sqrt(1.0 - rxz * rxz));
 }
 
-double PartialMatrixCorrelation(int n, int p1, int p2, double** A, double** B, int coefficientType,
+double PartialMatrixCorrelation(int n, int p1, int p2, double** A, double** B, int measure,
                                 double overfitFactor, int nControl, const ControlBlock* control)
 {
     int columns = 0;
@@ -129,9 +137,9 @@ double PartialMatrixCorrelation(int n, int p1, int p2, double** A, double** B, i
         PCA_Regression_ResidualsSelect(n, p1, c, A, C, R1, nullptr, 2, overfitFactor);
         PCA_Regression_ResidualsSelect(n, p2, c, B, C, R2, nullptr, 2, overfitFactor);
     }
-    switch (coefficientType) {
-    case 2: return ProcrustesCoeff(n, p1, p2, R1, R2);
-    case 3: return RVcoeff(n, p1, p2, R1, R2);
+    switch (measure) {
+    case procrustes: return ProcrustesCoeff(n, p1, p2, R1, R2);
+    case rvCoefficient: return RVcoeff(n, p1, p2, R1, R2);
     default: return 0.0;
     }
 }

@@ -2,6 +2,16 @@
 // RV coefficient, and their partial forms.
 #pragma once
 
+/// Measures of congruence by the numbers of the dialogues (opt_ro). The last two are no
+/// coefficients between matrices: models of single variables, with tests of their own.
+enum CongruenceMeasure {
+    mantel = 1,
+    procrustes,
+    rvCoefficient,
+    linearRegression,
+    varianceAnalysis
+};
+
 /// Mantel's matrix correlation: Pearson correlation of the cells above the diagonal.
 ///
 /// A, B     n x n, symmetric; only cells [i][k] with i < k are read
@@ -10,6 +20,12 @@
 /// cost     n * n, two passes, no allocation: runs once per permutation
 /// Mantel 1967, Cancer Research 27:209-220.
 double MatrixCorr(int n, double** A, double** B);
+
+/// MatrixCorr of two n x n resemblance matrices between communities (upper triangles), as all
+/// analyses use it. With fewer than 3 communities there is one value in each and no correlation:
+/// then 1 - |a - b| / max(a, b), the relative closeness of the two single values a and b (0..1 for
+/// distances; NaN if both are 0 or if n is 1).
+double CommunityCorr(int n, double** A, double** B);
 
 /// Escoufier's RV coefficient, tr(W1 W2) / root(tr(W1 W1) tr(W2 W2)) with W = XX' of the column
 /// centred matrices. No guard: a matrix of constant columns gives NaN.
@@ -39,15 +55,16 @@ struct ControlBlock {
     double** matrix;
 };
 
-/// Procrustes (coefficientType 2) or RV (3) coefficient between the residuals of A and B regressed
-/// on the principal axes of all control variables together (axes of their correlation matrix).
+/// Procrustes or RV coefficient between the residuals of A and B regressed on the principal axes of
+/// all control variables together (axes of their correlation matrix).
 ///
 /// A, B     n x p1, n x p2
+/// measure  procrustes or rvCoefficient
 /// overfitFactor  at most (n - 2) / overfitFactor axes are used
 /// control  nControl blocks of n rows. Without a block the residuals are 0 and the result is
 ///          NaN or 0.
-/// returns  0 for another coefficientType
-double PartialMatrixCorrelation(int n, int p1, int p2, double** A, double** B, int coefficientType,
+/// returns  0 for another measure
+double PartialMatrixCorrelation(int n, int p1, int p2, double** A, double** B, int measure,
                                 double overfitFactor, int nControl, const ControlBlock* control);
 
 /// Sum over all cells of X[i][j] Y[i][j], both n x n; row by row.

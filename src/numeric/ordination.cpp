@@ -10,6 +10,7 @@
 
 #include "numeric/adjust.hpp"
 #include "numeric/matrix.hpp"
+#include "numeric/resemblance.hpp"
 #include "numeric/statistics.hpp"
 #include "shell/arrays.hpp"
 #include "shell/console.hpp"
@@ -88,25 +89,25 @@ int CountAxes(int n, const double* values)
     return nAxes;
 }
 
-/// Numbers of ResemblanceLib whose result is a similarity and not a distance.
+/// Measures whose result is a similarity and not a distance.
 bool IsSimilarity(int reseOpt)
 {
     switch (reseOpt) {
-    case 1:
-    case 5:
-    case 6:
-    case 7:
-    case 9:
-    case 10:
-    case 11:
-    case 12:
-    case 13:
-    case 14:
-    case 15:
-    case 16:
-    case 17:
-    case 19:
-    case 22: return true;
+    case crossProductMeasure:
+    case gowerMeasure:
+    case minimumDiscriminationMeasure:
+    case mutualEntropyMeasure:
+    case coherenceMeasure:
+    case chiSquareMeasure:
+    case jaccardMeasure:
+    case simpleMatchingMeasure:
+    case sokalMichenerMeasure:
+    case ochiaiMeasure:
+    case sorensenMeasure:
+    case meanSquareContingencyMeasure:
+    case correlationMeasure:
+    case legendreChodorowskiMeasure:
+    case covarianceMeasure: return true;
     default: return false;
     }
 }
@@ -155,9 +156,9 @@ void ScorePrincipalComponents(int n, int p, int nAxes, double** X, int reseOpt, 
                               double** scores)
 {
     for (int a = 0; a < nAxes; a++) UnitLength(n, vectors[a]);
-    if (reseOpt == 22) {
+    if (reseOpt == covarianceMeasure) {
         CenterRowsCovMV(n, p, X, X);
-    } else if (reseOpt == 17) {
+    } else if (reseOpt == correlationMeasure) {
         CenterRowsMV(n, p, X, X);
         NormalizeRowsMV(n, p, X, X);
     }
@@ -235,10 +236,10 @@ int OrdinationLib_D(int n, int p, double** data, double** rese, double** vectors
                     int orientation)
 {
     HandleEventInfoWhere("OrdinationLib");
-    const bool scoresColumns = mode == 2 || mode == 3;
+    const bool scoresColumns = mode == principalComponents || mode == correspondence;
     OwnedRows X(scoresColumns ? n : 0, p); // the data, in modes that score their columns
     OwnedRows G(n, n);
-    if (mode == 1) CentredProducts(n, rese, reseOpt, G);
+    if (mode == principalCoordinates) CentredProducts(n, rese, reseOpt, G);
     if (scoresColumns) CopyMatrix(n, n, rese, G);
 
     HandleEventInfoWhere("OrdinationLib");
@@ -247,9 +248,9 @@ int OrdinationLib_D(int n, int p, double** data, double** rese, double** vectors
 
     HandleEventInfoWhere("OrdinationLib");
     if (scoresColumns) Orient(n, p, data, orientation, X);
-    if (mode == 1) ScorePrincipalCoordinates(n, *nAxes, vectors, values, scores);
-    if (mode == 2) ScorePrincipalComponents(n, p, *nAxes, X, reseOpt, vectors, scores);
-    if (mode == 3) ScoreCorrespondence(n, p, *nAxes, X, vectors, values, scores);
+    if (mode == principalCoordinates) ScorePrincipalCoordinates(n, *nAxes, vectors, values, scores);
+    if (mode == principalComponents) ScorePrincipalComponents(n, p, *nAxes, X, reseOpt, vectors, scores);
+    if (mode == correspondence) ScoreCorrespondence(n, p, *nAxes, X, vectors, values, scores);
     return 1;
 }
 

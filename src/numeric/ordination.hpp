@@ -16,19 +16,22 @@ bool EigenHouseholderQL_GSL_D(int n, double** M, double** vectors, double* value
 /// returns  true on success
 bool SingValueDecomp(int rows, int cols, double** A, double** U, double* singular, double** V);
 
+/// Kinds of ordination. Gower 1966, Biometrika 53:325-338, for the first.
+enum OrdinationMode { principalCoordinates = 1, principalComponents, correspondence };
+
 /// Ordination of n objects; always returns 1.
 ///
-/// data     n x p (orientation 1) or p x n (otherwise); null in mode 1
-/// rese     n x n, complete: in mode 1 a resemblance of the kind told by reseOpt, a number of
-///          ResemblanceLib; in modes 2 and 3 a cross-product matrix
+/// data     n x p (orientation 1) or p x n (otherwise); null for principal coordinates
+/// rese     n x n, complete: for principal coordinates a resemblance by the measure reseOpt (of
+///          ResemblanceMeasure), else a cross-product matrix
 /// vectors  n x n, values n
-/// scores   n rows, of which the first nAxes are written; n columns in mode 1, p in modes 2 and 3,
-///          where the columns of the data are scored
+/// scores   n rows, of which the first nAxes are written; n columns for principal coordinates, else
+///          p, since the columns of the data are scored
 /// nAxes    axes whose eigenvalue is above a millionth of one per cent of the positive total
 /// noNegative  as EigenHouseholderQL_GSL_D returns
-/// mode     1 principal coordinates (Gower 1966, Biometrika 53:325-338), 2 principal components
-///          (reseOpt 22 scores centred rows over root(m - 1), 17 standardised rows, any other the
-///          rows as they are), 3 correspondence analysis of the deviations from expectation
+/// mode     principal coordinates; principal components (of covariances: centred rows over
+///          root(m - 1) are scored, of correlations: standardised rows, else the rows as they are);
+///          correspondence analysis of the deviations from expectation
 int OrdinationLib_D(int n, int p, double** data, double** rese, double** vectors, double** scores,
                     int* nAxes, double* values, bool* noNegative, int mode, int reseOpt,
                     int orientation);

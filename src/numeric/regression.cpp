@@ -289,7 +289,8 @@ void PCA_Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** 
     OwnedRows scores(r, n);
     CrossProductMV(r, n, D, G);
     TransposeMatrix(r, n, D, T);
-    int nAxes = OrdinationLib_Scores(r, n, T, G, scores, 2, mode == 1 ? 1 : 17, 2);
+    int nAxes = OrdinationLib_Scores(r, n, T, G, scores, principalComponents,
+                                     mode == 1 ? crossProductMeasure : correlationMeasure, 2);
 
     // Never more predictors than the sample supports.
     const double limit = (n - 2) / overfitFactor;

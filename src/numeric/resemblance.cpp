@@ -223,41 +223,41 @@ void Measure(int n, int p, double** data, double** out, int option, const Parame
     const float base = static_cast<float>(with.base);
     const char flag = with.informationFlag;
     switch (option) {
-    case 1: CrossProductMV(n, p, data, out); break;
-    case 2: AbsValFunctionMV(n, p, data, out); break;
-    case 3: EucliDistMV(n, p, data, out); break;
-    case 4: MutualInformationMV(n, p, data, out); break;
-    case 5:
+    case crossProductMeasure: CrossProductMV(n, p, data, out); break;
+    case absoluteValueMeasure: AbsValFunctionMV(n, p, data, out); break;
+    case euclideanMeasure: EucliDistMV(n, p, data, out); break;
+    case mutualInformationMeasure: MutualInformationMV(n, p, data, out); break;
+    case gowerMeasure:
         GowerMVOpt(n, p, with.types, data, out, nullptr, nullptr, with.countDoubleAbsence);
         break;
-    case 6: MDISMV(n, p, data, out, flag); break;
-    case 7: MutualEntropyPairwiseMV(n, p, data, out, with.base, flag); break;
-    case 8:
+    case minimumDiscriminationMeasure: MDISMV(n, p, data, out, flag); break;
+    case mutualEntropyMeasure: MutualEntropyPairwiseMV(n, p, data, out, with.base, flag); break;
+    case coherenceDistanceMeasure:
         CoheCoefPairwiseMV(n, p, data, out, base, flag);
         CoherenceToDistance(n, out);
         break;
-    case 9: CoheCoefPairwiseMV(n, p, data, out, base, flag); break;
-    case 10: QuiSquareMV(n, p, data, out, flag); break;
-    case 11: Jaccard(n, p, data, out); break;
-    case 12: SimpleMatching(n, p, data, out); break;
-    case 13: SokalMichener(n, p, data, out); break;
-    case 14: Ochiai(n, p, data, out); break;
-    case 15: Sorensen(n, p, data, out); break;
-    case 16: MeanSquareContingency(n, p, data, out); break;
-    case 17: CorrelationMV(n, p, data, out); break;
-    case 18: ChordDistMV(n, p, data, out); break;
-    case 19:
+    case coherenceMeasure: CoheCoefPairwiseMV(n, p, data, out, base, flag); break;
+    case chiSquareMeasure: QuiSquareMV(n, p, data, out, flag); break;
+    case jaccardMeasure: Jaccard(n, p, data, out); break;
+    case simpleMatchingMeasure: SimpleMatching(n, p, data, out); break;
+    case sokalMichenerMeasure: SokalMichener(n, p, data, out); break;
+    case ochiaiMeasure: Ochiai(n, p, data, out); break;
+    case sorensenMeasure: Sorensen(n, p, data, out); break;
+    case meanSquareContingencyMeasure: MeanSquareContingency(n, p, data, out); break;
+    case correlationMeasure: CorrelationMV(n, p, data, out); break;
+    case chordMeasure: ChordDistMV(n, p, data, out); break;
+    case legendreChodorowskiMeasure:
         LegendreChodorowski(n, p, data, out, nullptr, static_cast<float>(with.legendreK));
         break;
-    case 20: BrayCurtisMV(n, p, data, out); break;
-    case 21: SecondEigenvalue(n, p, data, out); break;
-    case 22: CovarianceMV(n, p, data, out); break;
-    case 23: JaccardDissimilarity(n, p, data, out); break;
-    case 24: JaccardTurnover(n, p, data, out); break;
-    case 25: JaccardNestedness(n, p, data, out); break;
-    case 26: SorensenDissimilarity(n, p, data, out); break;
-    case 27: SorensenTurnover(n, p, data, out); break;
-    case 28: SorensenNestedness(n, p, data, out); break;
+    case brayCurtisMeasure: BrayCurtisMV(n, p, data, out); break;
+    case secondEigenvalueMeasure: SecondEigenvalue(n, p, data, out); break;
+    case covarianceMeasure: CovarianceMV(n, p, data, out); break;
+    case jaccardDissimilarityMeasure: JaccardDissimilarity(n, p, data, out); break;
+    case jaccardTurnoverMeasure: JaccardTurnover(n, p, data, out); break;
+    case jaccardNestednessMeasure: JaccardNestedness(n, p, data, out); break;
+    case sorensenDissimilarityMeasure: SorensenDissimilarity(n, p, data, out); break;
+    case sorensenTurnoverMeasure: SorensenTurnover(n, p, data, out); break;
+    case sorensenNestednessMeasure: SorensenNestedness(n, p, data, out); break;
     default: break;
     }
 }
@@ -287,8 +287,10 @@ bool ResemblanceLib(int n, int p, double** data, double** out, int objectsAre, i
 
 int TranslateReseOpt_KELPRA_DORNEL(int option)
 {
-    static const int numbers[10] = {0, 0, 1, 0, 17, 3, 0, 2, 0, 18};
-    return option >= 1 && option <= 10 ? numbers[option - 1] : 1;
+    static const int measures[10] = {
+        noMeasure,          noMeasure, crossProductMeasure,  noMeasure, correlationMeasure,
+        euclideanMeasure,   noMeasure, absoluteValueMeasure, noMeasure, chordMeasure};
+    return option >= 1 && option <= 10 ? measures[option - 1] : crossProductMeasure;
 }
 
 void EucliDist(int n, int p, double** data, double** out)

@@ -7,27 +7,71 @@
 // of two objects only if both cells are present.
 #pragma once
 
+// clang-format off
+/// Measures of ResemblanceLib by number.
+enum ResemblanceMeasure {
+    noMeasure = 0,
+    crossProductMeasure,           ///< 1
+    absoluteValueMeasure,          ///< 2
+    euclideanMeasure,              ///< 3
+    mutualInformationMeasure,      ///< 4
+    gowerMeasure,                  ///< 5
+    minimumDiscriminationMeasure,  ///< 6 information statistic
+    mutualEntropyMeasure,          ///< 7
+    coherenceDistanceMeasure,      ///< 8 root of 1 - c squared
+    coherenceMeasure,              ///< 9
+    chiSquareMeasure,              ///< 10
+    jaccardMeasure,                ///< 11
+    simpleMatchingMeasure,         ///< 12
+    sokalMichenerMeasure,          ///< 13
+    ochiaiMeasure,                 ///< 14
+    sorensenMeasure,               ///< 15
+    meanSquareContingencyMeasure,  ///< 16
+    correlationMeasure,            ///< 17
+    chordMeasure,                  ///< 18
+    legendreChodorowskiMeasure,    ///< 19
+    brayCurtisMeasure,             ///< 20
+    secondEigenvalueMeasure,       ///< 21 of two standardised rows
+    covarianceMeasure,             ///< 22
+    jaccardDissimilarityMeasure,   ///< 23
+    jaccardTurnoverMeasure,        ///< 24
+    jaccardNestednessMeasure,      ///< 25
+    sorensenDissimilarityMeasure,  ///< 26
+    sorensenTurnoverMeasure,       ///< 27
+    sorensenNestednessMeasure,     ///< 28
+};
+// clang-format on
+
+/// Resemblance of communities by the numbers of the dialogues and reports (rese_opt).
+enum CommunityResemblance {
+    divergenceWithinRows = 1,
+    mutualDivergence,
+    plainCrossProduct,
+    centredCrossProduct,
+    correlationCoefficient,
+    euclideanDistance,
+    relativeEuclideanDistance,
+    absoluteValueFunction,
+    relativeAbsoluteValueFunction,
+    chordDistance
+};
+
+/// Resemblance of OTUs by the numbers of the dialogues (reseCSTopt).
+enum OtuResemblance { otusByGower = 1, otusByDistance };
+
 /// Words of the reports, indexed by option number minus 1.
 extern const char* const rese_optInfo[10];
 extern const char* const rese_typeInfo[3];
 extern const char* const reseCSToptInfo[2];
 
-/// Resemblance matrix by number of the measure; returns true.
-///
-///  1 cross product         2 absolute value function  3 Euclidean distance    4 mutual information
-///  5 Gower index           6 minimum discrimination information statistic    7 mutual entropy
-///  8 coherence as a distance, root of 1 - c squared   9 coherence            10 chi-square
-/// 11 Jaccard              12 simple matching         13 Sokal-Michener       14 Ochiai
-/// 15 Sorensen             16 mean square contingency 17 correlation          18 chord distance
-/// 19 Legendre-Chodorowski 20 Bray-Curtis             21 second eigenvalue of two standardised rows
-/// 22 covariance           23-25 Jaccard dissimilarity, turnover, nestedness
-/// 26-28 the same of Sorensen
+/// Resemblance matrix by number of the measure (ResemblanceMeasure); returns true.
 ///
 /// objectsAre  2: the objects are the p columns of `data` and out is p x p; else the rows
 /// option      a number without a measure leaves the upper triangle of `out` as it was
 /// power       2: the upper triangle with the diagonal becomes its square root; 1: its square
 /// types       trait types of the Gower index, which also ranks ordinal traits in `data`
-/// base        order alpha of measures 7 to 9, in 8 and 9 rounded to single precision
+/// base        order alpha of mutual entropy and coherence, in the latter rounded to single
+///             precision
 /// informationFlag  measures 6 to 10 write their contingency tables to "Tables.txt"
 /// legendreK   of Legendre-Chodorowski, rounded to single precision
 /// out         complete: the upper triangle is copied to the lower one at the end
@@ -35,8 +79,8 @@ bool ResemblanceLib(int n, int p, double** data, double** out, int objectsAre, i
                     int power, int* types, double base, double legendreK, int countDoubleAbsence,
                     bool informationFlag);
 
-/// Number of ResemblanceLib for an option (1..10, see rese_optInfo) of the dialogues: 0 if there is
-/// no such measure, 1 for an option outside 1..10.
+/// Measure of ResemblanceLib for an option of the dialogues (CommunityResemblance): noMeasure if
+/// there is no such one, the cross product for an option outside 1..10.
 int TranslateReseOpt_KELPRA_DORNEL(int option);
 
 // Distances between quantitative descriptions

@@ -1,6 +1,5 @@
 #include "ranking/criteria.hpp"
 
-#include "functional/correlation.hpp"
 #include "numeric/congruence.hpp"
 #include "numeric/statistics.hpp"
 #include "session/session.hpp"

@@ -1,6 +1,6 @@
 #include "ranking/intermediate.hpp"
 
-#include "functional/correlation.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/regression.hpp"
 #include "numeric/resemblance.hpp"

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "functional/correlation.hpp"
 #include "numeric/congruence.hpp"
 #include "numeric/statistics.hpp"
 

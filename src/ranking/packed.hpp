@@ -10,13 +10,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "numeric/triangle.hpp"
 #include "shell/arrays.hpp"
-
-/// Cells above the diagonal of n objects.
-inline long TriangleSize(int n)
-{
-    return static_cast<long>(n) * (n - 1L) / 2;
-}
 
 /// Sums of layers over growing lists of traits. Lists come in lexicographic order, so the next list
 /// mostly differs in its last trait and costs one addition a cell.

@@ -1,7 +1,7 @@
 #include "ranking/report.hpp"
 
-#include "functional/correlation.hpp"
 #include "functional/settings.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/resemblance.hpp"
 #include "ranking/settings.hpp"
 #include "session/session.hpp"

@@ -13,6 +13,9 @@
 /// Numbers that the format of the data file reserves.
 constexpr int nReservedNumbers = 7;
 
+/// What matrix F holds, by the numbers of phylogenyMatrixType; 0 if there is no usable one.
+enum PhylogenyMatrix { phylogenySimilarities = 1, phylogenyVariables, phylogenyDistances };
+
 /// The session as OpenFormda and ReadTrack load it; rebuilt from disk after each analysis, since
 /// analyses overwrite it in place.
 struct Session {
@@ -60,7 +63,7 @@ struct Session {
     // Flags and small items
     bool hasPhylogeny = false;     // the data set holds a matrix F
     bool includePhylogeny = false; // the analysis uses it
-    int phylogenyMatrixType = 0; // 1 similarities 0-1, 2 variables, 3 distances 0-1, 0 no usable one
+    int phylogenyMatrixType = 0; // a PhylogenyMatrix; similarities and distances are 0..1
     bool hasTraitGroups = false;
     int optEnvVarType = 0; // 1 same units, 2 different units, 3 qualitative, 4 binary, 5 several
     int temEnvQuant = 0;   // E holds quantitative variables

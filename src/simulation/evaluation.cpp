@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "functional/belonging.hpp"
-#include "functional/correlation.hpp"
 #include "functional/smoothing.hpp"
 #include "numeric/adjust.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/gower.hpp"
 #include "numeric/information.hpp"
 #include "numeric/matrix.hpp"

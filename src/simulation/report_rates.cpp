@@ -1,7 +1,7 @@
 #include <cstdio>
 
-#include "functional/correlation.hpp"
 #include "functional/settings.hpp"
+#include "numeric/congruence.hpp"
 #include "session/session.hpp"
 #include "shell/files.hpp"
 #include "shell/preferences.hpp"

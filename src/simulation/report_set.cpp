@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "functional/correlation.hpp"
 #include "numeric/adjust.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/resemblance.hpp"
 #include "session/session.hpp"

@@ -7,7 +7,6 @@
 
 #include <gsl/gsl_rng.h>
 
-#include "functional/correlation.hpp"
 #include "numeric/congruence.hpp"
 #include "numeric/regression.hpp"
 #include "shell/arrays.hpp"

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "numeric/triangle.hpp"
 #include "unit/numeric/matrices.hpp"
 
 TEST_CASE("matrix correlation: edges")
@@ -75,4 +76,30 @@ TEST_CASE("partial matrix correlation: choice of control variables")
     const ControlBlock empty[] = {{3, nothing, z1}};
     CHECK(PartialMatrixCorrelation(6, 2, 2, a, b, 3, 2.0, 1, empty) ==
           doctest::Approx(RVcoeff(6, 2, 2, a, b)).epsilon(1e-13));
+}
+
+TEST_CASE("a packed triangle correlates to the bits of MatrixCorr")
+{
+    const int n = 5;
+    OwnedRows A(n, n);
+    OwnedRows B(n, n); // A in another order
+    const int order[] = {3, 5, 1, 2, 4};
+    FillAtRandom(n, n, A, 3, 0);
+    for (int i = 0; i < n; i++)
+        for (int k = 0; k < i; k++) A[i][k] = A[k][i];
+    for (int i = 0; i < n; i++)
+        for (int k = 0; k < n; k++) B[i][k] = A[order[i] - 1][order[k] - 1];
+    double a[10], b[10];
+    PackTriangle(n, A, a);
+    PackReordered(n, A, order, b);
+    const double squaresA = CenterTriangle(TriangleSize(n), a);
+    const double squaresB = CenterTriangle(TriangleSize(n), b);
+    double products = 0.0;
+    for (int c = 0; c < 10; c++) products += a[c] * b[c];
+    CHECK(CorrelationOfSums(products, squaresA, squaresB) == MatrixCorr(n, A, B));
+
+    const double x[] = {1.5, 4, 2};
+    PackDifferences(3, x, a);
+    CHECK((a[0] == 2.5 && a[1] == 0.5 && a[2] == 2));
+    CHECK(CorrelationOfSums(1, 0, 2) == 0);
 }
