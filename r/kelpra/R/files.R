@@ -5,7 +5,7 @@
 # data_answers(x, session)          a new session up to its session menu
 # analysis_answers(x, s)            the functional analysis, from the analysis menu back to it
 # session_answers(x, s, analysis)   a whole script: preferences, data, the analysis menu, exit.
-#                                   Another analysis of the same data (a ranking) gives its own answers.
+#                                   Another analysis of the same data (a ranking) gives its own
 
 write_inputs <- function(x, folder, within = NULL) {
   file <- function(name) file.path(folder, name)
@@ -40,7 +40,7 @@ data_answers <- function(x, session) {
     "N", session, "1",
     "B.txt", if (is.null(x$F)) "0" else c("1", "F.txt"), "W.txt", "1", "species.txt",
     if (is.null(x$E)) "0" else c("1", "E.txt"),
-    nrow(x$B), ncol(x$B), "2", "2",                        # labels at the end of the file, a line an OTU
+    nrow(x$B), ncol(x$B), "2", "2",                        # labels at the end, a line an OTU
     "k", row_of(x$trait_types), "y",
     if (is.null(groups)) "0" else c("1", "k", row_of(groups), "y"),
     if (!is.null(x$F)) if (x$phylo_kind == "distance") "1" else "2",
@@ -66,7 +66,7 @@ type_answers <- function(x, fuzzy) {
 analysis_answers <- function(x, s) {
   c(
     "H", type_answers(x, s$fuzzy),
-    if (s$tests) c("y", plain_number(s$iterations), null_answers(s), "2", plain_number(s$seed)) else "n",
+    yn(s$tests), if (s$tests) test_answers(s),
     measure_codes[[s$measure]],
     if (s$measure %in% c("mantel", "anova")) distance_codes[[s$distance]],
     if (!is.null(x$E)) choice_answers(s$variables),
@@ -76,6 +76,10 @@ analysis_answers <- function(x, s) {
     if (any(s$otus == 0)) c(yn(s$otus_within), yn(s$otus_rescale)),
     yn(s$unit_totals), yn(s$details)
   )
+}
+
+test_answers <- function(s) {
+  c(plain_number(s$iterations), null_answers(s), "2", plain_number(s$seed))
 }
 
 null_answers <- function(s) {

@@ -1,37 +1,47 @@
 # The functional analysis, class "kelpra":
 #
 #   statistics  data frame, see statistics.R
-#   matrices    W, B, E, F as given; T, Tn (normalised), X, X_crisp, P, DE, DT, DP, type_traits and, with
-#               details, Y, DY, Q, Sb, U, C; with the user's names on rows and columns. Q and P have the
-#               types as columns: the taxa are the same groups
+#   matrices    W, B, E, F as given; T, Tn (normalised), X, X_crisp, P, DE, DT, DP, type_traits and,
+#               with details, Y, DY, Q, Sb, U, C; with the user's names on rows and columns. Q and P
+#               have the types as columns: the taxa are the same groups
 #   diversity   data frame by community: D, Rf, FR, Rp, PR and the same after Jost, *_jost
 #   types       membership (named by OTU), labels, counts, from, silhouette
 #   settings    what check_settings() gave
 #   data        the kelpra_data object
-#   seed, versions (program, package, R), checksums (MD5 of the inputs), folder, report, seconds, call
+#   seed, versions (program, package, R), checksums (MD5 of the inputs), folder, report, seconds,
+#   call
 
-kelpra <- function(x, measure = c("mantel", "procrustes", "rv", "regression", "anova"), null = c("taxa", "sites"),
+kelpra <- function(x, measure = c("mantel", "procrustes", "rv", "regression", "anova"),
+                   null = c("taxa", "sites"),
                    iterations = 999, seed = 1, fuzzy = TRUE, tests = TRUE, within = NULL,
-                   distance = c("euclidean", "chord"), variables = NULL, traits = NULL, weight_groups = NULL,
-                   otus = NULL, otus_within = FALSE, otus_rescale = FALSE, unit_totals = TRUE, details = FALSE,
+                   distance = c("euclidean", "chord"), variables = NULL, traits = NULL,
+                   weight_groups = NULL, otus = NULL, otus_within = FALSE, otus_rescale = FALSE,
+                   unit_totals = TRUE, details = FALSE,
                    two_tailed = TRUE, joint_absences = TRUE, sqrt_traits = TRUE, sqrt_phylo = FALSE,
-                   beals_target = TRUE, axes_factor = 2, digits = 6, intermediate = FALSE, processors = 0,
-                   session = "kelpra", folder = NULL, progress = interactive(), patience = 20, timeout = Inf) {
+                   beals_target = TRUE, axes_factor = 2, digits = 6, intermediate = FALSE,
+                   processors = 0, session = "kelpra", folder = NULL, progress = interactive(),
+                   patience = 20, timeout = Inf) {
   if (!inherits(x, "kelpra_data")) stop_kelpra("x must be made by kelpra_data().")
   s <- check_settings(mget(setdiff(names(formals()), run_arguments)), x)
   program <- kelpra_program()
   folder <- own_folder(folder)
   write_inputs(x, folder, s$within)
   checksums <- checksums_of(folder)
-  run <- run_program(folder, session_answers(x, s), program, "Permutation test", progress, patience, timeout)
+  run <- run_program(
+    folder, session_answers(x, s), program, "Permutation test", progress, patience, timeout
+  )
   report <- file.path(folder, paste0(s$session, "Prinda.txt"))
-  if (!file.exists(report)) stop_kelpra("The program ended without a report; see ", folder, ".", class = "kelpra_failure")
+  if (!file.exists(report)) {
+    stop_kelpra("The program ended without a report; see ", folder, ".", class = "kelpra_failure")
+  }
   found <- read_report(report, x, s)
   structure(
     list(
-      statistics = found$statistics, matrices = found$matrices, diversity = found$diversity, types = type_table(x),
-      settings = s, data = x, seed = if (s$tests) s$seed, versions = versions(found$head, run$program),
-      checksums = checksums, folder = folder, report = report, seconds = found$head$seconds, call = match.call()
+      statistics = found$statistics, matrices = found$matrices, diversity = found$diversity,
+      types = type_table(x), settings = s, data = x, seed = if (s$tests) s$seed,
+      versions = versions(found$head, run$program),
+      checksums = checksums, folder = folder, report = report, seconds = found$head$seconds,
+      call = match.call()
     ),
     class = "kelpra"
   )
@@ -43,12 +53,16 @@ checksums_of <- function(folder) {
 }
 
 versions <- function(head, program) {
-  list(program = head$version, package = as.character(utils::packageVersion("kelpra")), R = as.character(getRversion()), path = program)
+  list(
+    program = head$version, package = as.character(utils::packageVersion("kelpra")),
+    R = as.character(getRversion()), path = program
+  )
 }
 
 type_table <- function(x) {
   list(
-    membership = stats::setNames(x$types$labels[x$types$membership], rownames(x$B)), labels = x$types$labels,
+    membership = stats::setNames(x$types$labels[x$types$membership], rownames(x$B)),
+    labels = x$types$labels,
     counts = stats::setNames(tabulate(x$types$membership, length(x$types$labels)), x$types$labels),
     from = x$types$from, silhouette = x$types$silhouette
   )
@@ -57,8 +71,12 @@ type_table <- function(x) {
 print.kelpra <- function(x, digits = 3, ...) {
   s <- x$settings
   cat("KELPRA ", x$versions$program, ": ", s$measure, ", ", sep = "")
-  cat(if (s$tests) paste0(s$null, " shuffle, ", s$iterations, " iterations, seed ", s$seed) else "no tests", "\n", sep = "")
-  cat(nrow(x$data$W), "communities,", ncol(x$data$W), "OTUs in", length(x$types$labels), if (s$fuzzy) "fuzzy" else "crisp", "types\n\n")
+  test <- paste0(s$null, " shuffle, ", s$iterations, " iterations, seed ", s$seed)
+  cat(if (s$tests) test else "no tests", "\n", sep = "")
+  cat(
+    nrow(x$data$W), "communities,", ncol(x$data$W), "OTUs in", length(x$types$labels),
+    if (s$fuzzy) "fuzzy" else "crisp", "types\n\n"
+  )
   print(printed_statistics(x$statistics, digits), row.names = FALSE, right = FALSE)
   cat("\nReport: ", x$report, "\n", sep = "")
   invisible(x)
@@ -87,11 +105,16 @@ print.summary.kelpra <- function(x, ...) {
   print(x$fit$types$counts)
   cat("\nInputs (MD5):\n")
   print(x$fit$checksums)
-  cat("\nWith R ", x$fit$versions$R, ", package kelpra ", x$fit$versions$package, ", program at ", x$fit$versions$path, "\n", sep = "")
+  cat(
+    "\nWith R ", x$fit$versions$R, ", package kelpra ", x$fit$versions$package, ", program at ",
+    x$fit$versions$path, "\n", sep = ""
+  )
   invisible(x)
 }
 
-as.data.frame.kelpra <- function(x, row.names = NULL, optional = FALSE, what = c("statistics", "diversity", "T", "X", "P"), ...) {
+as.data.frame.kelpra <- function(
+  x, row.names = NULL, optional = FALSE, what = c("statistics", "diversity", "T", "X", "P"), ...
+) {
   what <- one_of(what, c("statistics", "diversity", "T", "X", "P"), "what")
   table <- if (what %in% names(x)) x[[what]] else x$matrices[[what]]
   if (is.null(table)) stop_kelpra("This analysis has no ", what, ".")

@@ -1,4 +1,4 @@
-# Both null models, class "kelpra_max": the larger P of the taxa and the site shuffle, per statistic.
+# Both null models, class "kelpra_max": the larger P of taxa and site shuffle, per statistic.
 #
 #   statistics  name, meaning, value, P_taxa, P_sites, P (the larger), tails and, if the measure has
 #               them, response and term
@@ -34,13 +34,17 @@ both_shuffles <- paste(
 
 print.kelpra_max <- function(x, digits = 3, ...) {
   s <- x$fits$taxa$settings
-  cat("KELPRA ", x$fits$taxa$versions$program, ": ", s$measure, ", taxa and site shuffle, ", s$iterations, " iterations, seed ", s$seed, "\n\n", sep = "")
+  cat(
+    "KELPRA ", x$fits$taxa$versions$program, ": ", s$measure, ", taxa and site shuffle, ",
+    s$iterations, " iterations, seed ", s$seed, "\n\n", sep = ""
+  )
   show <- function(v) ifelse(is.na(v), "", formatC(v, digits = digits, format = "g"))
   table <- x$statistics
   columns <- lapply(table[c("value", "P_taxa", "P_sites", "P")], show)
   print(data.frame(statistic = table$name, columns), row.names = FALSE, right = FALSE)
   cat("\n", paste(strwrap(both_shuffles, 79), collapse = "\n"), "\n", sep = "")
-  if (anyNA(table$P_sites[!is.na(table$P_taxa)])) cat("Without P_sites: the site shuffle does not test these.\n")
+  untested <- is.na(table$P_sites) & !is.na(table$P_taxa)
+  if (any(untested)) cat("Without P_sites: the site shuffle does not test these.\n")
   invisible(x)
 }
 

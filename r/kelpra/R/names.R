@@ -1,6 +1,6 @@
 # Names: matched between tables, and cut to what the program can hold.
 #
-# plain_name(x)                 lower case, blank, underscore, dot and hyphen alike: what "nearest" goes by
+# plain_name(x)                 lower case, blank, underscore, dot and hyphen alike
 # nearest(x, pool)              for each of x the name of pool that is most like it, "" if none is
 # strangers(x, pool, ...)       an error that lists the names of x that pool lacks, with the nearest
 # loosen(x, pool)               x with every name that has one loose partner in pool replaced by it

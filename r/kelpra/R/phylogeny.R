@@ -23,9 +23,13 @@ resemblance <- function(phylo, otus, loose = FALSE) {
 }
 
 full_resemblance <- function(phylo) {
-  if (inherits(phylo, "hclust")) return(tree_distances(as.matrix(stats::cophenetic(phylo)), "(clustering)"))
+  if (inherits(phylo, "hclust")) {
+    return(tree_distances(as.matrix(stats::cophenetic(phylo)), "(clustering)"))
+  }
   if (inherits(phylo, "phylo")) {
-    if (is.null(phylo$edge.length)) stop_kelpra("phylo: the tree has no branch lengths; ape::compute.brlen makes some.")
+    if (is.null(phylo$edge.length)) {
+      stop_kelpra("phylo: the tree has no branch lengths; ape::compute.brlen makes some.")
+    }
     check_names(phylo$tip.label, "phylo", "tip")
     return(tree_distances(ape::cophenetic.phylo(phylo), "(tree)"))
   }
@@ -42,12 +46,16 @@ tree_distances <- function(distances, from) {
 
 square_matrix <- function(m) {
   if (!is.matrix(m) || !is.numeric(m) || nrow(m) != ncol(m)) {
-    stop_kelpra("phylo must be a tree (class phylo), a hclust, a dist or a square matrix of numbers.")
+    stop_kelpra(
+      "phylo must be a tree (class phylo), a hclust, a dist or a square matrix of numbers."
+    )
   }
   if (is.null(rownames(m))) rownames(m) <- colnames(m)
   if (is.null(rownames(m))) stop_kelpra("phylo has no names; give the matrix row names.")
   if (!is.null(colnames(m)) && !identical(rownames(m), colnames(m))) {
-    if (!setequal(rownames(m), colnames(m))) stop_kelpra("phylo: its rows and columns have different names.")
+    if (!setequal(rownames(m), colnames(m))) {
+      stop_kelpra("phylo: its rows and columns have different names.")
+    }
     m <- m[, rownames(m)]
   }
   check_names(rownames(m), "phylo", "row")
@@ -59,10 +67,17 @@ check_resemblance <- function(r) {
   check_cells(r$F, !is.finite(r$F), "phylo", "is not a number")
   check_cells(r$F, r$F < 0, "phylo", "is negative")
   slack <- 1e-8 * max(r$F)
-  check_cells(r$F, abs(r$F - t(r$F)) > slack, "phylo", "differs from its mirror image: it is not symmetric")
-  if (r$kind == "similarity") check_cells(r$F, r$F > 1, "phylo", "is above 1, the largest similarity")
+  check_cells(
+    r$F, abs(r$F - t(r$F)) > slack, "phylo", "differs from its mirror image: it is not symmetric"
+  )
+  if (r$kind == "similarity") check_cells(
+    r$F, r$F > 1, "phylo", "is above 1, the largest similarity"
+  )
   diagonal <- cbind(diagonal = diag(r$F))
-  if (r$kind == "distance") check_cells(diagonal, diagonal > slack, "phylo", "is an OTU's distance to itself and must be 0 (1 in similarities)")
+  if (r$kind == "distance") check_cells(
+    diagonal, diagonal > slack, "phylo",
+    "is an OTU's distance to itself and must be 0 (1 in similarities)"
+  )
   if (max(r$F) == 0) stop_kelpra("phylo: all distances are 0.")
   r
 }

@@ -2,20 +2,28 @@
 #
 # kelpra_program()                   its path, or an error that says how to name it
 # own_folder(folder)                 an empty folder for a run; NULL gives a temporary one
-# run_program(folder, answers, ...)  plays the answers in the folder, shows progress, stops at any sign
-#                                    of trouble; gives list(seconds, program). screen.txt, errors.txt
-#                                    and answers.txt stay in the folder.
+# run_program(folder, answers, ...)  plays the answers in the folder, shows progress, stops at any
+#                                    sign of trouble; gives list(seconds, program). screen.txt,
+#                                    errors.txt and answers.txt stay in the folder.
 #
 # A failure is an error of class "kelpra_failure"; its field folder says where everything lies.
 
 kelpra_program <- function() {
-  installed <- path.expand(c("/usr/local/bin/kelpra", "/usr/bin/kelpra", "/opt/homebrew/bin/kelpra", "~/.local/bin/kelpra"))
-  named <- list(`the option kelpra.program` = getOption("kelpra.program", ""), `the variable KELPRA` = Sys.getenv("KELPRA"))
+  installed <- path.expand(
+    c("/usr/local/bin/kelpra", "/usr/bin/kelpra", "/opt/homebrew/bin/kelpra", "~/.local/bin/kelpra")
+  )
+  named <- list(
+    `the option kelpra.program` = getOption("kelpra.program", ""),
+    `the variable KELPRA` = Sys.getenv("KELPRA")
+  )
   for (source in names(named)) {
     path <- named[[source]]
     if (!nzchar(path)) next
     if (file.access(path, 1) == 0 && !dir.exists(path)) return(normalizePath(path))
-    stop_kelpra("There is no program at ", quoted(path), ", which ", source, " names.", class = "kelpra_no_program")
+    stop_kelpra(
+      "There is no program at ", quoted(path), ", which ", source, " names.",
+      class = "kelpra_no_program"
+    )
   }
   found <- c(unname(Sys.which("kelpra")), installed[file.access(installed, 1) == 0])
   found <- found[nzchar(found)]
@@ -50,11 +58,13 @@ troubles <- c(
   "[^\n]*\nSorry, you have to quit" = "it gave up"
 )
 
-run_program <- function(folder, answers, program = kelpra_program(), label = "KELPRA", progress = interactive(),
-                        patience = 20, timeout = Inf, step = progress_step) {
+run_program <- function(folder, answers, program = kelpra_program(), label = "KELPRA",
+                        progress = interactive(), patience = 20, timeout = Inf,
+                        step = progress_step) {
   write_lines(answers, file.path(folder, "answers.txt"))
   run <- processx::process$new(
-    program, wd = folder, stdin = file.path(folder, "answers.txt"), stdout = "|", stderr = "|", cleanup_tree = TRUE
+    program, wd = folder, stdin = file.path(folder, "answers.txt"), stdout = "|", stderr = "|",
+    cleanup_tree = TRUE
   )
   on.exit(run$kill(), add = TRUE)
   bar <- progress_bar(label, progress, step)
@@ -74,7 +84,10 @@ run_program <- function(folder, answers, program = kelpra_program(), label = "KE
 # Reads both streams to their end. A program that neither says nor computes anything for the seconds
 # of patience waits for an answer that will not come.
 watch <- function(run, folder, bar, patience, timeout) {
-  logs <- lapply(c(screen = "screen.txt", errors = "errors.txt"), function(name) file(file.path(folder, name), "wb"))
+  logs <- lapply(
+    c(screen = "screen.txt", errors = "errors.txt"),
+    function(name) file(file.path(folder, name), "wb")
+  )
   on.exit(lapply(logs, close))
   tail <- c(screen = "", errors = "")
   started <- heard <- proc.time()[["elapsed"]]
@@ -90,16 +103,25 @@ watch <- function(run, folder, bar, patience, timeout) {
     bar$text(new[["screen"]])
     trouble <- trouble_in(tail)
     now <- proc.time()[["elapsed"]]
-    if (is.null(trouble) && now - started > timeout) trouble <- paste("it took longer than", timeout, "seconds")
-    if (any(nzchar(new))) { heard <- now; busy <- used_time(run) }
+    if (is.null(trouble) && now - started > timeout) {
+      trouble <- paste("it took longer than", timeout, "seconds")
+    }
+    if (any(nzchar(new))) {
+      heard <- now
+      busy <- used_time(run)
+    }
     if (is.null(trouble) && alive && now - heard > patience) {
       gained <- used_time(run) - busy
-      if (!is.na(gained) && gained < 0.02 * patience) trouble <- paste("it has neither said nor done anything for", patience, "seconds")
+      if (!is.na(gained) && gained < 0.02 * patience) {
+        trouble <- paste("it has neither said nor done anything for", patience, "seconds")
+      }
       heard <- now
       busy <- used_time(run)
     }
     if (!is.null(trouble)) return(list(trouble = trouble, screen = tail))
-    if (!alive && !any(nzchar(new)) && !run$is_incomplete_output() && !run$is_incomplete_error()) return(list(screen = tail))
+    if (!alive && !any(nzchar(new)) && !run$is_incomplete_output() && !run$is_incomplete_error()) {
+      return(list(screen = tail))
+    }
   }
 }
 
@@ -120,7 +142,10 @@ trouble_in <- function(tail) {
   NULL
 }
 
-used_time <- function(run) tryCatch(sum(run$get_cpu_times()[c("user", "system")]), error = function(e) NA)  # it has just ended
+# NA if it has just ended.
+used_time <- function(run) {
+  tryCatch(sum(run$get_cpu_times()[c("user", "system")]), error = function(e) NA)
+}
 
 # A temporary folder is gone when R ends, so that of a failed run moves out of it.
 fail <- function(folder, trouble, screen) {
@@ -131,7 +156,8 @@ fail <- function(folder, trouble, screen) {
     class = c("kelpra_failure", "kelpra_error", "error", "condition"),
     list(
       message = paste0(
-        "The program was stopped: ", trouble, ".\nIts last words:\n", paste0("  ", lines, collapse = "\n"),
+        "The program was stopped: ", trouble, ".\nIts last words:\n",
+        paste0("  ", lines, collapse = "\n"),
         "\nAll files are in ", folder, "."
       ),
       call = NULL, folder = folder, trouble = trouble
@@ -148,24 +174,24 @@ lasting_folder <- function(folder) {
 
 # --- progress ----------------------------------------------------------------------------------
 
-# bar$text(screen): shows how far the program is; step(screen) reads c(done, of) off what it has just
-# printed, or gives NULL. bar$close() wipes the line.
+# bar$text(screen): shows how far the program is; step(screen) reads c(done, of) off what it has
+# just printed, or gives NULL. bar$close() wipes the line.
 progress_bar <- function(label, show, step = progress_step) {
-  started <- proc.time()[["elapsed"]]
-  shown <- FALSE
+  started <- proc.time()[["elapsed"]]  # the bar is redrawn five times a second at most
+  shown <- 0
   list(
     text = function(screen) {
-      if (!show || is.null(at <- step(screen))) return(invisible())
       seconds <- proc.time()[["elapsed"]] - started
+      if (!show || seconds - shown < 0.2 || is.null(at <- step(screen))) return(invisible())
       left <- seconds / at[1] * (at[2] - at[1])
       done <- round(30 * at[1] / at[2])
       cat(sprintf(
         "\r%s [%s%s] %3.0f %%, %s left   ", label, strrep("=", done), strrep(" ", 30 - done),
         100 * at[1] / at[2], in_words(left)
       ), file = stderr())
-      shown <<- TRUE
+      shown <<- seconds
     },
-    close = function() if (shown) cat("\r", strrep(" ", 79), "\r", sep = "", file = stderr())
+    close = function() if (shown > 0) cat("\r", strrep(" ", 79), "\r", sep = "", file = stderr())
   )
 }
 

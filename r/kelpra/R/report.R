@@ -1,12 +1,12 @@
 # The report of a functional analysis, read back with names.
 #
-# read_report(path, x, s)   list(statistics, matrices, diversity, types, head); x the data, s the settings
+# read_report(path, x, s)   list(statistics, matrices, diversity, head); x the data, s the settings
 # report_lines(path)        lines of the last analysis in the file
 # report_head(lines)        what the head and the notes say: version, session, seed, tails ...
 # numbers_below(lines, at)  the table of numbers that begins on line at: a matrix, or NULL; a lower
 #                           half comes back as the symmetric matrix
 #
-# Texts are the program's own; a heading that is not found gives no matrix (most depend on settings).
+# Texts are the program's own; a heading that is not found gives no matrix: most depend on settings.
 
 # name, the beginning of its heading, what its rows and columns are
 report_tables <- matrix(c(
@@ -23,7 +23,7 @@ report_tables <- matrix(c(
   "U",  "Fuzzy degrees of belonging \\(matrix U\\)",          "otus",        "types",
   "C",  "Crisp degrees of belonging \\(matrix C\\)",          "otus",        "types",
   "type_traits", "Average trait matrix \\(",                  "types",       "traits",
-  "X_crisp", "Pooled performance community matrix .* crisp types\\) without", "communities", "types",
+  "X_crisp", "Pooled performance community matrix ",          "communities", "types",
   "X",  "Pooled performance matrix X ",                       "communities", "types"
 ), ncol = 4, byrow = TRUE, dimnames = list(NULL, c("name", "heading", "rows", "columns")))
 
@@ -46,32 +46,42 @@ read_report <- function(path, x, s) {
   head <- report_head(lines)
   check_head(head, x, s, path)
   list(
-    statistics = read_statistics(lines, s), matrices = read_matrices(lines, x), diversity = read_diversity(lines, rownames(x$W)),
+    statistics = read_statistics(lines, s), matrices = read_matrices(lines, x),
+    diversity = read_diversity(lines, rownames(x$W)),
     head = head
   )
 }
 
 report_lines <- function(path) {
-  lines <- readLines(path, warn = FALSE, encoding = "bytes")
+  lines <- any_bytes(path)
   starts <- grep("^EXPLORATION OF COMMUNITY DATA STRUCTURES", lines)
   if (!length(starts)) stop_kelpra(quoted(path), " is no report of a functional analysis.")
-  banner <- if (length(starts) == 1) lines[seq_len(starts - 1)] else grep("KELPRA v", lines[seq_len(starts[1])], value = TRUE)
+  before <- lines[seq_len(starts[1] - 1)]
+  banner <- if (length(starts) == 1) before else grep("KELPRA v", before, value = TRUE)
   c(banner, lines[utils::tail(starts, 1):length(lines)])
 }
 
+# Lines of a file in whatever encoding: each byte is taken as a letter.
+any_bytes <- function(path) iconv(readLines(path, warn = FALSE), "latin1", "UTF-8")
+
 report_head <- function(lines) {
   after <- function(pattern) {
-    at <- grep(pattern, lines, useBytes = TRUE)
-    if (length(at)) trimws(sub(pattern, "", lines[at[1]], useBytes = TRUE)) else NA_character_
+    at <- grep(pattern, lines)
+    if (length(at)) trimws(sub(pattern, "", lines[at[1]])) else NA_character_
   }
   number <- function(pattern) suppressWarnings(as.numeric(sub("[^0-9].*", "", after(pattern))))
   list(
-    version = after("^.*KELPRA v\\."), session = after("^Session:"), data = after("^Formatted data:"),
-    source = after("^Unformatted data:"), weights = as.numeric(strsplit(after("^Trait weights:"), "\t")[[1]]),
+    version = after("^.*KELPRA v\\."), session = after("^Session:"),
+    data = after("^Formatted data:"),
+    source = after("^Unformatted data:"),
+    weights = as.numeric(strsplit(after("^Trait weights:"), "\t")[[1]]),
     communities = number("^Number of communities:"), otus = number("^Partition vector of"),
-    types = number("^Number of types examined:"), measure = after("^The statistics shown below are"),
-    iterations = number("^Number of iterations for permutation tests:"), seed = number("^Random generator seed:"),
-    tails = sub("-.*", "", after("^Permutation tests generated ")), seconds = as.numeric(sub(" .*", "", after("^Elapsed time for the test\\(s\\):")))
+    types = number("^Number of types examined:"),
+    measure = after("^The statistics shown below are"),
+    iterations = number("^Number of iterations for permutation tests:"),
+    seed = number("^Random generator seed:"),
+    tails = sub("-.*", "", after("^Permutation tests generated ")),
+    seconds = as.numeric(sub(" .*", "", after("^Elapsed time for the test\\(s\\):")))
   )
 }
 
@@ -82,9 +92,10 @@ check_head <- function(head, x, s, path) {
     iterations = if (s$tests) s$iterations else NA, seed = if (s$tests) s$seed else NA
   )
   for (item in names(expected)) {
-    if (is.na(expected[[item]]) || identical(as.character(head[[item]]), as.character(expected[[item]]))) next
+    if (expected[[item]] %in% c(NA, head[[item]])) next
     stop_kelpra(
-      "The report ", quoted(path), " is not of these data: its number of ", item, " is ", head[[item]], ", not ",
+      "The report ", quoted(path), " is not of these data: its number of ", item, " is ",
+      head[[item]], ", not ",
       expected[[item]], ".", class = "kelpra_failure"
     )
   }
@@ -94,15 +105,16 @@ check_head <- function(head, x, s, path) {
 
 read_matrices <- function(lines, x) {
   names_of <- list(
-    communities = rownames(x$W), otus = rownames(x$B), traits = colnames(x$B), types = x$types$labels
+    communities = rownames(x$W), otus = rownames(x$B), traits = colnames(x$B),
+    types = x$types$labels
   )
   tables <- lapply(seq_len(nrow(report_tables)), function(i) {
     row <- report_tables[i, ]
-    at <- grep(paste0("^", row[["heading"]]), lines, useBytes = TRUE)
+    at <- grep(paste0("^", row[["heading"]]), lines)
     if (!length(at)) return(NULL)
     table <- numbers_below(lines, at[1] + 1)
-    if (!is.null(table)) dimnames(table) <- list(names_of[[row[["rows"]]]], names_of[[row[["columns"]]]])
-    table
+    if (is.null(table)) return(NULL)
+    matrix(table, nrow(table), dimnames = unname(names_of[row[c("rows", "columns")]]))
   })
   names(tables) <- report_tables[, "name"]
   given <- list(W = x$W, B = x$B, E = x$E, F = x$F)
@@ -112,9 +124,9 @@ read_matrices <- function(lines, x) {
 numeric_line <- "^[ \t]*[-+]?([0-9]|inf|nan)[-+0-9.einfa \t]*$"
 
 numbers_below <- function(lines, at) {
-  while (at <= length(lines) && grepl("^(Selected traits:|$)", lines[at], useBytes = TRUE)) at <- at + 1
+  while (at <= length(lines) && grepl("^(Selected traits:|$)", lines[at])) at <- at + 1
   last <- at
-  while (last <= length(lines) && grepl(numeric_line, lines[last], useBytes = TRUE)) last <- last + 1
+  while (last <= length(lines) && grepl(numeric_line, lines[last])) last <- last + 1
   if (last == at) return(NULL)
   rows <- strsplit(trimws(lines[at:(last - 1)]), "[ \t]+")
   values <- suppressWarnings(as.numeric(unlist(rows)))
@@ -125,7 +137,9 @@ numbers_below <- function(lines, at) {
 shape <- function(values, widths) {
   n <- length(widths)
   if (n == 1 || all(widths == widths[1])) return(matrix(values, n, byrow = TRUE))
-  if (!identical(as.integer(widths), seq_len(n))) stop_kelpra("A table of the report has rows of unlike length.")
+  if (!identical(as.integer(widths), seq_len(n))) {
+    stop_kelpra("A table of the report has rows of unlike length.")
+  }
   m <- matrix(0, n, n)
   m[upper.tri(m, diag = TRUE)] <- values
   m[lower.tri(m)] <- t(m)[lower.tri(m)]

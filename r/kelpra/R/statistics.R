@@ -9,7 +9,7 @@
 
 meanings <- c(
   "r(TE)" = "trait convergence (TCAP): community means of traits follow the variables",
-  "r(XE)" = "convergence and divergence together: composition weighted by traits follows the variables",
+  "r(XE)" = "convergence and divergence together: trait-weighted composition follows them",
   "r(XE.T)" = "trait divergence (TDAP): what follows the variables beyond the means",
   "r(RE)" = "functional diversity within communities follows the variables",
   "r(XE.TR)" = "divergence between communities: means and diversity taken out",
@@ -29,17 +29,23 @@ meanings <- c(
   "r(FE)" = "phylogenetic diversity within communities follows the variables"
 )
 
-# The site shuffle moves no OTU, and T, X and P all in the same order: what these have to do with each
-# other is never shuffled, and the P that the program prints is 1 over the iterations, or 1.
+# The site shuffle moves no OTU, and T, X and P all in the same order: what these have to do with
+# each other is never shuffled, and the P that the program prints is 1 over the iterations, or 1.
 no_site_test <- c("ro(BF)", "ro(PT)", "ro(PX)", "ro(PX.T)")
 
 read_statistics <- function(lines, s) {
-  found <- switch(s$measure, regression = regression_lines(lines), anova = anova_lines(lines), correlation_lines(lines))
+  found <- switch(
+    s$measure, regression = regression_lines(lines), anova = anova_lines(lines),
+    correlation_lines(lines)
+  )
   if (!s$tests) found <- found[found$name == "r(TE)", ]
   found$tails <- tails_of(found, s)
   if (s$null == "sites") found$P[found$name %in% no_site_test] <- NA
   interval <- p_interval(found$P, s$iterations)
-  found <- cbind(found[c("name", "meaning", "value", "P")], interval, tails = found$tails, found[intersect(c("response", "term"), names(found))])
+  found <- cbind(
+    found[c("name", "meaning", "value", "P")], interval, tails = found$tails,
+    found[intersect(c("response", "term"), names(found))]
+  )
   rownames(found) <- NULL
   found
 }
@@ -53,10 +59,13 @@ number_after <- function(lines, mark) {
 }
 
 correlation_lines <- function(lines) {
-  at <- grep("(r|ro)\\([A-Z]+[._]?[A-Z]*\\) ?=", lines, value = TRUE, useBytes = TRUE)
+  at <- grep("(r|ro)\\([A-Z]+[._]?[A-Z]*\\) ?=", lines, value = TRUE)
   at <- at[!duplicated(at)]
   name <- sub(".*\\b(ro?\\([A-Z]+[._]?[A-Z]*\\)) ?=.*", "\\1", at)
-  data.frame(name = name, meaning = unname(meanings[name]), value = number_after(at, "\\) ?="), P = number_after(at, "\tP="))
+  data.frame(
+    name = name, meaning = unname(meanings[name]), value = number_after(at, "\\) ?="),
+    P = number_after(at, "\tP=")
+  )
 }
 
 # The lines of a response stand below it.
@@ -70,11 +79,15 @@ regression_lines <- function(lines) {
   head <- lines[below(lines, "r-square=")]
   response <- trimws(sub("^Trait:", "", sub("[ \t]*r-square=.*", "", head)))
   response <- sub(":$", "", sub("Phylogenentic", "Phylogenetic", response))
-  term <- ifelse(grepl("r-square=", lines), "r-square", ifelse(grepl("^Intercept=", lines), "intercept", sub("^Factor:\t([^\t]*)\t.*", "\\1", lines)))
+  term <- sub("^Factor:\t([^\t]*)\t.*", "\\1", lines)
+  term[grepl("r-square=", lines)] <- "r-square"
+  term[grepl("^Intercept=", lines)] <- "intercept"
   kept <- grepl("r-square=|coeff=|^Intercept=", lines)
   value <- number_after(lines, "(?:r-square|coeff|Intercept)=")
   name <- ifelse(term == "r-square", paste("r-square of", response), paste(term, "on", response))
-  meaning <- ifelse(term == "r-square", "share of the variation that the variables explain", ifelse(term == "intercept", "intercept", "regression coefficient"))
+  meaning <- rep("regression coefficient", length(lines))
+  meaning[term == "r-square"] <- "share of the variation that the variables explain"
+  meaning[term == "intercept"] <- "intercept"
   data.frame(name, meaning, value, P = number_after(lines, "p-value="), response, term)[kept, ]
 }
 
@@ -85,11 +98,15 @@ anova_lines <- function(lines) {
   label <- sub("^(Factor|Trait):\t([^\t]*)\t.*", "\\2", lines)
   factor <- lines[below(lines, "^Factor:.*Pseudo-F=")]
   factor <- sub("^Factor:\t([^\t]*)\t.*", "\\1", factor)
-  block <- ifelse(grepl("matrix T", head), "T", ifelse(grepl("matrix X", head), "X", ifelse(grepl("matrix P", head), "P", ifelse(grepl("phylogenetic diversity", head), "Rp", "Rf"))))
+  subjects <- c(T = "matrix T", X = "matrix X", P = "matrix P", Rp = "phylogenetic diversity")
+  block <- rep("Rf", length(lines))
+  for (name in names(subjects)) block[grepl(subjects[[name]], head)] <- name
   response <- ifelse(grepl("^Trait:", lines), label, block)
   data.frame(
-    name = paste("F of", factor, "on", response), meaning = "pseudo-F: sum of squares between groups over within",
-    value = number_after(lines, "Pseudo-F="), P = number_after(lines, "p-value="), response, term = factor
+    name = paste("F of", factor, "on", response),
+    meaning = "pseudo-F: sum of squares between groups over within",
+    value = number_after(lines, "Pseudo-F="), P = number_after(lines, "p-value="), response,
+    term = factor
   )[kept, ]
 }
 
@@ -119,6 +136,8 @@ p_interval <- function(p, iterations, level = 0.95) {
   if (others < 1) return(data.frame(lower = p * NA, upper = p * NA))
   data.frame(
     lower = ifelse(reached > 0, stats::qbeta(tail, reached, others - reached + 1), 0 * p),
-    upper = ifelse(reached < others, stats::qbeta(1 - tail, reached + 1, others - reached), 0 * p + 1)
+    upper = ifelse(
+      reached < others, stats::qbeta(1 - tail, reached + 1, others - reached), 0 * p + 1
+    )
   )
 }

@@ -12,9 +12,14 @@ kind_codes <- c(binary = 1L, nominal = 2L, quantitative = 3L, ordinal = 4L)
 
 as_table <- function(x, what) {
   if (is.matrix(x) || inherits(x, "table")) x <- as.data.frame.matrix(x, stringsAsFactors = FALSE)
-  if (!is.data.frame(x)) stop_kelpra(what, " must be a data frame or a matrix, not ", class(x)[1], ".")
+  if (!is.data.frame(x)) {
+    stop_kelpra(what, " must be a data frame or a matrix, not ", class(x)[1], ".")
+  }
+  if (!nrow(x) || !ncol(x)) {
+    stop_kelpra(what, " is empty (", nrow(x), " rows, ", ncol(x), " columns).")
+  }
   x <- name_rows(as.data.frame(x), what)
-  if (!nrow(x) || !ncol(x)) stop_kelpra(what, " is empty (", nrow(x), " rows, ", ncol(x), " columns).")
+  if (!ncol(x)) stop_kelpra(what, " has no column beside the names.")
   check_names(rownames(x), what, "row")
   check_names(names(x), what, "column")
   x
@@ -39,38 +44,48 @@ check_names <- function(names, what, side) {
   empty <- which(is.na(names) | trimws(names) == "")
   if (length(empty)) stop_kelpra(what, ": ", side, " ", empty[1], " has no name.")
   twice <- unique(names[duplicated(names)])
-  if (length(twice)) stop_kelpra(what, ": more than one ", side, " is named ", listed(quoted(twice)), ".")
+  if (length(twice)) {
+    stop_kelpra(what, ": more than one ", side, " is named ", listed(quoted(twice)), ".")
+  }
 }
 
 kind_of <- function(column) {
   if (is.logical(column)) return("binary")
   if (is.ordered(column)) return("ordinal")
   if (is.factor(column) || is.character(column)) return("nominal")
-  if (is.numeric(column) && is.null(dim(column)) && !inherits(column, c("Date", "POSIXt", "difftime"))) {
-    return("quantitative")
-  }
-  NA_character_
+  dated <- inherits(column, c("Date", "POSIXt", "difftime"))
+  if (is.numeric(column) && is.null(dim(column)) && !dated) "quantitative" else NA_character_
 }
 
 kinds_of <- function(table, given, what) {
   kinds <- vapply(table, kind_of, "")
   unknown <- setdiff(names(given), names(table))
-  if (length(unknown)) strangers(unknown, names(table), "Columns", paste("in", what), "Name columns as they stand.")
+  if (length(unknown)) {
+    strangers(unknown, names(table), "Columns", paste("in", what), "Name columns as they stand.")
+  }
   wrong <- setdiff(given, names(kind_codes))
-  if (length(wrong)) stop_kelpra("A type of ", what, " must be one of ", listed(quoted(names(kind_codes))), ".")
+  if (length(wrong)) {
+    stop_kelpra("A type of ", what, " must be one of ", listed(quoted(names(kind_codes))), ".")
+  }
   kinds[names(given)] <- unlist(given)
   odd <- names(kinds)[is.na(kinds)]
   if (length(odd)) {
-    stop_kelpra(what, ", column ", quoted(odd[1]), ": class ", class(table[[odd[1]]])[1], " is no type of data here.")
+    stop_kelpra(
+      what, ", column ", quoted(odd[1]), ": class ", class(table[[odd[1]]])[1],
+      " is no type of data here."
+    )
   }
   kinds
 }
 
 codes_of <- function(column, kind, place) {
   if (is.character(column)) column <- as_factor(column, place)
+  if (is.factor(column) && !is.ordered(column)) column <- droplevels(column)
   states <- if (is.numeric(column)) sort(unique(column)) else levels(factor(column))
   if (kind == "binary" && is.numeric(column) && !all(states %in% 0:1)) {
-    stop_kelpra(place, " is binary but holds ", listed(states), "; 0, 1, TRUE and FALSE are binary.")
+    stop_kelpra(
+      place, " is binary but holds ", listed(states), "; 0, 1, TRUE and FALSE are binary."
+    )
   }
   if (kind == "binary" && is.factor(column)) {
     if (length(states) > 2) stop_kelpra(place, " is binary but has ", length(states), " states.")
@@ -101,7 +116,10 @@ coded_table <- function(table, kinds, what) {
   codes <- matrix(codes, nrow(table), dimnames = dimnames(table))
   codes[is.nan(codes)] <- NA
   check_cells(codes, is.infinite(codes), what, "is not finite")
-  check_cells(codes, !is.na(codes) & codes == missing_code, what, "is -999, the program's code of a missing value; use NA")
+  check_cells(
+    codes, !is.na(codes) & codes == missing_code, what,
+    "is -999, the program's code of a missing value; use NA"
+  )
   codes
 }
 
@@ -112,17 +130,22 @@ check_cells <- function(cells, bad, what, complaint) {
   first <- which(bad, arr.ind = TRUE)[1, ]
   others <- sum(bad) - 1
   stop_kelpra(
-    what, ", row ", quoted(rownames(cells)[first[1]]), ", column ", quoted(colnames(cells)[first[2]]), ": ",
-    cells[first[1], first[2]], " ", complaint, if (others) paste0(" (and ", others, " more cells)"), "."
+    what, ", row ", quoted(rownames(cells)[first[1]]), ", column ",
+    quoted(colnames(cells)[first[2]]), ": ", cells[first[1], first[2]], " ", complaint,
+    if (others) paste0(" (and ", others, " more cells)"), "."
   )
 }
 
 check_varies <- function(codes, what, advice) {
   states <- apply(codes, 2, function(v) length(unique(v[!is.na(v)])))
   none <- colnames(codes)[states == 0]
-  if (length(none)) stop_kelpra(what, ", column ", quoted(none[1]), " holds nothing but missing values. ", advice)
+  if (length(none)) {
+    stop_kelpra(what, ", column ", quoted(none[1]), " holds nothing but missing values. ", advice)
+  }
   constant <- colnames(codes)[states == 1]
-  if (length(constant)) stop_kelpra(what, ", column ", quoted(constant[1]), " has the same value everywhere. ", advice)
+  if (length(constant)) {
+    stop_kelpra(what, ", column ", quoted(constant[1]), " has the same value everywhere. ", advice)
+  }
 }
 
 # The program keeps six significant digits, so close values far from 0 become one.

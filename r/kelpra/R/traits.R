@@ -10,12 +10,16 @@ coded_traits <- function(table, types = NULL, groups = NULL, factors = "columns"
   kinds <- kinds_of(table, types, "traits")
   codes <- coded_table(table, kinds, "traits")
   parts <- lapply(names(table), function(name) {
-    if (kinds[[name]] == "nominal") spread(table[[name]], codes[, name], name, factors) else list(codes[, name, drop = FALSE], kinds[[name]])
+    if (kinds[[name]] == "nominal") return(spread(table[[name]], codes[, name], name, factors))
+    list(codes[, name, drop = FALSE], kinds[[name]])
   })
   origin <- rep(names(table), vapply(parts, function(p) ncol(p[[1]]), 0L))
   B <- do.call(cbind, lapply(parts, `[[`, 1))
   types <- kind_codes[rep(vapply(parts, `[[`, "", 2), table(factor(origin, names(table))))]
-  list(B = B, types = stats::setNames(types, colnames(B)), groups = trait_groups(groups, origin, colnames(B)), origin = origin)
+  list(
+    B = B, types = stats::setNames(types, colnames(B)),
+    groups = trait_groups(groups, origin, colnames(B)), origin = origin
+  )
 }
 
 # Averages of the codes of a nominal trait mean nothing, shares of its states do.
@@ -35,9 +39,13 @@ trait_groups <- function(groups, origin, columns) {
   group <- stats::setNames(origin, columns)
   known <- intersect(names(groups), origin)
   unknown <- setdiff(names(groups), origin)
-  if (length(unknown)) strangers(unknown, unique(origin), "Columns", "in traits", "Name columns as they stand.")
+  if (length(unknown)) {
+    strangers(unknown, unique(origin), "Columns", "in traits", "Name columns as they stand.")
+  }
   for (name in known) group[origin == name] <- paste("group", groups[[name]])
-  if (!is.null(groups) && is.null(names(groups))) stop_kelpra("trait_groups must be named by columns of traits.")
+  if (!is.null(groups) && is.null(names(groups))) {
+    stop_kelpra("trait_groups must be named by columns of traits.")
+  }
   stats::setNames(match(group, unique(group)), columns)
 }
 
@@ -47,5 +55,8 @@ check_common_traits <- function(B) {
   apart <- which(tcrossprod(known) == 0 & upper.tri(diag(nrow(B))), arr.ind = TRUE)
   if (!nrow(apart)) return(invisible())
   pairs <- paste(quoted(rownames(B)[apart[, 1]]), "and", quoted(rownames(B)[apart[, 2]]))
-  stop_kelpra("traits: no trait is known of both ", listed(pairs, 4), ". Fill in values or leave one of them out.")
+  stop_kelpra(
+    "traits: no trait is known of both ", listed(pairs, 4),
+    ". Fill in values or leave one of them out."
+  )
 }

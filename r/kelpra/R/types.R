@@ -19,23 +19,36 @@ otu_types <- function(types, traits, otus, given_order) {
 }
 
 species_types <- function(otus) {
-  list(membership = seq_along(otus), labels = otus, species = TRUE, from = "each OTU its own type", silhouette = NULL)
+  list(
+    membership = seq_along(otus), labels = otus, species = TRUE, from = "each OTU its own type",
+    silhouette = NULL
+  )
 }
 
 given_types <- function(types, otus, given_order) {
   if (is.null(names(types))) {
     if (length(types) != length(given_order)) {
-      stop_kelpra("types has ", length(types), " entries for the ", length(given_order), " rows of traits; name them by OTU.")
+      stop_kelpra(
+        "types has ", length(types), " entries for the ", length(given_order),
+        " rows of traits; name them by OTU."
+      )
     }
     names(types) <- given_order
   }
   absent <- setdiff(otus, names(types))
   if (length(absent)) strangers(absent, names(types), "OTUs", "in types", "Each OTU needs a type.")
   types <- types[otus]
-  if (anyNA(types)) stop_kelpra("types: no type is given for ", listed(quoted(otus[is.na(types)])), ".")
+  if (anyNA(types)) {
+    stop_kelpra("types: no type is given for ", listed(quoted(otus[is.na(types)])), ".")
+  }
   group <- if (is.factor(types)) droplevels(types) else factor(types)
-  if (nlevels(group) < 2) stop_kelpra("types: all OTUs are of one type; the analysis compares two at least.")
-  list(membership = as.integer(group), labels = levels(group), species = FALSE, from = "given", silhouette = NULL)
+  if (nlevels(group) < 2) {
+    stop_kelpra("types: all OTUs are of one type; the analysis compares two at least.")
+  }
+  list(
+    membership = as.integer(group), labels = levels(group), species = FALSE, from = "given",
+    silhouette = NULL
+  )
 }
 
 # Ward's criterion on the Gower distance; the number of groups by the mean silhouette width
@@ -43,18 +56,22 @@ given_types <- function(types, otus, given_order) {
 cluster_types <- function(k, traits) {
   n <- nrow(traits)
   distance <- gower_distance(traits)
-  tree <- if (inherits(k, "hclust")) named_tree(k, rownames(traits)) else stats::hclust(distance, "ward.D2")
-  from <- if (inherits(k, "hclust")) "the given clustering" else "Ward clustering on the Gower distance"
+  given <- inherits(k, "hclust")
+  tree <- if (given) named_tree(k, rownames(traits)) else stats::hclust(distance, "ward.D2")
+  from <- if (given) "the given clustering" else "Ward clustering on the Gower distance"
   most <- min(15L, n - 1L)
   if (is.numeric(k) && (k != round(k) || k < 2 || k >= n)) {
     stop_kelpra("types: a number of groups from 2 to ", n - 1, " is wanted, not ", k, ".")
   }
-  if (n < 4 && !is.numeric(k)) stop_kelpra("types: ", n, " OTUs are too few to choose a number of groups; give types.")
+  if (n < 4 && !is.numeric(k)) {
+    stop_kelpra("types: ", n, " OTUs are too few to choose a number of groups; give types.")
+  }
   tried <- if (is.numeric(k)) k else 2:most
   width <- vapply(tried, function(g) mean_silhouette(stats::cutree(tree, g), distance), 0)
   best <- tried[which.max(width)]
   list(
-    membership = unname(stats::cutree(tree, best)[rownames(traits)]), labels = as.character(seq_len(best)),
+    membership = unname(stats::cutree(tree, best)[rownames(traits)]),
+    labels = as.character(seq_len(best)),
     species = FALSE, from = from, silhouette = stats::setNames(width, tried)
   )
 }
@@ -65,8 +82,14 @@ mean_silhouette <- function(group, distance) {
 
 named_tree <- function(tree, otus) {
   absent <- setdiff(otus, tree$labels)
-  if (length(absent)) strangers(absent, as.character(tree$labels), "OTUs", "in types", "The clustering must hold each OTU.")
-  if (length(tree$labels) > length(otus)) stop_kelpra("types: the clustering holds OTUs that traits lack; cut it and give the groups.")
+  if (length(absent)) {
+    strangers(
+      absent, as.character(tree$labels), "OTUs", "in types", "The clustering must hold each OTU."
+    )
+  }
+  if (length(tree$labels) > length(otus)) {
+    stop_kelpra("types: the clustering holds OTUs that traits lack; cut it and give the groups.")
+  }
   tree
 }
 

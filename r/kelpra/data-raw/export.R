@@ -8,7 +8,9 @@ numbers <- function(path, rows) {
   if (length(lines) > rows) colnames(M) <- strsplit(trimws(lines[rows + 1]), "[ \t]+")[[1]]
   M
 }
-write_table <- function(x, name) utils::write.csv(x, file.path("inst", "extdata", name), row.names = TRUE)
+write_table <- function(x, name) utils::write.csv(
+  x, file.path("inst", "extdata", name), row.names = TRUE
+)
 
 export <- function(set, otus, communities, traits = identity, env = identity) {
   file <- function(name) file.path(examples, set, name)
@@ -18,9 +20,14 @@ export <- function(set, otus, communities, traits = identity, env = identity) {
   sites <- strsplit(trimws(readLines(file("W.txt"))[communities + 1]), "[ \t]+")[[1]]
   E <- numbers(file("E_mixed.txt"), communities)
   write_table(traits(data.frame(B, row.names = species)), paste0(set, "_traits.csv"))
-  write_table(data.frame(W, row.names = sites) |> stats::setNames(species), paste0(set, "_community.csv"))
+  write_table(
+    data.frame(W, row.names = sites) |> stats::setNames(species), paste0(set, "_community.csv")
+  )
   write_table(env(data.frame(E, row.names = sites)), paste0(set, "_environment.csv"))
-  write_table(data.frame(type = scan(file("types.txt"), quiet = TRUE), row.names = species), paste0(set, "_types.csv"))
+  write_table(
+    data.frame(type = scan(file("types.txt"), quiet = TRUE), row.names = species),
+    paste0(set, "_types.csv")
+  )
   species
 }
 

@@ -12,7 +12,7 @@ example_file <- function(...) {
   file.path(folder, ...)
 }
 
-# Another numbering of rows and columns, the other way round, as a spreadsheet of another country saves it.
+# Rows and columns in another order, perhaps turned, as a spreadsheet of another country saves them.
 disguised <- function(table, turn = FALSE) {
   set.seed(20260101)
   table <- table[sample(nrow(table)), sample(ncol(table)), drop = FALSE]
@@ -32,14 +32,17 @@ aravo_data <- function(env = c("Aspect", "Slope", "PhysD", "Snow"), ...) {
   forms <- c("convexity", "convex slope", "right slope", "concave slope", "concavity")
   kelpra_data(
     disguised(traits)[names(traits)], disguised(package_table("aravo_community.csv"), turn = TRUE),
-    transform(disguised(E), Form = factor(Form, forms))[env], types = disguised(package_table("aravo_types.csv")),
+    transform(disguised(E), Form = factor(Form, forms))[env],
+    types = disguised(package_table("aravo_types.csv")),
     otus = rownames(traits), communities = rownames(E), ...
   )
 }
 
 dune_tree <- function() ape::read.tree(system.file("extdata", "dune_tree.nwk", package = "kelpra"))
 
-dune_data <- function(env = c("A1", "Moisture", "Manure"), types = disguised(package_table("dune_types.csv")),
+dune_types <- function() disguised(package_table("dune_types.csv"))
+
+dune_data <- function(env = c("A1", "Moisture", "Manure"), types = dune_types(),
                       phylo = dune_tree(), ...) {
   traits <- package_table("dune_traits.csv")
   E <- package_table("dune_environment.csv")
@@ -55,13 +58,17 @@ dune_data <- function(env = c("A1", "Moisture", "Manure"), types = disguised(pac
 small <- function() {
   list(
     traits = data.frame(
-      height = c(2, 5, 9, NA), woody = c(TRUE, FALSE, TRUE, FALSE), row.names = c("Poa annua", "Rosa canina", "Salix alba", "Urtica dioica")
+      height = c(2, 5, 9, NA), woody = c(TRUE, FALSE, TRUE, FALSE),
+      row.names = c("Poa annua", "Rosa canina", "Salix alba", "Urtica dioica")
     ),
     comm = data.frame(
-      `Poa annua` = c(3, 1, 0, 0), `Rosa canina` = c(1, 2, 2, 0), `Salix alba` = c(0, 0, 1, 4), `Urtica dioica` = c(0, 1, 0, 2),
+      `Poa annua` = c(3, 1, 0, 0), `Rosa canina` = c(1, 2, 2, 0), `Salix alba` = c(0, 0, 1, 4),
+      `Urtica dioica` = c(0, 1, 0, 2),
       row.names = paste0("plot", 1:4), check.names = FALSE
     ),
-    env = data.frame(water = c(1.5, 2, 4, 7), shade = c(2, 9, 3, 4), row.names = paste0("plot", 1:4)),
+    env = data.frame(
+      water = c(1.5, 2, 4, 7), shade = c(2, 9, 3, 4), row.names = paste0("plot", 1:4)
+    ),
     types = c("low", "high", "high", "low")
   )
 }
