@@ -8,9 +8,8 @@
 
 #include <gsl/gsl_rng.h>
 
-#include "functional/permtest_fast.hpp"
-#include "functional/permtest_iteration.hpp"
 #include "lines.hpp"
+#include "permutation/mantel.hpp"
 #include "reference/permtest_data.hpp"
 #include "reference/plain_permtest.hpp"
 
@@ -89,32 +88,34 @@ struct PlainSteps {
 
     PermTestData& d;
     OwnedRows B, U, T, X, DT, DX, DR, S, R;
-    IterationStatistics r;
+    ArrangementStatistics r = ArrangementStatistics(0);
     double signal = 0.0;
 };
 
 // The steps as the test takes them.
 struct FastSteps {
     FastSteps(PermTestData& data, PermTestData& dataWithPhylogeny)
-        : in(data.input), inWithPhylogeny(dataWithPhylogeny.input)
+        : in(data.input), inWithPhylogeny(dataWithPhylogeny.input),
+          quick(QuickMantel::Make(in, {})), quickWithPhylogeny(QuickMantel::Make(inWithPhylogeny, {}))
     {
-        if (!in.fast || !inWithPhylogeny.fast) std::exit(2); // these data are fit for it
-        w = std::make_unique<FastMantelWorkspace>(*in.fast);
-        wWithPhylogeny = std::make_unique<FastMantelWorkspace>(*inWithPhylogeny.fast);
+        if (!quick || !quickWithPhylogeny) std::exit(2); // these data are fit for it
+        w = std::make_unique<QuickMantelWorkspace>(*quick);
+        wWithPhylogeny = std::make_unique<QuickMantelWorkspace>(*quickWithPhylogeny);
     }
 
-    void Products(const std::vector<int>& list) { FastProducts(*in.fast, *w, list.data()); }
-    void Distances() { FastDistances(*in.fast, *w); }
-    void Entropies(const std::vector<int>& list) { FastEntropies(*in.fast, *w, list.data()); }
-    void Correlations() { FastCorrelations(*in.fast, *w, r); }
+    void Products(const std::vector<int>& list) { QuickProducts(*quick, *w, list.data()); }
+    void Distances() { QuickDistances(*quick, *w); }
+    void Entropies(const std::vector<int>& list) { QuickEntropies(*quick, *w, list.data()); }
+    void Correlations() { QuickCorrelations(*quick, *w, r); }
     void Signal(const std::vector<int>& list)
     {
-        signal = FastSignal(*inWithPhylogeny.fast, *wWithPhylogeny, list.data());
+        signal = QuickSignal(*quickWithPhylogeny, *wWithPhylogeny, list.data());
     }
 
     PermutationInputs in, inWithPhylogeny;
-    std::unique_ptr<FastMantelWorkspace> w, wWithPhylogeny;
-    IterationStatistics r;
+    std::unique_ptr<QuickMantel> quick, quickWithPhylogeny;
+    std::unique_ptr<QuickMantelWorkspace> w, wWithPhylogeny;
+    ArrangementStatistics r = ArrangementStatistics(0);
     double signal = 0.0;
 };
 

@@ -9,13 +9,13 @@
 #include <omp.h>
 #include <unistd.h>
 
-#include "functional/permtest_kernels.hpp"
+#include "numeric/vectorpath.hpp"
 #include "lines.hpp"
 
 namespace {
 
 const char* const usage =
-    "kelpra_bench [--quick] [--only LINE] [--threads N] [--path baseline|avx2] [--json]\n"
+    "kelpra_bench [--quick] [--only LINE] [--threads N] [--path baseline|avx2|avx512] [--json]\n"
     "  --quick    about 10 seconds instead of two minutes\n"
     "  --only     one line (P1) or family (P)\n"
     "  --threads  threads of the P lines; 1 if not given\n"
@@ -41,9 +41,7 @@ Options ReadOptions(int argc, char** argv)
         else if (word == "--path" && hasValue) options.path = argv[++i];
         else Complain();
     }
-    const bool knownPath = options.path.empty() || options.path == "baseline" ||
-                           options.path == "avx2";
-    if (options.threads < 1 || !knownPath) Complain();
+    if (options.threads < 1) Complain();
     if (options.quick) {
         options.repetitions = 2;
         options.seconds = 0.02;
@@ -51,15 +49,13 @@ Options ReadOptions(int argc, char** argv)
     return options;
 }
 
-void ChoosePath(Options& options)
+void TakePath(Options& options)
 {
-    const bool has = __builtin_cpu_supports("avx2") != 0;
-    if (options.path.empty()) options.path = has ? "avx2" : "baseline";
-    if (options.path == "avx2" && !has) {
-        std::fputs("this machine has no AVX2\n", stderr);
+    if (!ChoosePath(options.path.empty() ? nullptr : options.path.c_str())) {
+        std::fprintf(stderr, "this machine cannot run %s\n", options.path.c_str());
         std::exit(2);
     }
-    ChooseKernels(options.path.c_str());
+    options.path = PathName(ActivePath());
 }
 
 } // namespace
@@ -68,7 +64,7 @@ int main(int argc, char** argv)
 {
     gsl_set_error_handler_off(); // as the program does at its start
     Options options = ReadOptions(argc, argv);
-    ChoosePath(options);
+    TakePath(options);
     omp_set_num_threads(options.threads);
 
     Report report(options.json, fdopen(dup(STDOUT_FILENO), "w"));

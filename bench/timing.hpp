@@ -12,7 +12,7 @@ struct Options {
     bool quick = false;    // about 10 seconds in all
     std::string only;      // a line, or the first letters of a family of lines
     int threads = 1;       // of the P lines
-    std::string path;      // "baseline", "avx2"; empty: what the machine has
+    std::string path;      // "baseline", "avx2", "avx512"; empty: what the machine has
     bool json = false;
     int repetitions = 5;
     double seconds = 0.2;  // of a repetition, at least

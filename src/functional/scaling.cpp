@@ -6,19 +6,20 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "functional/diversity.hpp"
 #include "functional/report.hpp"
 #include "functional/settings.hpp"
 #include "functional/smoothing.hpp"
 #include "functional/typing.hpp"
 #include "numeric/adjust.hpp"
 #include "numeric/congruence.hpp"
+#include "numeric/diversity.hpp"
 #include "numeric/gower.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/ordination.hpp"
 #include "numeric/random.hpp"
 #include "numeric/resemblance.hpp"
 #include "numeric/statistics.hpp"
+#include "permutation/permtest.hpp"
 #include "session/checks.hpp"
 #include "session/session.hpp"
 #include "shell/console.hpp"
@@ -28,12 +29,6 @@
 #include "shell/scanners.hpp"
 
 namespace {
-
-bool SomeOtuExcluded()
-{
-    const int* const begin = session.weight_OTUs;
-    return std::any_of(begin, begin + session.tcst, [](int weight) { return weight < 1; });
-}
 
 /// Settings that the analysis fixes for routines shared with the ranking of traits.
 void DeriveSettings()
@@ -284,7 +279,6 @@ double** Rows(const std::optional<OwnedRows>& rows)
 
 void GiveSizes(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
 {
-    test.nIter = session.niter;
     test.nTraits = a.t;
     test.nOTUs = a.s;
     test.nTypes = a.g;
@@ -292,6 +286,9 @@ void GiveSizes(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
     test.nEnvSelected = a.nSelectedVariables;
     test.nCommunities = a.n;
     test.nPCoA = a.nPCoA;
+    test.selectedTraits = a.selectedTraits;
+    test.hasPhylogenyInput = a.withPhylogeny;
+    test.phylIsDissimilarity = session.phylogenyMatrixType != phylogenySimilarities;
 }
 
 void GiveMatrices(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
@@ -317,30 +314,6 @@ void GiveMatrices(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
     test.Rp = a.Rp;
 }
 
-void GiveSettings(PermTest_FunctionalPhyl_Correl_Input& test, const Scaling& a)
-{
-    test.selectedTraits = a.selectedTraits;
-    test.eVarSelect = session.eVarSelect;
-    test.relSelect = session.relSelect;
-    test.otuWeights = session.weight_OTUs;
-    test.communityResemblance = session.rese_opt;
-    test.measure = session.opt_ro;
-    test.overfitFactor = preferences.overfitFactorPCARegr;
-    test.saveIntermediate = preferences.saveRndData == 'y';
-    test.weightedNull = session.optWeightedNullModel;
-    test.keepScale = a.keepScale;
-    test.hasPhylogenyInput = a.withPhylogeny;
-    test.phylIsDissimilarity = session.phylogenyMatrixType != phylogenySimilarities;
-    test.sqrtTraits = preferences.sqrtDissimOpt_RaoTraits;
-    test.sqrtPhyl = preferences.sqrtDissimOpt_RaoPhyl;
-    test.restrictKind = session.optRestrictPermutNullModel;
-    test.nestingGroups = session.nestingMembershipOTUs;
-    test.shuffleKind = session.optTaxaSiteShuffle;
-    test.resultsFlag = true;
-    test.twoTailed = preferences.twoTailedTestMantel;
-    test.restrictRao = session.restrictRaoWithinOpt;
-}
-
 void MakeModels(PermTest_FunctionalPhyl_Correl_Input& test, Scaling& a)
 {
     if (session.opt_ro == linearRegression) {
@@ -364,7 +337,7 @@ void TestByPermutation(Scaling& a)
     PermTest_FunctionalPhyl_Correl_Input test;
     GiveSizes(test, a);
     GiveMatrices(test, a);
-    GiveSettings(test, a);
+    GiveSettings(test);
     MakeModels(test, a);
     test.intermediateFile = intermediate;
     PermTest_FunctionalPhyl_Correl(&test);
@@ -407,7 +380,7 @@ void AnalyseTraits(Scaling& a, OutputFile& report)
 Scaling::Scaling()
     : n(session.ncsm), s(session.tcst), t(session.nch), e(session.nenv), g(session.nGrPoly[0]),
       f(session.includePhylogeny ? session.nTaxa : 0),
-      keepScale(SomeOtuExcluded() && !session.keepAdditivity),
+      keepScale(KeepsScale()),
       withPhylogeny(session.includePhylogeny), wholeReport(session.printDetail == 1),
       withTests(session.optRndTests), selectedTraits(t), selectedTypes(e), E(n, e), DE(n, n),
       traitW(n, s), W(n, s), selectedB(s, t), D(n), Rf(n), Rp(n), FR(n), PR(n), T(n, t + 1),

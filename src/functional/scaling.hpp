@@ -5,8 +5,7 @@
 #include <optional>
 
 #include "functional/belonging.hpp"
-#include "functional/permtest.hpp"
-#include "functional/permtest_models.hpp"
+#include "permutation/record.hpp"
 #include "shell/arrays.hpp"
 
 /// Sizes and matrices of one analysis, released on every way out. Sizes in the words of the

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "functional/diversity.hpp"
+#include "numeric/diversity.hpp"
 #include "functional/smoothing.hpp"
 #include "numeric/adjust.hpp"
 #include "numeric/gower.hpp"

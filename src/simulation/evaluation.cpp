@@ -19,28 +19,16 @@ namespace {
 
 const int nClassesOfFactor = 5;
 
-bool KeepsScale()
-{
-    const int* const begin = session.weight_OTUs;
-    const bool someExcluded =
-        std::any_of(begin, begin + session.tcst, [](int weight) { return weight < 1; });
-    return someExcluded && !session.keepAdditivity;
-}
-
 /// Sizes, options and places of the results, which are the same for every set.
 void FillTest(const Simulation& run, SetAnalysis& a)
 {
     PermTest_FunctionalPhyl_Correl_Input& test = a.test;
-    test.nIter = session.niter;
+    GiveSettings(test);
     test.nTraits = run.nTraits;
     test.selectedTraits = a.selectedTraits;
     test.nOTUs = test.nTypes = run.nOTUs; // each OTU is its own type
-    test.nTaxa = 0;
     test.nEnvSelected = run.nSelected;
-    test.eVarSelect = session.eVarSelect;
     test.nCommunities = run.nSites;
-    test.relSelect = session.relSelect;
-    test.nPCoA = 0;
     test.Sb = a.Sb;
     test.U = a.U;
     test.E = a.selectedE;
@@ -53,25 +41,10 @@ void FillTest(const Simulation& run, SetAnalysis& a)
     test.regression = {a.rSquare, a.intercept, a.pRSquare, a.coefficient, a.pCoefficient};
     test.anovaF = {a.fX, a.fT, a.fTraits, a.unused, a.fRf, a.unused};
     test.anovaP = {a.pX, a.pT, a.pTraits, a.unused, a.pRf, a.unused};
-    test.communityResemblance = session.rese_opt;
-    test.measure = session.opt_ro;
-    test.overfitFactor = preferences.overfitFactorPCARegr;
-    test.saveIntermediate = preferences.saveRndData == 'y';
-    test.weightedNull = session.optWeightedNullModel;
-    test.keepScale = KeepsScale();
     test.hasPhylogenyInput = false;
-    test.sqrtTraits = preferences.sqrtDissimOpt_RaoTraits;
-    test.sqrtPhyl = preferences.sqrtDissimOpt_RaoPhyl;
-    test.restrictKind = session.optRestrictPermutNullModel;
-    test.nestingGroups = session.nestingMembershipOTUs;
-    test.shuffleKind = session.optTaxaSiteShuffle;
-    test.resultsFlag = true;
-    test.twoTailed = preferences.twoTailedTestMantel;
     test.T = a.T;
     test.X = a.X;
     test.Rf = a.Rf;
-    test.otuWeights = session.weight_OTUs;
-    test.restrictRao = session.restrictRaoWithinOpt;
 }
 
 /// Similarity of OTUs, which entropy needs whatever the belonging, and belonging to types.

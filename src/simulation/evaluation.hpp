@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "functional/permtest.hpp"
+#include "permutation/permtest.hpp"
 #include "shell/arrays.hpp"
 #include "simulation/model.hpp"
 #include "simulation/settings.hpp"

@@ -7,7 +7,7 @@
 #include <doctest/doctest.h>
 
 #include "functional/belonging.hpp"
-#include "functional/diversity.hpp"
+#include "numeric/diversity.hpp"
 #include "functional/smoothing.hpp"
 #include "numeric/adjust.hpp"
 #include "numeric/matrix.hpp"

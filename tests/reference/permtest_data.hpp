@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "functional/permtest.hpp"
+#include "permutation/permtest.hpp"
 #include "shell/arrays.hpp"
 
 /// n communities, s OTUs, t traits, e variables, g types.

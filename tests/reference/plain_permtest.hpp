@@ -8,7 +8,7 @@
 
 #include <vector>
 
-#include "functional/permtest.hpp"
+#include "permutation/permtest.hpp"
 
 /// One random arrangement: the list as drawn (1-based; of OTUs, of occurrences or of communities)
 /// and the statistics it gave. Statistics that were not computed are 0.

@@ -1,10 +1,10 @@
-#include "functional/permtest_file.hpp"
+#include "permutation/intermediate.hpp"
 
 #include <cstdio>
 
-#include "functional/permtest_iteration.hpp"
 #include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
+#include "permutation/general.hpp"
 #include "shell/table.hpp"
 
 namespace {
@@ -28,7 +28,7 @@ bool IsMantel(const PermutationInputs& in)
     return in.record.measure == mantel;
 }
 
-void ObservedTraits(std::FILE* file, const PermutationInputs& in, PermutationWorkspace& w)
+void ObservedTraits(std::FILE* file, const PermutationInputs& in, GeneralWorkspace& w)
 {
     const PermTest_FunctionalPhyl_Correl_Input& record = in.record;
     const double rTEvalue = w.statistics.value[rTE];
@@ -47,7 +47,7 @@ void ObservedTraits(std::FILE* file, const PermutationInputs& in, PermutationWor
                      in.n);
         PrintTriangle(file, in.n, record.DE);
         std::fprintf(file, "\nMatrix correlation between DT and DE:\t%g\n", rTEvalue);
-    } else if (in.areCorrelations) {
+    } else if (record.measure <= rvCoefficient) {
         std::fprintf(file, "\nMatrix E of communities by ecological variables):\n");
         PrintMatrixTab(file, in.n, in.e, record.E, digits);
         if (record.measure == rvCoefficient)
@@ -57,7 +57,7 @@ void ObservedTraits(std::FILE* file, const PermutationInputs& in, PermutationWor
     }
 }
 
-void ObservedTypes(std::FILE* file, const PermutationInputs& in, PermutationWorkspace& w)
+void ObservedTypes(std::FILE* file, const PermutationInputs& in, GeneralWorkspace& w)
 {
     std::fprintf(file, "\nObserved belonging matrix (U):\n");
     PrintMatrixTab(file, in.s, in.g, in.record.U, digits);
@@ -66,7 +66,7 @@ void ObservedTypes(std::FILE* file, const PermutationInputs& in, PermutationWork
     std::fprintf(file, "Observed ro(XE.T)=\t%g\n", w.statistics.value[rXE_T]);
 }
 
-void ObservedEntropy(std::FILE* file, const PermutationInputs& in, PermutationWorkspace& w)
+void ObservedEntropy(std::FILE* file, const PermutationInputs& in, GeneralWorkspace& w)
 {
     std::fprintf(file, "\nObserved similarity matrix (Sb) between OTUs, based on the traits:\n:");
     PrintTriangle(file, in.s, in.record.Sb);
@@ -77,7 +77,7 @@ void ObservedEntropy(std::FILE* file, const PermutationInputs& in, PermutationWo
     PrintTriangle(file, in.n, w.DR);
 }
 
-void ObservedPhylogeny(std::FILE* file, const PermutationInputs& in, PermutationWorkspace& w)
+void ObservedPhylogeny(std::FILE* file, const PermutationInputs& in, GeneralWorkspace& w)
 {
     if (in.record.phylIsDissimilarity)
         std::fprintf(file, "\nObserved dissimilarity matrix (Sf) in the range 0-1 between OTUs, based on the phylogeny:\n:");
@@ -92,7 +92,7 @@ void ObservedPhylogeny(std::FILE* file, const PermutationInputs& in, Permutation
 }
 
 void RandomTraits(std::FILE* file, int iteration, const int* list, const double* counts,
-                  const PermutationInputs& in, PermutationWorkspace& w)
+                  const PermutationInputs& in, GeneralWorkspace& w)
 {
     if (in.moveTaxa) {
         std::fprintf(file, "\n\nITERATION\t%d\n", iteration);
@@ -118,7 +118,7 @@ void RandomTraits(std::FILE* file, int iteration, const int* list, const double*
 }
 
 void RandomTypes(std::FILE* file, int iteration, const int* list, const double* counts,
-                 const PermutationInputs& in, PermutationWorkspace& w)
+                 const PermutationInputs& in, GeneralWorkspace& w)
 {
     std::fprintf(file, "\n\nITERATION\t%d\n", iteration);
     if (in.moveTaxa) {
@@ -139,13 +139,13 @@ void RandomTypes(std::FILE* file, int iteration, const int* list, const double* 
         std::fprintf(file, "\nResemblance matrix DX between %d communities:\n", in.n);
         PrintTriangle(file, in.n, w.DX);
     }
-    const double* r = w.statistics.value;
+    const std::vector<double>& r = w.statistics.value;
     std::fprintf(file, "\nIteration %d\tRandom ro(XT) =\t%g\tRandom ro(XE) =\t%g\tRandom ro(XE.T) =\t%g\tCummulative frequency for ro(XE)=%g\tCummulative frequency for ro(XE.T)=%g\n",
                  iteration, w.statistics.rXT, r[rXE], r[rXE_T], counts[rXE], counts[rXE_T]);
 }
 
 void RandomTaxa(std::FILE* file, int iteration, const int* list, const double* counts,
-                const PermutationInputs& in, PermutationWorkspace& w)
+                const PermutationInputs& in, GeneralWorkspace& w)
 {
     if (in.moveTaxa) {
         std::fprintf(file, "Permuted belonging matrix (Qrnd) based on phylogeny:\n");
@@ -166,7 +166,7 @@ void RandomTaxa(std::FILE* file, int iteration, const int* list, const double* c
         std::fprintf(file, "\nResemblance matrix DP between %d communities:\n", in.n);
         PrintTriangle(file, in.n, w.DP);
     }
-    const double* r = w.statistics.value;
+    const std::vector<double>& r = w.statistics.value;
     std::fprintf(file, "\nIteration %d\tRandom values and cummulative frequencies for the following:\n ro(PE) =\t%g\t%g\nRandom ro(PT) =\t%g\t%g\nRandom ro(PX) =\t%g\t%g\nRandom ro(PX.T) =\t%g\t%g\nRandom ro(TE.P) =\t%g\t%g\nRandom ro(XE.P) =\t%g\t%g\nRandom ro(XE.TP) =\t%g\t%g\nRandom ro(PE.T) =\t%g\t%g\nRandom ro(PE.X) =\t%g\t%g\n",
                  iteration, r[roPE], counts[roPE], r[roPT], counts[roPT], r[roPX], counts[roPX],
                  r[roPX_T], counts[roPX_T], r[roTE_P], counts[roTE_P], r[roXE_P], counts[roXE_P],
@@ -175,7 +175,7 @@ void RandomTaxa(std::FILE* file, int iteration, const int* list, const double* c
 }
 
 void RandomEntropy(std::FILE* file, int iteration, const int* list, const double* counts,
-                   const PermutationInputs& in, PermutationWorkspace& w)
+                   const PermutationInputs& in, GeneralWorkspace& w)
 {
     std::fprintf(file, "\n\nITERATION\t%d\n", iteration);
     if (in.moveTaxa) {
@@ -195,14 +195,14 @@ void RandomEntropy(std::FILE* file, int iteration, const int* list, const double
         std::fprintf(file, "\nResemblance matrix DR between %d communities:\n", in.n);
         PrintTriangle(file, in.n, w.DR);
     }
-    const IterationStatistics& x = w.statistics;
+    const ArrangementStatistics& x = w.statistics;
     std::fprintf(file, "\nIteration %d\tRandom ro(RE) =\t%g\tRandom ro(XR) =\t%g\tRandom ro(TR) =\t%g\tRandom ro(XE.R) =\t%g\tRandom ro(TE.R) =\t%g\tRandom ro(XT.R) =\t%g\tRandom ro(XE.TR) =\t%g\tCummulative frequency for ro(RE)=%g\tCummulative frequency for ro(XE.TR)=%g\n",
                  iteration, x.value[rRE], x.rXR, x.rTR, x.rXE_R, x.rTE_R, x.rXT_R, x.value[rXE_TR],
                  counts[rRE], counts[rXE_TR]);
 }
 
 void RandomPhylogeny(std::FILE* file, int iteration, const int* list, const double* counts,
-                     const PermutationInputs& in, PermutationWorkspace& w)
+                     const PermutationInputs& in, GeneralWorkspace& w)
 {
     if (in.moveTaxa) {
         std::fprintf(file, "Permuted phylogenetic similarity matrix (Sf_rnd):\n");
@@ -226,7 +226,7 @@ void RandomPhylogeny(std::FILE* file, int iteration, const int* list, const doub
 
 } // namespace
 
-void WriteObserved(const PermutationInputs& in, PermutationWorkspace& w)
+void WriteObserved(const PermutationInputs& in, GeneralWorkspace& w)
 {
     std::FILE* file = in.record.intermediateFile;
     std::fprintf(file, "\nPERMUTATION TEST FOR CORRELATIONS ro(XE), ro(TE) AND ro(RE), AND PARTIAL CORRELATIONS ro(XE.T), ro(XE.TR)\n");
@@ -238,7 +238,7 @@ void WriteObserved(const PermutationInputs& in, PermutationWorkspace& w)
 }
 
 void WriteArrangement(int iteration, const int* list, const double* counts,
-                      const PermutationInputs& in, PermutationWorkspace& w)
+                      const PermutationInputs& in, GeneralWorkspace& w)
 {
     std::FILE* file = in.record.intermediateFile;
     RandomTraits(file, iteration, list, counts, in, w);

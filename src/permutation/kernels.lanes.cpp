@@ -1,23 +1,9 @@
-// Body of the kernels, included once per instruction set inside a namespace of its own, with
-// KELPRA_LANES doubles to a vector. Plain arithmetic only: nothing here may be shared with code
-// compiled for another instruction set. Vectors are named one by one and not kept in arrays, so
-// that they stay in registers. Cells need not lie on a vector's boundary: a copy tells every
-// compiler so, where a reference to a vector lets some of them take the boundary for granted.
+// The kernels of the quick permutation test. Vectors are named one by one and not kept in arrays, so
+// that they stay in registers.
+#include "numeric/lanes.hpp"
+#include "permutation/kernels.hpp"
 
-constexpr int lanes = KELPRA_LANES;
-typedef double Vector __attribute__((vector_size(8 * KELPRA_LANES)));
-
-inline Vector Load(const double* from)
-{
-    Vector loaded;
-    __builtin_memcpy(&loaded, from, sizeof loaded);
-    return loaded;
-}
-
-inline void Store(double* to, Vector x)
-{
-    __builtin_memcpy(to, &x, sizeof x);
-}
+namespace {
 
 template <bool isSquared>
 inline void AddTerm(Vector& sum, double own, const double* other)
@@ -29,8 +15,12 @@ inline void AddTerm(Vector& sum, double own, const double* other)
         sum += difference < 0.0 ? -difference : difference;
 }
 
-/// Object i against the next four vectors of objects from k on, squared or absolute differences
-/// summed over the variables.
+// Objects abreast: two or four vectors, within the room that callers leave behind their cells.
+constexpr int pairBlock = lanes < 8 ? 4 * lanes : 2 * lanes;
+static_assert(pairBlock <= kernelBlock, "an overrun must stay in the room left for it");
+
+/// Object i against the next pairBlock objects from k on, squared or absolute differences summed
+/// over the variables.
 template <bool isSquared>
 inline void PairBlock(int p, const double* columns, std::size_t stride, int i, int k, double* sums)
 {
@@ -40,11 +30,13 @@ inline void PairBlock(int p, const double* columns, std::size_t stride, int i, i
         const double own = column[i];
         AddTerm<isSquared>(a, own, column + k);
         AddTerm<isSquared>(b, own, column + k + lanes);
+        if (pairBlock < 4 * lanes) continue;
         AddTerm<isSquared>(c, own, column + k + 2 * lanes);
         AddTerm<isSquared>(d, own, column + k + 3 * lanes);
     }
     Store(sums, a);
     Store(sums + lanes, b);
+    if (pairBlock < 4 * lanes) return;
     Store(sums + 2 * lanes, c);
     Store(sums + 3 * lanes, d);
 }
@@ -52,12 +44,11 @@ inline void PairBlock(int p, const double* columns, std::size_t stride, int i, i
 template <bool isSquared>
 void Pairs(int n, int p, const double* columns, std::size_t stride, double* packed)
 {
-    constexpr int block = 4 * lanes;
     for (int i = 0; i < n; i++) {
-        for (int k = i + 1; k < n; k += block) {
+        for (int k = i + 1; k < n; k += pairBlock) {
             // A block may overrun its row: the rows to come overwrite that.
             PairBlock<isSquared>(p, columns, stride, i, k, packed);
-            packed += n - k < block ? n - k : block;
+            packed += n - k < pairBlock ? n - k : pairBlock;
         }
     }
 }
@@ -78,30 +69,26 @@ void CityBlock(int n, int p, const double* columns, std::size_t stride, double* 
 void WeightedRows(const double* rows, std::size_t width, int nPresent, const int* present,
                   const double* weight, const int* list, double* out)
 {
-    for (std::size_t c = 0; c < width; c += 2 * lanes) {
+    constexpr bool isPaired = 2 * lanes <= columnBlock; // a row is a whole number of column blocks
+    for (std::size_t c = 0; c < width; c += isPaired ? 2 * lanes : lanes) {
         Vector a = {}, b = {};
         for (int m = 0; m < nPresent; m++) {
             const double* row = rows + static_cast<std::size_t>(list[present[m]] - 1) * width + c;
             a += Load(row) * weight[m];
-            b += Load(row + lanes) * weight[m];
+            if (isPaired) b += Load(row + lanes) * weight[m];
         }
         Store(out + c, a);
-        Store(out + c + lanes, b);
+        if (isPaired) Store(out + c + lanes, b);
     }
 }
 
 /// Four sums side by side, each a lane of its own.
 struct Quad {
-#if KELPRA_LANES == 4
-    Vector all = {};
-    void Add(double x, double a, double b, double c, double d)
-    {
-        all += x * Vector{a, b, c, d};
-    }
-    void StoreTo(double* to) const
-    {
-        Store(to, all);
-    }
+#if KELPRA_LANES > 2
+    typedef double Four __attribute__((vector_size(32)));
+    Four all = {};
+    void Add(double x, double a, double b, double c, double d) { all += x * Four{a, b, c, d}; }
+    void StoreTo(double* to) const { __builtin_memcpy(to, &all, sizeof all); }
 #else
     Vector low = {}, high = {};
     void Add(double x, double a, double b, double c, double d)
@@ -139,3 +126,12 @@ void CorrelateTraitSums(std::size_t nPairs, const FixedTriangles& fixed, double*
     withR.StoreTo(sums.withR);
     sums.xt = xt;
 }
+
+} // namespace
+
+namespace KELPRA_PATH
+{
+extern const PermutationKernels permutationKernels;
+const PermutationKernels permutationKernels = {WeightedRows, Euclidean, CityBlock,
+                                               CorrelateTraitSums};
+} // namespace KELPRA_PATH

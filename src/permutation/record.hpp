@@ -1,8 +1,10 @@
-// The permutation test: how traits, types, diversity and phylogeny of communities follow the
-// ecosystem variables, and how often a null model does as well.
+// The record that a permutation test reads and fills: the matrices of one analysis, its settings,
+// and the statistics that follow the ecosystem variables.
 #pragma once
 
 #include <cstdio>
+
+#include "shell/arrays.hpp"
 
 /// The statistics of the test, named by the matrices they relate: T community weighted means, X
 /// composition by types, R and F Rao entropy on traits and on phylogeny, P composition by taxa, E
@@ -24,6 +26,14 @@ struct RegressionResults {
     double** pCoefficient = nullptr; // e' x (t + 2)
 };
 
+/// Room for the results of the regression, for e variables and t traits.
+struct OwnedRegression {
+    OwnedRegression(int e, int t);
+    operator RegressionResults() const; // borrowed
+    OwnedVector rSquare, intercept, pRSquare;
+    OwnedRows coefficient, pCoefficient;
+};
+
 /// Pseudo-F, or its P, of each ecosystem variable taken as a factor, on each response.
 struct AnovaResults {
     double* X = nullptr;       // e'
@@ -32,6 +42,15 @@ struct AnovaResults {
     double* P = nullptr;       // e'
     double* Rf = nullptr;      // e'
     double* Rp = nullptr;      // e'
+};
+
+/// Room for the results of the analysis of variance, for e factors and t traits.
+struct OwnedAnova {
+    OwnedAnova(int e, int t);
+    operator AnovaResults() const; // borrowed
+    OwnedVector X, T;
+    OwnedRows traits;
+    OwnedVector P, Rf, Rp;
 };
 
 /// Everything the test reads and returns. The caller allocates, fills the inputs and reads the
@@ -95,20 +114,10 @@ struct PermTest_FunctionalPhyl_Correl_Input {
     std::FILE* intermediateFile = nullptr; // open; written when saveIntermediate
 };
 
-/// Runs the test: observed statistics, then nIter - 1 random arrangements drawn from the
-/// generator, which the caller has initialised; P = count / nIter, the observed one counting as
-/// one. nIter below 2 permutes nothing (P is 1, or infinity for 0). Statistics that do not belong
-/// to the measure stay 0.
-/// returns true
-bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input);
+/// Fills in what the session and the preferences decide, the same for every analysis: iterations,
+/// null model, measure, tails, weights of OTUs and the masks, which stay the session's own.
+/// Phylogeny is left to the caller.
+void GiveSettings(PermTest_FunctionalPhyl_Correl_Input& test);
 
-/// Sum of squared dissimilarities within one group of objects, over their number: the sum of
-/// D[i][j] squared (unsquared if `squared`: D holds squares already) over the pairs i < j with
-/// mask 1, upper triangle; the empty sum if no object has mask 1.
-/// Anderson 2001, Austral Ecology 26:32-46.
-double WithinGrSqDissim(int n, double** D, int* mask, bool squared);
-
-/// Sum of squares between groups of the objects with mask 1; *total gets the total sum of squares,
-/// *between what is returned.
-double BetweenGrSqDissim(int n, double** D, int* groups, double* between, double* total, int* mask,
-                         bool squared);
+/// OTUs are excluded, and what is left keeps the scale of the whole community.
+bool KeepsScale();

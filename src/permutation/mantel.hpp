@@ -1,4 +1,4 @@
-// The quick form of an arrangement under matrix correlation: the same sums in the same order, and
+// The quick form of an arrangement under matrix correlation, an exact one: the same sums in the same order, and
 // so the same bits, as the general form, without the terms that are exactly zero and with all that
 // a permutation leaves alone worked out before.
 #pragma once
@@ -7,27 +7,18 @@
 #include <memory>
 #include <vector>
 
-#include "functional/permtest.hpp"
-
-struct IterationStatistics;
-struct PermutationInputs;
-struct PermutationWorkspace;
-
-/// Numbers of the resemblances that the quick form knows, as ResemblanceLib counts them.
-enum { cityBlockOption = 2, euclideanOption = 3, chordOption = 18 };
+#include "permutation/form.hpp"
+#include "permutation/inputs.hpp"
 
 /// Aligned storage for doubles, zero-filled.
 class Lanes
 {
 public:
-    explicit Lanes(std::size_t n);
-    ~Lanes();
-    Lanes(const Lanes&) = delete;
-    Lanes& operator=(const Lanes&) = delete;
+    explicit Lanes(std::size_t n) : values(1, static_cast<long>(n)) {}
     operator double*() const { return values[0]; }
 
 private:
-    double** values; // one row of a table: rows start on a 64-byte boundary
+    OwnedRows values; // one row of a table: rows start on a 64-byte boundary
 };
 
 /// A resemblance matrix between n objects as the deviations of its n(n-1)/2 upper cells from their
@@ -48,17 +39,20 @@ struct RichnessGroup {
 };
 
 /// What the quick form prepares once per test.
-struct FastMantel {
+struct QuickMantel : Form {
     /// Null unless the measure is Mantel's, there are 3 communities or more, all OTUs are in use,
     /// the resemblance between communities is one the quick form knows, and no cell is missing,
-    /// infinite, NaN or so large that a product with W might be.
-    static std::unique_ptr<FastMantel> Prepare(const PermutationInputs& in);
+    /// infinite, NaN or so large that a product with W might be. Under site shuffle the observed
+    /// resemblances are copied.
+    static std::unique_ptr<QuickMantel> Make(const PermutationInputs& in,
+                                             const ObservedResemblances& observed);
 
-    explicit FastMantel(const PermutationInputs& in);
+    QuickMantel(const PermutationInputs& in, const ObservedResemblances& observed);
+    std::unique_ptr<Evaluator> NewEvaluator() const override;
 
     const int n, s, t, g, f;
     const int nColumns;      // t + g + f
-    const std::size_t width; // columns of a row of traits, a multiple of 8
+    const std::size_t width; // columns of a row of traits, a multiple of columnBlock
     const std::size_t nPairs;
     Lanes otus;              // s x width: B, U and Q side by side
     // Non-zero cells of W, community by community.
@@ -68,19 +62,16 @@ struct FastMantel {
     std::vector<RichnessGroup> groups;
     std::size_t nOtuPairs;
     Deviations Sb;                      // of OTU pairs; with phylogeny
-    Lanes observedDT, observedDX, observedDP, observedDR, observedDRp; // n x n; site shuffle
+    OwnedRows observedDT, observedDX, observedDP, observedDR, observedDRp; // n x n; site shuffle
     const PermutationInputs& in;        // borrowed
-
-    /// Keeps the resemblances of the observed arrangement (upper triangles), for site shuffle.
-    void SetObserved(const PermutationWorkspace& observed);
-
-private:
-    static std::size_t SquareSize(const PermutationInputs& in);
 };
 
 /// One thread's storage for the quick form.
-struct FastMantelWorkspace {
-    explicit FastMantelWorkspace(const FastMantel& fast);
+struct QuickMantelWorkspace : Evaluator {
+    explicit QuickMantelWorkspace(const QuickMantel& quick);
+    void Evaluate(const int* orders, int count, double* counts) override;
+
+    const QuickMantel& quick; // borrowed
     const std::size_t stride; // from column to column
     Lanes row;                // width: a community's T, X and P side by side
     Lanes columns;            // nColumns x stride: the same of all communities
@@ -89,26 +80,27 @@ struct FastMantelWorkspace {
     Lanes R, Rp;   // n
     Deviations Sf; // permuted phylogenetic resemblance of OTU pairs
     std::vector<int> otu; // scratch: the OTUs of a group of communities after the shuffle
+    ArrangementStatistics statistics;
 };
 
 // The steps of an arrangement under taxa shuffle, in order; public for the benchmark.
 
 /// T, X and P: products of W with the rows of B, U and Q in the order of the list; T's columns
 /// brought to unit length.
-void FastProducts(const FastMantel& fast, FastMantelWorkspace& w, const int* list);
+void QuickProducts(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list);
 /// Distances of T, X and P.
-void FastDistances(const FastMantel& fast, FastMantelWorkspace& w);
+void QuickDistances(const QuickMantel& quick, QuickMantelWorkspace& w);
 /// Rao entropies and their differences between communities.
-void FastEntropies(const FastMantel& fast, FastMantelWorkspace& w, const int* list);
+void QuickEntropies(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list);
 /// All correlations between resemblances of communities, and the partials.
-void FastCorrelations(const FastMantel& fast, FastMantelWorkspace& w, IterationStatistics& result);
+void QuickCorrelations(const QuickMantel& quick, QuickMantelWorkspace& w, ArrangementStatistics& result);
 /// Correlation of OTU pairs on traits with those on phylogeny.
-double FastSignal(const FastMantel& fast, FastMantelWorkspace& w, const int* list);
+double QuickSignal(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list);
 
 /// A whole arrangement under site shuffle: the observed resemblances in another order.
-void FastSiteShuffle(const FastMantel& fast, FastMantelWorkspace& w, const int* list,
-                     IterationStatistics& result);
+void QuickSiteShuffle(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list,
+                     ArrangementStatistics& result);
 
 /// A whole arrangement under taxa shuffle.
-void FastTaxaShuffle(const FastMantel& fast, FastMantelWorkspace& w, const int* list,
-                     IterationStatistics& result);
+void QuickTaxaShuffle(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list,
+                     ArrangementStatistics& result);

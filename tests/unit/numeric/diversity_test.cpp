@@ -1,4 +1,4 @@
-#include "functional/diversity.hpp"
+#include "numeric/diversity.hpp"
 
 #include <doctest/doctest.h>
 

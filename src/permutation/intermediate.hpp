@@ -3,14 +3,14 @@
 #pragma once
 
 struct PermutationInputs;
-struct PermutationWorkspace;
+struct GeneralWorkspace;
 
 /// The head of the file and the observed arrangement.
-void WriteObserved(const PermutationInputs& in, PermutationWorkspace& w);
+void WriteObserved(const PermutationInputs& in, GeneralWorkspace& w);
 
 /// One arrangement.
 ///
 /// list     as given to the evaluation: OTUs under taxa shuffle, communities under site shuffle
-/// counts   nStatistics frequencies, this arrangement included
+/// counts   the frequency of each statistic, this arrangement included
 void WriteArrangement(int iteration, const int* list, const double* counts,
-                      const PermutationInputs& in, PermutationWorkspace& w);
+                      const PermutationInputs& in, GeneralWorkspace& w);

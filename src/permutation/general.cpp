@@ -1,4 +1,4 @@
-#include "functional/permtest_iteration.hpp"
+#include "permutation/general.hpp"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/resemblance.hpp"
-#include "shell/scanners.hpp"
+#include "permutation/models.hpp"
 
 namespace {
 
@@ -41,7 +41,7 @@ void ReorderResemblance(int s, const int* list, double** S, double** out)
             out[i][j] = list[i] > 0 && list[j] > 0 ? S[list[i] - 1][list[j] - 1] : 0.0;
 }
 
-void ScaleUp(const int* list, const PermutationInputs& in, PermutationWorkspace& w)
+void ScaleUp(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
     ReorderRows(in, list, record.B, w.rowsB);
@@ -72,7 +72,7 @@ void Entropies(const int* list, const PermutationInputs& in, const RaoDissimilar
                                               record.keepScale);
 }
 
-void Diversify(const int* list, const PermutationInputs& in, PermutationWorkspace& w)
+void Diversify(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
     double** permuted = nullptr;
@@ -93,7 +93,7 @@ void Diversify(const int* list, const PermutationInputs& in, PermutationWorkspac
         }
 }
 
-void MoveCommunities(const int* list, const PermutationInputs& in, PermutationWorkspace& w)
+void TakeCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
     for (int k = 0; k < in.n; k++) {
@@ -112,10 +112,10 @@ void Resemble(const PermutationInputs& in, int p, double** data, double** out, i
     ResemblanceLib(in.n, p, data, out, 1, option, 0, nullptr, 0.0, 0.0, 0, false);
 }
 
-void ResembleAll(const PermutationInputs& in, PermutationWorkspace& w)
+void ResembleAll(const PermutationInputs& in, GeneralWorkspace& w)
 {
     if (!in.usesResemblances) return;
-    Resemble(in, in.t, w.T, w.DT, 3);
+    Resemble(in, in.t, w.T, w.DT, euclideanMeasure);
     Resemble(in, in.g, w.X, w.DX, in.resemblanceOption);
     AbsValFunctionMV(in.n, 1, w.R, w.DR);
     if (!in.withPhylogeny) return;
@@ -125,10 +125,10 @@ void ResembleAll(const PermutationInputs& in, PermutationWorkspace& w)
 
 // --- Statistics under matrix correlation
 
-void MantelOfTraits(const PermutationInputs& in, PermutationWorkspace& w)
+void MantelOfTraits(const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
-    double* r = w.statistics.value;
+    std::vector<double>& r = w.statistics.value;
     r[rTE] = CommunityCorr(in.n, record.DE, w.DT);
     r[rTY] = CommunityCorr(in.n, record.DY, w.DT);
     r[rTZ] = CommunityCorr(in.n, record.DZ, w.DT);
@@ -141,10 +141,10 @@ void MantelOfTraits(const PermutationInputs& in, PermutationWorkspace& w)
     w.statistics.rTR = MatrixCorr(in.n, w.DT, w.DR);
 }
 
-void MantelOfPhylogeny(const PermutationInputs& in, PermutationWorkspace& w)
+void MantelOfPhylogeny(const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
-    double* r = w.statistics.value;
+    std::vector<double>& r = w.statistics.value;
     r[roPE] = CommunityCorr(in.n, record.DE, w.DP);
     r[roPT] = CommunityCorr(in.n, w.DP, w.DT);
     r[roPX] = CommunityCorr(in.n, w.DP, w.DX);
@@ -167,10 +167,10 @@ double PartialCoefficient(const PermutationInputs& in, int p1, int p2, double** 
                                     in.record.overfitFactor, nControl, control);
 }
 
-void CoefficientsOfTraits(const PermutationInputs& in, PermutationWorkspace& w)
+void CoefficientsOfTraits(const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
-    double* r = w.statistics.value;
+    std::vector<double>& r = w.statistics.value;
     const ControlBlock traitsAndEntropy[] = {{in.t, record.selectedTraits, w.T},
                                              {1, nullptr, w.R}};
     r[rTE] = Coefficient(in, in.t, in.e, w.T, record.E);
@@ -190,10 +190,10 @@ void CoefficientsOfTraits(const PermutationInputs& in, PermutationWorkspace& w)
     w.statistics.rTR = Coefficient(in, in.t, 1, w.T, w.R);
 }
 
-void CoefficientsOfPhylogeny(const PermutationInputs& in, PermutationWorkspace& w)
+void CoefficientsOfPhylogeny(const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
-    double* r = w.statistics.value;
+    std::vector<double>& r = w.statistics.value;
     const ControlBlock traits = {in.t, record.selectedTraits, w.T};
     const ControlBlock types = {in.g, nullptr, w.X};
     const ControlBlock taxa = {in.f, nullptr, w.P};
@@ -217,7 +217,7 @@ void CoefficientsOfPhylogeny(const PermutationInputs& in, PermutationWorkspace& 
 
 // --- A whole arrangement
 
-void EvaluateStatistics(const PermutationInputs& in, PermutationWorkspace& w)
+void EvaluateStatistics(const PermutationInputs& in, GeneralWorkspace& w)
 {
     ResembleAll(in, w);
     switch (in.record.measure) {
@@ -232,16 +232,12 @@ void EvaluateStatistics(const PermutationInputs& in, PermutationWorkspace& w)
         if (in.withPhylogeny) CoefficientsOfPhylogeny(in, w);
         break;
     case linearRegression: EvaluateRegression(in, w); break;
-    case varianceAnalysis:
-        EvaluateAnovaOfTraits(in, w);
-        EvaluateAnovaOfComposition(in, w);
-        EvaluateAnovaOfEntropy(in, w);
-        break;
+    case varianceAnalysis: EvaluateAnova(in, w); break;
     default: break;
     }
 }
 
-void EvaluateInGeneral(const int* list, const PermutationInputs& in, PermutationWorkspace& w)
+void MoveOtus(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     ScaleUp(list, in, w);
     Diversify(list, in, w);
@@ -249,108 +245,67 @@ void EvaluateInGeneral(const int* list, const PermutationInputs& in, Permutation
     EvaluateStatistics(in, w);
 }
 
-/// The states of each factor: the cells of E, truncated.
-std::vector<std::unique_ptr<OwnedInts>> FactorStates(const Input& record)
+void MoveCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
-    std::vector<std::unique_ptr<OwnedInts>> factors;
-    if (record.measure != varianceAnalysis) return factors;
-    for (int j = 0; j < record.nEnvSelected; j++) {
-        factors.push_back(std::make_unique<OwnedInts>(record.nCommunities));
-        for (int k = 0; k < record.nCommunities; k++)
-            (*factors.back())[k] = ToInt(record.E[k][j]);
-    }
-    return factors;
+    TakeCommunities(list, in, w);
+    w.hasPermutedOtus = false; // no OTU moves, so ro(BF) has no null distribution
+    EvaluateStatistics(in, w);
 }
+
+class GeneralEvaluator : public Evaluator
+{
+public:
+    explicit GeneralEvaluator(const PermutationInputs& inputs) : in(inputs), w(inputs, false) {}
+    void Evaluate(const int* orders, int count, double* counts) override
+    {
+        for (int m = 0; m < count; m++) {
+            EvaluateOrder(orders + static_cast<std::ptrdiff_t>(m) * in.orderLength, in, w);
+            CountReached(in.comparisons, w.statistics, counts);
+        }
+    }
+
+private:
+    const PermutationInputs& in;
+    GeneralWorkspace w;
+};
 
 } // namespace
 
-void PartialMantel(IterationStatistics& statistics, bool withPhylogeny)
-{
-    double* r = statistics.value;
-    const double rXT = statistics.rXT;
-    r[rXE_T] = PartialCorrelation(r[rXE], rXT, r[rTE]);
-    r[rXY_T] = PartialCorrelation(r[rXY], rXT, r[rTY]);
-    r[rXZ_T] = PartialCorrelation(r[rXZ], rXT, r[rTZ]);
-    statistics.rXE_R = PartialCorrelation(r[rXE], statistics.rXR, r[rRE]);
-    statistics.rTE_R = PartialCorrelation(r[rTE], statistics.rTR, r[rRE]);
-    statistics.rXT_R = PartialCorrelation(rXT, statistics.rXR, statistics.rTR);
-    r[rXE_TR] = PartialCorrelation(statistics.rXE_R, statistics.rXT_R, statistics.rTE_R);
-    if (!withPhylogeny) return;
-    r[roPX_T] = PartialCorrelation(r[roPX], rXT, r[roPT]);
-    r[roPE_T] = PartialCorrelation(r[roPE], r[roPT], r[rTE]);
-    r[roPE_X] = PartialCorrelation(r[roPE], r[roPX], r[rXE]);
-    r[roTE_P] = PartialCorrelation(r[rTE], r[roPT], r[roPE]);
-    r[roXE_P] = PartialCorrelation(r[rXE], r[roPX], r[roPE]);
-    const double rXT_P = PartialCorrelation(rXT, r[roPX], r[roPT]);
-    r[roXE_TP] = PartialCorrelation(r[roXE_P], rXT_P, r[roTE_P]);
-}
-
-PermutationInputs::PermutationInputs(const PermTest_FunctionalPhyl_Correl_Input& input)
-    : record(input), n(record.nCommunities), s(record.nOTUs), t(record.nTraits),
-      g(record.nTypes), f(record.hasPhylogenyInput ? record.nTaxa : 0), e(record.nEnvSelected),
-      withPhylogeny(record.hasPhylogenyInput), areCorrelations(record.measure <= rvCoefficient),
-      usesResemblances(record.measure == mantel || record.measure == varianceAnalysis),
-      moveTaxa(record.shuffleKind == 't'),
-      resemblanceOption(TranslateReseOpt_KELPRA_DORNEL(record.communityResemblance)),
-      onTraits(s, record.Sb, false, record.sqrtTraits),
-      noOtu(std::max({t, g, f, s})), factors(FactorStates(record))
-{
-    UpperToLowerMatrix(s, record.Sb);
-    if (withPhylogeny) {
-        UpperToLowerMatrix(s, record.Sf);
-        onPhylogeny.emplace(s, record.Sf, record.phylIsDissimilarity, record.sqrtPhyl);
-        if (UsesDataMatrices(record.measure)) {
-            normalizedB.emplace(s, t);
-            NormalizeCols(s, t, record.B, *normalizedB);
-        }
-    }
-    fast = FastMantel::Prepare(*this);
-}
-
-PermutationWorkspace::PermutationWorkspace(const PermutationInputs& in, WorkspaceUse use)
-    : keepsMatrices(use == WorkspaceUse::printed), T(in.n, in.t + 2), X(in.n, in.g), P(in.n, in.f),
-      R(in.n, 1), Rp(in.n, 1), DT(in.usesResemblances ? in.n : 0, in.n),
+GeneralWorkspace::GeneralWorkspace(const PermutationInputs& in, bool keeps)
+    : keepsMatrices(keeps), statistics(in.model.nValues), T(in.n, in.t + 2), X(in.n, in.g),
+      P(in.n, in.f), R(in.n, 1), Rp(in.n, 1), DT(in.usesResemblances ? in.n : 0, in.n),
       DX(in.usesResemblances ? in.n : 0, in.n), DP(in.usesResemblances ? in.n : 0, in.n),
       DR(in.usesResemblances ? in.n : 0, in.n), DRp(in.usesResemblances ? in.n : 0, in.n),
       rowsB(static_cast<std::size_t>(in.s)), rowsU(static_cast<std::size_t>(in.s)),
       rowsQ(static_cast<std::size_t>(in.s))
 {
-    const int measure = in.record.measure;
-    const bool isQuick = in.fast != nullptr && use == WorkspaceUse::evaluated;
-    const bool poolIsShort = in.record.weightedNull && !isQuick;
-    if (keepsMatrices || poolIsShort) Srnd.emplace(in.s, in.s);
-    if (in.withPhylogeny && !isQuick) SfRnd.emplace(in.s, in.s);
-    if (in.withPhylogeny && UsesDataMatrices(measure)) scores.emplace(in.s, in.s);
-    if (measure == linearRegression) {
-        regression.emplace(in.e, in.t);
-        fitted.emplace(in.n, in.t + 2);
-    }
-    if (measure == varianceAnalysis) anova.emplace(in.e, in.t);
-    if (isQuick) fast = std::make_unique<FastMantelWorkspace>(*in.fast);
+    // A draw beyond the pool of occurrences has no OTU, and so no prepared dissimilarity.
+    if (keepsMatrices || in.record.weightedNull) Srnd.emplace(in.s, in.s);
+    if (in.withPhylogeny) SfRnd.emplace(in.s, in.s);
+    if (in.withPhylogeny && UsesDataMatrices(in.record.measure)) scores.emplace(in.s, in.s);
+    if (in.record.measure != linearRegression) return;
+    fitted.emplace(in.n, in.t + 2);
+    intercept = OwnedVector(in.t + 2);
+    for (int factor = 0; factor < in.e; factor++)
+        coefficient.push_back(statistics.value.data() + in.model.Coefficient(factor, 0));
 }
 
-void EvaluateObserved(const PermutationInputs& in, PermutationWorkspace& w)
+void EvaluateObserved(const PermutationInputs& in, GeneralWorkspace& w)
 {
     OwnedInts inPlace(in.s);
     for (int i = 0; i < in.s; i++) inPlace[i] = i + 1;
-    EvaluateInGeneral(inPlace, in, w);
+    MoveOtus(inPlace, in, w);
 }
 
-void EvaluateTaxaShuffle(const int* list, const PermutationInputs& in, PermutationWorkspace& w)
+void EvaluateOrder(const int* order, const PermutationInputs& in, GeneralWorkspace& w)
 {
-    if (w.fast != nullptr)
-        FastTaxaShuffle(*in.fast, *w.fast, list, w.statistics);
+    if (in.moveTaxa)
+        MoveOtus(order, in, w);
     else
-        EvaluateInGeneral(list, in, w);
+        MoveCommunities(order, in, w);
 }
 
-void EvaluateSiteShuffle(const int* list, const PermutationInputs& in, PermutationWorkspace& w)
+std::unique_ptr<Evaluator> GeneralForm::NewEvaluator() const
 {
-    if (w.fast != nullptr) {
-        FastSiteShuffle(*in.fast, *w.fast, list, w.statistics);
-        return;
-    }
-    MoveCommunities(list, in, w);
-    w.hasPermutedOtus = false; // no OTU moves, so ro(BF) has no null distribution
-    EvaluateStatistics(in, w);
+    return std::make_unique<GeneralEvaluator>(in);
 }

@@ -13,8 +13,9 @@
 
 #include <omp.h>
 
-#include "functional/permtest.hpp"
-#include "functional/permtest_kernels.hpp"
+#include "permutation/permtest.hpp"
+#include "numeric/vectorpath.hpp"
+#include "permutation/models.hpp"
 #include "numeric/random.hpp"
 #include "reference/permtest_data.hpp"
 #include "reference/plain_permtest.hpp"
@@ -116,12 +117,12 @@ std::string DifferenceFromPlain(const PermTestShape& shape, const Change& change
 // With the vector instructions of any machine, then with the best of this one.
 void ForEachPath(const std::function<void()>& check)
 {
-    for (const char* path : {"baseline", "avx2"}) {
-        if (!ChooseKernels(path)) continue; // this machine lacks them
+    for (const char* path : {"baseline", "avx2", "avx512"}) {
+        if (!ChoosePath(path)) continue; // this machine lacks them
         CAPTURE(std::string(path));
         check();
     }
-    ChooseKernels(nullptr);
+    ChoosePath(nullptr);
 }
 
 void AsDissimilarity(PermTestData& data)

@@ -1,0 +1,22 @@
+// The permutation test: how traits, types, diversity and phylogeny of communities follow the
+// ecosystem variables, and how often a null model does as well.
+//
+// The room, from the ground up:
+//     record         what a test reads and returns; settings of the session
+//     statistics     the statistics of an arrangement, and how random ones are counted
+//     inputs         what no arrangement changes; lists: the random orders
+//     form           how an arrangement is evaluated and counted: the seam between the driver and
+//                    the general form (general, models), which covers everything, and quick forms
+//                    (mantel, with kernels), which cover some data and are faster
+//     intermediate   the file of intermediate results, always of the general form
+//     permtest       the driver, which picks a form
+#pragma once
+
+#include "permutation/record.hpp"
+
+/// Runs the test: observed statistics, then nIter - 1 random arrangements drawn from the
+/// generator, which the caller has initialised; P = count / nIter, the observed one counting as
+/// one. nIter below 2 permutes nothing (P is 1, or infinity for 0). Statistics that do not belong
+/// to the measure stay 0.
+/// returns true
+bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input);
