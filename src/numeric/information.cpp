@@ -109,7 +109,7 @@ void EachContingencyTable(int n, int p, double** data, double** out, char print,
 {
     const bool printed = print == 1;
     OutputFile tables;
-    if (printed && !tables.Open("Tables.txt", nullptr, "w", Unfinished::kept)) Fail(cannotOpen);
+    if (printed) tables.Open("Tables.txt", nullptr, "w");
 
     // CountStates passes over negative states, which need room too, so the states are collected.
     int largest = 0;

@@ -41,7 +41,7 @@ IntermediateFile::IntermediateFile(const Criterion& ranked) : criterion(ranked)
     if (preferences.saveStruct != 'y') return;
     const char* const name = criterion.family == Family::phylogeny ? "IntermediateRankResults.txt"
                                                                    : session.whichStructures;
-    if (!file.Open(name, console.volumeName, "w", Unfinished::kept)) Fail(cannotOpen);
+    file.Open(name, console.volumeName, "w");
 }
 
 bool IntermediateFile::ComparesX() const

@@ -95,12 +95,18 @@ std::FILE* fopenck(const char* name, const char* prefix, const char* mode)
 OutputFile::OutputFile(const char* name, const char* prefix, const char* mode,
                        Unfinished unfinished)
 {
-    if (!Open(name, prefix, mode, unfinished)) Fail(cannotOpen);
+    Open(name, prefix, mode, unfinished);
 }
 
 OutputFile::OutputFile(std::FILE* opened, const char* name) : file(opened), path(name) {}
 
-bool OutputFile::Open(const char* name, const char* prefix, const char* mode, Unfinished unfinished)
+void OutputFile::Open(const char* name, const char* prefix, const char* mode, Unfinished unfinished)
+{
+    if (!TryOpen(name, prefix, mode, unfinished)) Fail(cannotOpen);
+}
+
+bool OutputFile::TryOpen(const char* name, const char* prefix, const char* mode,
+                         Unfinished unfinished)
 {
     Abandon();
     path = PathOf(name, prefix);
@@ -121,6 +127,7 @@ bool OutputFile::OpenBeside(const char* mode)
     if (!isOld && lstat(path.c_str(), &old) == 0) return false; // a link to nothing
     target = isOld ? TargetOf(path) : path;
     if (target.empty()) return false;
+    replaces = isOld && old.st_size > 0;
     part = target + ".part";
     unlink(part.c_str()); // of an earlier run; it might be a link
     file = std::fopen(part.c_str(), "wx");
@@ -160,7 +167,8 @@ void OutputFile::Close()
 bool OutputFile::IsStored()
 {
     if (std::ferror(file) != 0 || std::fflush(file) != 0) return false;
-    return part.empty() || fsync(fileno(file)) == 0 || errno == EINVAL; // EINVAL: knows no fsync
+    if (part.empty() || !replaces) return true;
+    return fsync(fileno(file)) == 0 || errno == EINVAL; // a file system that knows no such thing
 }
 
 /// Leaves the old file and what `fate` says of the new text.

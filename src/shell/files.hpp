@@ -55,8 +55,7 @@ class OutputFile
 {
 public:
     OutputFile() = default;
-    /// Opens prefix + name (prefix may be null) in mode "w", or "a" to go on with a copy of the old
-    /// text; the complaint of fopenck and failure code 4 if that cannot be.
+    /// As Open.
     OutputFile(const char* name, const char* prefix, const char* mode,
                Unfinished unfinished = Unfinished::kept);
     /// Takes over a file that is written in place; null is fine. The name is for complaints.
@@ -65,8 +64,13 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /// As the constructor, but leaves the failure to the caller: false after the complaint.
-    bool Open(const char* name, const char* prefix, const char* mode, Unfinished unfinished);
+    /// Opens prefix + name (prefix may be null) in mode "w", or "a" to go on with a copy of the old
+    /// text; the complaint of fopenck and failure code 4 if that cannot be.
+    void Open(const char* name, const char* prefix, const char* mode,
+              Unfinished unfinished = Unfinished::kept);
+    /// The same, but leaves the failure to the caller: false after the complaint.
+    bool TryOpen(const char* name, const char* prefix, const char* mode,
+                 Unfinished unfinished = Unfinished::kept);
     bool IsOpen() const { return file != nullptr; }
     operator std::FILE*() const { return file; }
     /// What was printed so far reaches the file, or else "\nfile %s " and failure code 3. For the
@@ -84,9 +88,10 @@ private:
     [[noreturn]] void Refuse();
 
     std::FILE* file = nullptr;
-    std::string path;    // as the user knows it
-    std::string target; // what `part` replaces
-    std::string part;    // empty if the text is written in place
+    std::string path;      // as the user knows it
+    std::string target;    // what `part` replaces
+    std::string part;      // empty if the text is written in place
+    bool replaces = false; // an old text that is not empty
     Unfinished fate = Unfinished::kept;
 };
 

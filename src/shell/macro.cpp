@@ -48,7 +48,7 @@ void AskMacroName()
 bool StartRecording()
 {
     AskMacroName();
-    if (!oufpMacro.Open(whichMacro, console.volumeName, "w", Unfinished::kept)) return false;
+    if (!oufpMacro.TryOpen(whichMacro, console.volumeName, "w")) return false;
     console.outm = oufpMacro;
     console.createMacro = true;
     return true;
@@ -72,7 +72,7 @@ bool StartReplay()
     if (macro == nullptr) return false;
     infpMacro = std::make_unique<InputStream>(macro);
     std::snprintf(whichRun, sizeof whichRun, "%sMacroRunReport", console.volumeName);
-    if (!oufpRun.Open(whichRun, nullptr, "w", Unfinished::kept)) {
+    if (!oufpRun.TryOpen(whichRun, nullptr, "w")) {
         infpMacro.reset();
         return false;
     }

@@ -195,7 +195,7 @@ void WritePreferences()
 {
     OutputFile file;
     // Otherwise the user has been told, and the settings hold for this run.
-    if (!file.Open(KELPRAPrefsName, nullptr, "w", Unfinished::removed)) return;
+    if (!file.TryOpen(KELPRAPrefsName, nullptr, "w", Unfinished::removed)) return;
     std::fprintf(file, "%s\n", versionPref);
     WritePlotItems(file, preferences);
     WriteAnalysisItems(file, preferences);

@@ -9,8 +9,6 @@
 
 using File = std::FILE*;
 
-constexpr char reportFile[] = "FinalSimulatedData.txt";
-
 /// The title between rules, with a second line or "", and the time.
 void PrintTitle(File f, const char* secondLine);
 

@@ -3,13 +3,11 @@
 #include "functional/settings.hpp"
 #include "numeric/congruence.hpp"
 #include "session/session.hpp"
-#include "shell/files.hpp"
 #include "shell/preferences.hpp"
 #include "simulation/evaluation.hpp"
 #include "simulation/report.hpp"
 #include "simulation/report_parts.hpp"
 #include "simulation/settings.hpp"
-#include "simulation/stepfiles.hpp"
 
 namespace {
 
@@ -92,9 +90,8 @@ void ReportRunSummary(File f, const Simulation& run, double seconds)
 
 } // namespace
 
-void ReportRates(const Simulation& run, const Rejections& rates, double seconds)
+void ReportRates(File f, const Simulation& run, const Rejections& rates, double seconds)
 {
-    const OutputFile f(OpenResult(reportFile, "a"));
     PrintTitle(f, "FINAL RESULTS\n");
     if (run.ReportsSets()) ReportInputs(f, run);
     ReportRunSummary(f, run, seconds);

@@ -7,6 +7,7 @@
 #include "numeric/resemblance.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
+#include "shell/console.hpp"
 #include "shell/files.hpp"
 #include "shell/preferences.hpp"
 #include "shell/table.hpp"
@@ -251,43 +252,47 @@ void ReportVarianceAnalysis(File f, const Simulation& run, const SetAnalysis& a)
 
 void WriteSimulatedSet(const Simulation& run, const Metacommunity& m)
 {
-    const OutputFile otus(OpenResult("OTUs_Simulated.txt", "w"));
+    OutputFile otus("OTUs_Simulated.txt", console.volumeName, "w");
     for (int o = 1; o <= m.nOTUs; o++) std::fprintf(otus, "%d\n", o);
+    otus.Close();
     if (run.nSets > 2) return;
 
-    const OutputFile B(OpenResult("B_Simulated.txt", "w"));
+    OutputFile B("B_Simulated.txt", console.volumeName, "w");
     PrintMatrixOf(B, m.nOTUs, m.nTraits, run.traits);
     std::fprintf(B, "Trait data (not standardized, %d OTUs in rows and %d traits in columns):\n", m.nOTUs, m.nTraits);
+    B.Close();
 
-    const OutputFile W(OpenResult("W_Simulated.txt", "w"));
+    OutputFile W("W_Simulated.txt", console.volumeName, "w");
     PrintMatrixOf(W, m.nSites, m.nOTUs, m.W);
     std::fprintf(W, "\nCommunity data matrix at final step %d, for %d community sites in rows and %d OTUs in columns:\n", run.totalSteps, m.nSites, m.nOTUs);
     std::fprintf(W, "\nAbundance in each community:\n");
     PrintCounts(W, m.nSites, m.siteTotal);
     std::fprintf(W, "Total abundance:\t%d\n", m.total);
+    W.Close();
 
-    const OutputFile E(OpenResult("E_Simulated.txt", "w"));
+    OutputFile E("E_Simulated.txt", console.volumeName, "w");
     PrintMatrixOf(E, m.nPredictors, m.nSites, m.E);
     std::fprintf(E, "\nEcosystem data matrix at final step %d (%d ecosystem variables in rows and %d community sites in columns):\n", run.totalSteps, m.nPredictors, m.nSites);
+    E.Close();
 
-    const OutputFile types(OpenResult("TraitTypes_Simulated.txt", "w"));
+    OutputFile types("TraitTypes_Simulated.txt", console.volumeName, "w");
     for (int t = 0; t < m.nTraits; t++) std::fprintf(types, "3\t");
+    types.Close();
 }
 
-void ReportSet(const Simulation& run, const Metacommunity& m, int set)
+void ReportSet(File f, const Simulation& run, const Metacommunity& m, int set)
 {
     if (!run.ReportsSets()) return;
-    const OutputFile f(OpenResult(reportFile, "a"));
     std::fprintf(f, "\n\nSIMULATED DATA %d", set);
     ReportGenerated(f, run, m);
     ReportCommunities(f, run, m);
     ReportEcosystem(f, run, m);
 }
 
-void ReportAnalysis(const Simulation& run, const Metacommunity& m, const SetAnalysis& analysis)
+void ReportAnalysis(File f, const Simulation& run, const Metacommunity& m,
+                    const SetAnalysis& analysis)
 {
     if (!run.ReportsSets()) return;
-    const OutputFile f(OpenResult(reportFile, "a"));
     OwnedRows T(m.nTraits, m.nSites);
     AverageTraits(m, analysis, T);
     std::fprintf(f, "\nCommunity weighted means at final step %d, for %d traits in rows and %d community sites in columns:\n", run.totalSteps, m.nTraits, m.nSites);

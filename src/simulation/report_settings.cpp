@@ -4,11 +4,9 @@
 #include "numeric/congruence.hpp"
 #include "numeric/resemblance.hpp"
 #include "session/session.hpp"
-#include "shell/files.hpp"
 #include "simulation/report.hpp"
 #include "simulation/report_parts.hpp"
 #include "simulation/settings.hpp"
-#include "simulation/stepfiles.hpp"
 
 namespace {
 
@@ -184,9 +182,8 @@ void ReportInputs(File f, const Simulation& run)
     ReportFunctions(f, run, run.age, "age-related survivorship");
 }
 
-void CreateReport(const Simulation& run)
+void StartReport(File f, const Simulation& run)
 {
-    const OutputFile f(OpenResult(reportFile, "w"));
     PrintTitle(f, "");
     std::fprintf(f, "\nRandom generator seed: %u\n", static_cast<unsigned>(session.rseed));
     ReportInputs(f, run);

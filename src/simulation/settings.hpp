@@ -7,6 +7,8 @@
 #include "session/rawfile.hpp"
 #include "shell/arrays.hpp"
 
+struct StepFiles;
+
 /// A logistic function for each OTU: read from a file or generated for every data set.
 struct LogisticFunctions {
     bool isGenerated = false;
@@ -36,6 +38,7 @@ struct Simulation {
     int nSets = 1;
     double alpha = 0.0;
     bool saveIntermediate = false; // files are written at every step
+    StepFiles* stepFiles = nullptr; // these files; borrowed, null without them
 
     RawFile traitFile, traitCorrelationFile, otuCorrelationFile, siteFile, ecosystemFile,
         factorCorrelationFile, responseFile, effectFile, lifespanFile;

@@ -38,11 +38,30 @@ struct BorrowedSession {
     const Session before; // sizes and settings only: all its arrays are released
 };
 
-/// Randomised tables of the tests, if the preferences ask for them.
-std::FILE* OpenRandomisedTables()
-{
-    return preferences.saveRndData == 'y' ? OpenResult(rndDataExt, "w") : nullptr;
-}
+/// Where the results of a run grow: put in place when all sets are done.
+struct ResultFiles {
+    explicit ResultFiles(Simulation& run)
+    {
+        // Randomised tables of the tests, if the preferences ask for them.
+        if (preferences.saveRndData == 'y') randomised.Open(rndDataExt, console.volumeName, "w");
+        if (run.saveIntermediate) run.stepFiles = &steps.emplace(run);
+        report.Open(reportFile, console.volumeName, "w");
+    }
+    void Check()
+    {
+        randomised.Check();
+        report.Check();
+    }
+    void Close()
+    {
+        randomised.Close();
+        if (steps) steps->Close();
+        report.Close();
+    }
+
+    OutputFile randomised, report;
+    std::optional<StepFiles> steps;
+};
 
 void PrepareModel(const Simulation& run, Metacommunity& m)
 {
@@ -55,10 +74,9 @@ void RunSets(Simulation& run)
     Metacommunity m(run);
     SetAnalysis analysis(run);
     Rejections rejections(run);
-    const OutputFile randomised(OpenRandomisedTables());
+    ResultFiles files(run);
     PrepareModel(run, m);
-    CreateStepFiles(run);
-    CreateReport(run);
+    StartReport(files.report, run);
 
     const double started = omp_get_wtime();
     for (int set = 1; set <= run.nSets; set++) {
@@ -67,16 +85,19 @@ void RunSets(Simulation& run)
         SimulateSteps(run, m, set);
         MeasureExtrapolation(m);
         WriteSimulatedSet(run, m);
-        ReportSet(run, m, set);
-        AnalyseSet(run, m, analysis, randomised);
+        ReportSet(files.report, run, m, set);
+        AnalyseSet(run, m, analysis, files.randomised);
         CountRejections(run, analysis, rejections);
-        ReportAnalysis(run, m, analysis);
+        ReportAnalysis(files.report, run, m, analysis);
+        files.Check();
     }
     const double seconds = difftime_Clock(started);
+    if (run.evaluate) {
+        DivideRejections(run, rejections);
+        ReportRates(files.report, run, rejections, seconds);
+    }
+    files.Close();
     SayStepFiles(run); // its first line ends the progress line
-    if (!run.evaluate) return;
-    DivideRejections(run, rejections);
-    ReportRates(run, rejections, seconds);
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 #include "numeric/random.hpp"
 #include "numeric/statistics.hpp"
 #include "shell/console.hpp"
-#include "shell/files.hpp"
 #include "simulation/model.hpp"
 #include "simulation/stepfiles.hpp"
 
@@ -357,19 +356,14 @@ void SimulateStep(const Simulation& run, Metacommunity& m, int step)
     MeasureDistances(m);
     SaveConditions(run, m, step);
     StartRecording(run, m, step);
-    {
-        const OutputFile record(OpenDispersalRecord(run, m, step));
-        Colonise(run, m, step, record);
-    }
+    Colonise(run, m, step, StartDispersalRecord(run, m, step));
     SaveCommunities(run, m, step, beforeMortality);
     MeasureDensity(run, m);
-    {
-        const OutputFile record(OpenMortalityRecord(run, m, step));
-        Mortality(run, m, step, record);
-    }
+    Mortality(run, m, step, StartMortalityRecord(run, m, step));
     SaveCommunities(run, m, step, afterMortality);
     AverageTraits(m);
     SaveAverages(run, m, step);
+    if (run.stepFiles != nullptr) run.stepFiles->Check();
     ChangeEcosystem(run, m);
 }
 

@@ -10,16 +10,13 @@
 
 namespace {
 
-const char* const traitFile = "TraitData.txt";
-const char* const envFile = "EnvData.txt";
-const char* const expectedFile = "CWM_Expected.txt";
-const char* const distanceFile = "Distances.txt";
-const char* const survivalFile = "Prob.txt";
-const char* const mortalityFile = "DensityDependence_AgeRelatedProb.txt";
-const char* const dispersalFile = "DispersalProb.txt";
-const char* const communityFile = "CommunityData.txt";
-const char* const ageFile = "AverageAge.txt";
-const char* const averageFile = "CWM.txt";
+// By StepFile.
+const char* const names[nStepFiles] = {
+    "TraitData.txt", "EnvData.txt",       "CWM_Expected.txt",
+    "Distances.txt", "Prob.txt",          "DensityDependence_AgeRelatedProb.txt",
+    "DispersalProb.txt", "CommunityData.txt", "AverageAge.txt",
+    "CWM.txt",
+};
 
 /// A line for each site, the columns of M, variables x sites, as %g.
 void PrintBySite(std::FILE* file, int nVariables, int nSites, double** M, int step)
@@ -31,9 +28,8 @@ void PrintBySite(std::FILE* file, int nVariables, int nSites, double** M, int st
     }
 }
 
-void SaveDistances(const Metacommunity& m, int step)
+void SaveDistances(std::FILE* file, const Metacommunity& m, int step)
 {
-    const OutputFile file(OpenResult(distanceFile, "a"));
     std::fprintf(file, "\nDistances between OTU trait value and expected value at the community site, at step %d, %d community sites in rows and for %d OTUs in columns (all traits considered):\n",
                  step, m.nSites, m.nOTUs);
     OwnedRows scaled(m.nSites, m.nOTUs);
@@ -42,9 +38,8 @@ void SaveDistances(const Metacommunity& m, int step)
     PrintMatrixTab(file, m.nSites, m.nOTUs, scaled, SignificantDigits());
 }
 
-void SaveSurvival(const Simulation& run, const Metacommunity& m, int step)
+void SaveSurvival(std::FILE* file, const Simulation& run, const Metacommunity& m, int step)
 {
-    const OutputFile file(OpenResult(survivalFile, "a"));
     std::fprintf(file, "\nProbabilities of survival of OTUs at the community sites, at step %d, for %d community sites in rows and %d OTUs in columns, considering traits:\n",
                  step, m.nSites, m.nOTUs);
     OwnedRows probabilities(m.nSites, m.nOTUs);
@@ -54,17 +49,16 @@ void SaveSurvival(const Simulation& run, const Metacommunity& m, int step)
     PrintMatrixTab(file, m.nSites, m.nOTUs, probabilities, SignificantDigits());
 }
 
-std::FILE* OpenRecord(const char* name, const Simulation& run, const Metacommunity& m, int step)
+std::FILE* StartRecord(StepFile record, const Simulation& run, const Metacommunity& m, int step)
 {
-    if (!run.saveIntermediate) return nullptr;
-    std::FILE* const file = OpenResult(name, "a");
+    if (run.stepFiles == nullptr) return nullptr;
+    std::FILE* const file = run.stepFiles->file[record];
     std::fprintf(file, "Iteration:\t%d\tAbundance:\t%d:\n", step, m.total);
     return file;
 }
 
-void SaveAbundances(const Metacommunity& m, int step, Moment moment)
+void SaveAbundances(std::FILE* file, const Metacommunity& m, int step, Moment moment)
 {
-    const OutputFile file(OpenResult(communityFile, "a"));
     if (moment == beforeMortality)
         std::fprintf(file, "\nCommunity data matrix at step %d, BEFORE mortality, for %d community sites in rows and %d OTUs in columns:\n",
                      step, m.nSites, m.nOTUs);
@@ -74,9 +68,9 @@ void SaveAbundances(const Metacommunity& m, int step, Moment moment)
     PrintCommunities(file, m);
 }
 
-void SaveAges(const Simulation& run, const Metacommunity& m, int step, Moment moment)
+void SaveAges(std::FILE* file, const Simulation& run, const Metacommunity& m, int step,
+              Moment moment)
 {
-    const OutputFile file(OpenResult(ageFile, "a"));
     if (moment == beforeMortality)
         std::fprintf(file, "\nAverage age data matrix at step %d, BEFORE mortality, for %d community sites in rows and %d OTUs in columns:\n",
                      step, m.nSites, m.nOTUs);
@@ -86,39 +80,31 @@ void SaveAges(const Simulation& run, const Metacommunity& m, int step, Moment mo
     PrintAverageAges(file, run, m, step);
 }
 
-/// An empty file, or one with a heading for a number of columns.
-void Create(const char* name)
-{
-    const OutputFile file(OpenResult(name, "w"));
-}
-
 } // namespace
 
-std::FILE* OpenResult(const char* name, const char* mode)
+StepFiles::StepFiles(const Simulation& run)
 {
-    std::FILE* const file = fopenck(name, console.volumeName, mode);
-    if (file == nullptr) Fail(cannotOpen);
-    return file;
+    for (int i = 0; i < nStepFiles; i++)
+        file[i].Open(names[i], console.volumeName, "w");
+    std::fprintf(file[envFile], "Ecosystem data matrix (simulation steps and community sites in rows, %d environmental variables in columns):\n", run.nPredictors);
+    std::fprintf(file[expectedFile], "Expected community weighted means (CWM), standardized to Z scores according to mean and standard deviations in the trait matrix matrix (simulation steps and community sites in rows, %d traits in columns):\n", run.nTraits);
+    std::fprintf(file[averageFile], "Community weighted means (CWM), (simulation steps and community sites in rows, %d traits in columns):\n", run.nTraits);
 }
 
-void CreateStepFiles(const Simulation& run)
+void StepFiles::Check()
 {
-    if (!run.saveIntermediate) return;
-    for (const char* name : {traitFile, distanceFile, survivalFile, mortalityFile, dispersalFile,
-                             communityFile, ageFile})
-        Create(name);
-    const OutputFile env(OpenResult(envFile, "w"));
-    std::fprintf(env, "Ecosystem data matrix (simulation steps and community sites in rows, %d environmental variables in columns):\n", run.nPredictors);
-    const OutputFile expected(OpenResult(expectedFile, "w"));
-    std::fprintf(expected, "Expected community weighted means (CWM), standardized to Z scores according to mean and standard deviations in the trait matrix matrix (simulation steps and community sites in rows, %d traits in columns):\n", run.nTraits);
-    const OutputFile averages(OpenResult(averageFile, "w"));
-    std::fprintf(averages, "Community weighted means (CWM), (simulation steps and community sites in rows, %d traits in columns):\n", run.nTraits);
+    for (OutputFile& one : file) one.Check();
+}
+
+void StepFiles::Close()
+{
+    for (OutputFile& one : file) one.Close();
 }
 
 void SaveTraits(const Simulation& run, Metacommunity& m)
 {
-    if (!run.saveIntermediate) return;
-    const OutputFile file(OpenResult(traitFile, "a"));
+    if (run.stepFiles == nullptr) return;
+    std::FILE* const file = run.stepFiles->file[traitFile];
     const int digits = SignificantDigits();
     if (run.traitSource == 't') {
         std::fprintf(file, "Trait data (not standardized, %d OTUs in rows and %d traits in columns):\n", run.nOTUs, run.nTraits);
@@ -141,58 +127,52 @@ void SaveTraits(const Simulation& run, Metacommunity& m)
 
 void SaveConditions(const Simulation& run, const Metacommunity& m, int step)
 {
-    if (!run.saveIntermediate) return;
-    {
-        const OutputFile file(OpenResult(envFile, "a"));
-        PrintBySite(file, m.nPredictors, m.nSites, m.E, step);
-    }
-    {
-        const OutputFile file(OpenResult(expectedFile, "a"));
-        PrintBySite(file, m.nTraits, m.nSites, m.expected, step);
-    }
-    SaveDistances(m, step);
-    SaveSurvival(run, m, step);
+    if (run.stepFiles == nullptr) return;
+    OutputFile* const file = run.stepFiles->file;
+    PrintBySite(file[envFile], m.nPredictors, m.nSites, m.E, step);
+    PrintBySite(file[expectedFile], m.nTraits, m.nSites, m.expected, step);
+    SaveDistances(file[distanceFile], m, step);
+    SaveSurvival(file[survivalFile], run, m, step);
 }
 
-std::FILE* OpenDispersalRecord(const Simulation& run, const Metacommunity& m, int step)
+std::FILE* StartDispersalRecord(const Simulation& run, const Metacommunity& m, int step)
 {
-    return OpenRecord(dispersalFile, run, m, step);
+    return StartRecord(dispersalFile, run, m, step);
 }
 
-std::FILE* OpenMortalityRecord(const Simulation& run, const Metacommunity& m, int step)
+std::FILE* StartMortalityRecord(const Simulation& run, const Metacommunity& m, int step)
 {
-    return OpenRecord(mortalityFile, run, m, step);
+    return StartRecord(mortalityFile, run, m, step);
 }
 
 void SaveCommunities(const Simulation& run, const Metacommunity& m, int step, Moment moment)
 {
-    if (!run.saveIntermediate) return;
-    SaveAbundances(m, step, moment);
-    SaveAges(run, m, step, moment);
+    if (run.stepFiles == nullptr) return;
+    SaveAbundances(run.stepFiles->file[communityFile], m, step, moment);
+    SaveAges(run.stepFiles->file[ageFile], run, m, step, moment);
 }
 
 void SaveAverages(const Simulation& run, const Metacommunity& m, int step)
 {
-    if (!run.saveIntermediate) return;
-    const OutputFile file(OpenResult(averageFile, "a"));
-    PrintBySite(file, m.nTraits, m.nSites, m.cwm, step);
+    if (run.stepFiles == nullptr) return;
+    PrintBySite(run.stepFiles->file[averageFile], m.nTraits, m.nSites, m.cwm, step);
 }
 
 void SayStepFiles(const Simulation& run)
 {
-    if (!run.saveIntermediate) return;
+    if (run.stepFiles == nullptr) return;
     std::FILE* const out = console.out;
-    std::fprintf(out, "\n\nEcosystem data at every step saved on file %s\n", envFile);
-    std::fprintf(out, "Dispersal probabilities at every step saved on file %s\n", dispersalFile);
-    std::fprintf(out, "Expected CWM at every step saved on file %s\n", expectedFile);
+    std::fprintf(out, "\n\nEcosystem data at every step saved on file %s\n", names[envFile]);
+    std::fprintf(out, "Dispersal probabilities at every step saved on file %s\n", names[dispersalFile]);
+    std::fprintf(out, "Expected CWM at every step saved on file %s\n", names[expectedFile]);
     // Deliberate: not the name of the file, but the one that users' notes and scripts know from
     // this line.
     std::fprintf(out, "Distances between OTU trait and expected community mean traits at each site, at every step saved on file %s\n", "Dist.txt");
-    std::fprintf(out, "Probabilities of survival of each OTU based on the environmental conditions at each site, at every step saved on file %s\n", survivalFile);
-    std::fprintf(out, "Density dependence and age-related survival probabilities for each community at every extinction step saved on file %s\n", mortalityFile);
-    std::fprintf(out, "Community data at every step saved on file %s\n", communityFile);
-    std::fprintf(out, "Average ages at every step saved on file %s\n", ageFile);
-    std::fprintf(out, "Actual community weighted means (CWM) at every step saved on file %s\n", averageFile);
+    std::fprintf(out, "Probabilities of survival of each OTU based on the environmental conditions at each site, at every step saved on file %s\n", names[survivalFile]);
+    std::fprintf(out, "Density dependence and age-related survival probabilities for each community at every extinction step saved on file %s\n", names[mortalityFile]);
+    std::fprintf(out, "Community data at every step saved on file %s\n", names[communityFile]);
+    std::fprintf(out, "Average ages at every step saved on file %s\n", names[ageFile]);
+    std::fprintf(out, "Actual community weighted means (CWM) at every step saved on file %s\n", names[averageFile]);
 }
 
 double AverageAge(const Simulation& run, double averageBirth, double n, int step)

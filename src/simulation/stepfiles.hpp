@@ -1,18 +1,38 @@
 // The files in which every step of a simulation is kept, if the user asks for it: made before the
-// first set, appended to at each step, opened and closed at each write. Without the wish nothing
-// here does anything. A file that cannot be opened is failure code 4.
+// first set, added to at each step, and put in place when the run is complete. Without the wish
+// nothing here does anything.
 #pragma once
 
 #include <cstdio>
 
+#include "shell/files.hpp"
+
 struct Metacommunity;
 struct Simulation;
 
-/// Opens a file of the current directory, or fails with code 4.
-std::FILE* OpenResult(const char* name, const char* mode);
+enum StepFile {
+    traitFile,
+    envFile,
+    expectedFile,
+    distanceFile,
+    survivalFile,
+    mortalityFile,
+    dispersalFile,
+    communityFile,
+    ageFile,
+    averageFile,
+    nStepFiles
+};
 
-/// Makes all files, empty or with their heading.
-void CreateStepFiles(const Simulation& run);
+struct StepFiles {
+    /// Makes all files, empty or with their heading; failure code 4 if one cannot be opened.
+    explicit StepFiles(const Simulation& run);
+    /// As of OutputFile, of each.
+    void Check();
+    void Close();
+
+    OutputFile file[nStepFiles];
+};
 
 /// Traits of the set in the form of their source, and standardised.
 void SaveTraits(const Simulation& run, Metacommunity& m);
@@ -20,10 +40,10 @@ void SaveTraits(const Simulation& run, Metacommunity& m);
 /// E, expected averages, distances (capped and scaled) and survival probabilities of a step.
 void SaveConditions(const Simulation& run, const Metacommunity& m, int step);
 
-/// The open record of dispersal or of mortality with the heading of the step; null if nothing is
-/// saved.
-std::FILE* OpenDispersalRecord(const Simulation& run, const Metacommunity& m, int step);
-std::FILE* OpenMortalityRecord(const Simulation& run, const Metacommunity& m, int step);
+/// Writes the heading of the step into the record of dispersal or of mortality, and returns the
+/// record; null if nothing is saved.
+std::FILE* StartDispersalRecord(const Simulation& run, const Metacommunity& m, int step);
+std::FILE* StartMortalityRecord(const Simulation& run, const Metacommunity& m, int step);
 
 enum Moment { beforeMortality, afterMortality };
 
