@@ -19,11 +19,10 @@ compiler() {
     return 1
 }
 
-# compiles PROGRAM [FLAG...]: whether the compiler makes an executable of the program.
+# compiles COMPILER PROGRAM [FLAG...]: whether the compiler makes an executable of the program.
 compiles() {
-    local program=$1 name folder status=0
-    shift
-    name=$(compiler) || return 1
+    local name=$1 program=$2 folder status=0
+    shift 2
     folder=$(mktemp -d)
     printf '%s\n' "$program" > "$folder/probe.cpp"
     "$name" -o "$folder/probe" "$folder/probe.cpp" "$@" > "$folder/log" 2>&1 || status=1
@@ -31,17 +30,18 @@ compiles() {
     return "$status"
 }
 
-has_compiler() { compiles 'int main() { return 0; }'; }
-has_gsl() {
-    compiles '#include <gsl/gsl_rng.h>
-int main() { return gsl_rng_mt19937 == nullptr; }' -lgsl -lgslcblas -lm
-}
+# Each takes the name of a compiler.
+has_compiler() { compiles "$1" 'int main() { return 0; }'; }
 has_openmp() {
-    compiles '#include <omp.h>
+    compiles "$1" '#include <omp.h>
 int main() { return omp_get_num_procs() == 0; }' -fopenmp
 }
+has_gsl() {
+    compiles "$1" '#include <gsl/gsl_rng.h>
+int main() { return gsl_rng_mt19937 == nullptr; }' -lgsl -lgslcblas -lm
+}
 has_doctest() {
-    compiles '#define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
+    compiles "$1" '#define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
 #include <doctest/doctest.h>' -std=c++11
 }
 has_make() { has make || has ninja; }
@@ -52,30 +52,30 @@ has_cmake() {
     [ "$(printf '%s\n' 3.18 "$version" | sort -V | head -n 1)" = 3.18 ]
 }
 
-# Debian's name of the package that brings OpenMP: g++ has its own, clang++ needs libomp-dev.
-openmp_package() {
-    case "$(compiler || true)" in
-        *clang*) printf 'libomp-dev' ;;
-        *) printf 'g++' ;;
+# missing_for COMPILER: the packages that bring it and its OpenMP, as far as they lack. g++ has an
+# OpenMP of its own.
+missing_for() {
+    case "$1" in
+        *clang*)
+            if ! has_compiler "$1"; then printf 'clang libomp-dev '
+            elif ! has_openmp "$1"; then printf 'libomp-dev '; fi
+            ;;
+        *) has_openmp "$1" || printf 'g++ ' ;;
     esac
 }
 
-# missing_packages program|tests: the packages that a build of the program, or of the program
-# and its tests, lacks.
+# missing_packages program|tests COMPILER...: the packages that a build of the program, or of the
+# program and its tests, by these compilers lacks.
 missing_packages() {
-    local -a packages=()
-    if has_compiler; then
-        has_openmp || packages+=("$(openmp_package)")
-    else
-        packages+=(g++)
+    local kind=$1 name
+    shift
+    for name in "$@"; do missing_for "$name"; done
+    has_make || printf 'make '
+    has_cmake || printf 'cmake '
+    has_gsl "$1" || printf 'libgsl-dev '
+    if [ "$kind" = tests ]; then
+        has_doctest "$1" || printf 'doctest-dev '
     fi
-    has_make || packages+=(make)
-    has_cmake || packages+=(cmake)
-    has_gsl || packages+=(libgsl-dev)
-    if [ "$1" = tests ]; then
-        has_doctest || packages+=(doctest-dev)
-    fi
-    printf '%s' "${packages[*]}"
 }
 
 # apt_as_root ARGUMENT...: apt-get, quiet and without a question, waiting for another apt to end.
@@ -85,11 +85,15 @@ apt_as_root() {
     "${command[@]}" "$@" < /dev/null
 }
 
-# install_needs program|tests: installs what is missing. Stops the caller if it cannot.
+# install_needs program|tests [COMPILER...]: installs what is missing, for the compiler that CMake
+# would take if none is named. Stops the caller if it cannot.
 install_needs() {
     local kind=$1 missing
-    local -a packages
-    missing=$(missing_packages "$kind")
+    local -a packages compilers
+    shift
+    compilers=("$@")
+    [ $# -gt 0 ] || compilers=("$(compiler || printf 'g++')")
+    missing=$(missing_packages "$kind" "${compilers[@]}")
     [ -n "$missing" ] || return 0
     read -r -a packages <<< "$missing"
 
@@ -109,7 +113,7 @@ install_needs() {
     apt_as_root update
     apt_as_root install -y --no-install-recommends "${packages[@]}"
 
-    missing=$(missing_packages "$kind")
+    missing=$(missing_packages "$kind" "${compilers[@]}")
     if [ -n "$missing" ]; then
         complain "Still missing after the installation, or too old: $missing"
         exit 1
