@@ -44,6 +44,17 @@ has_doctest() {
     compiles "$1" '#define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
 #include <doctest/doctest.h>' -std=c++11
 }
+# The Python that has NumPy, which recomputes reports: the first one found, or the system's own.
+numpy_python() {
+    local name
+    for name in python3 /usr/bin/python3; do
+        if has "$name" && "$name" -c 'import numpy' 2> /dev/null; then
+            printf '%s' "$name"
+            return 0
+        fi
+    done
+    return 1
+}
 has_make() { has make || has ninja; }
 has_cmake() {
     local version
@@ -75,6 +86,7 @@ missing_packages() {
     has_gsl "$1" || printf 'libgsl-dev '
     if [ "$kind" = tests ]; then
         has_doctest "$1" || printf 'doctest-dev '
+        numpy_python > /dev/null || printf 'python3-numpy '
     fi
 }
 

@@ -1,5 +1,6 @@
 // The permutation test against numbers made elsewhere: by hand, and with R from the raw matrices of
-// the examples (permtest_reference.R says how; lists of seed 1 from seed_lists.py).
+// the examples (scripts/verify/permtest_reference.R says how; lists of seed 1 from seed_lists.py
+// beside it).
 #include <doctest/doctest.h>
 
 #include <memory>

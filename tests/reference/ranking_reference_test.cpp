@@ -1,6 +1,7 @@
-// The rankings of the examples against ranking_reference_test.txt, which the R script beside it
-// computed from the published formulas, in double precision throughout: hence the tolerance, for
-// similarities and standardised variables here are rounded to single precision.
+// The rankings of the examples against ranking_reference_test.txt, which
+// scripts/verify/ranking_reference.R computed from the published formulas, in double precision
+// throughout: hence the tolerance, for similarities and standardised variables here are rounded to
+// single precision.
 #include <doctest/doctest.h>
 
 #include <fstream>

@@ -2,7 +2,7 @@
 # alone, written from the published formulas (Gower 1971; Mantel 1967; Escoufier 1973; Rao 1982;
 # Beals 1984; Peres-Neto & Jackson 2001; Tolvane et al. 2009). The table of expected values was made
 # by
-#     Rscript ranking_reference_test.R path/to/examples > ranking_reference_test.txt
+#     Rscript ranking_reference.R examples > tests/reference/ranking_reference_test.txt
 # Columns: data, criterion, measure (1 Mantel, 2 Procrustes, 3 RV), resemblance between communities
 # (6 Euclidean, 10 chord), number of traits, value of the best subset, its traits.
 root <- commandArgs(TRUE)[1]

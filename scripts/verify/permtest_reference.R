@@ -1,7 +1,7 @@
-# The numbers in permtest_reference_test.cpp, from the raw matrices in examples/.
+# The numbers in tests/reference/permtest_reference_test.cpp, from the raw matrices in examples/.
 #
 #   python3 seed_lists.py 1 30 19 > /tmp/lists30; python3 seed_lists.py 1 82 19 > /tmp/lists82
-#   Rscript permtest_reference.R ../../examples /tmp/lists30 /tmp/lists82
+#   Rscript permtest_reference.R examples /tmp/lists30 /tmp/lists82
 #
 # Made with R 4.2, vegan 2.6-4, ade4 1.7-22, cluster 2.1.4. Nothing here comes from the program:
 # community weighted means, belonging and Rao entropy are written out below, Gower's index is

@@ -2,7 +2,7 @@
 """Simulates the case tests/dialogue/simulation-given-inputs once more, in Python with numpy's
 Mersenne Twister, and compares the communities and the ecosystem with those that the case expects.
 
-    python3 tests/reference/simulation_reference.py
+    scripts/verify/simulation_reference.py
 
 All parameters of that case come from files, so that every random number is one of the steps.
 """
@@ -14,7 +14,7 @@ import numpy as np
 from scipy.special import expit
 
 CASE = os.path.join(os.path.dirname(os.path.abspath(__file__)),
-                    "../dialogue/simulation-given-inputs")
+                    "../../tests/dialogue/simulation-given-inputs")
 SITES, OTUS, TRAITS, FACTORS = 4, 5, 3, 2
 MAX_AVG, PER_YEAR, STEPS, SEED = 3, 5, 40, 2024
 
