@@ -3,12 +3,9 @@
 #include <cstdio>
 
 #include "functional/scaling.hpp"
-#include "functional/settings.hpp"
 #include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
-#include "numeric/resemblance.hpp"
 #include "session/session.hpp"
-#include "shell/console.hpp"
 #include "shell/preferences.hpp"
 #include "shell/table.hpp"
 
@@ -32,121 +29,6 @@ void PrintSelectedLabels(std::FILE* report)
 {
     for (int j = 0; j < session.nch; j++)
         if (session.weight[j] > 0.0) std::fprintf(report, "%s\t", session.chLabel[j]);
-}
-
-void PrintVector(std::FILE* report, int n, double* vector)
-{
-    PrintVectorTab(report, n, vector, SignificantDigits(), nullptr);
-}
-
-/// Jost's (2006) effective number: 1 / (1 - entropy). An entropy of 1 gives infinity.
-double EffectiveNumber(double entropy)
-{
-    return 1.0 / (1.0 - entropy);
-}
-
-void HeadIdentity(std::FILE* report)
-{
-    if (session.prindaMode[0] == 'w') std::fprintf(report, "\n%s\n", version);
-    std::fprintf(report, "%s\n", lineL);
-    std::fprintf(report, "EXPLORATION OF COMMUNITY DATA STRUCTURES\n");
-    std::fprintf(report, "%s\n", lineL);
-    TimeStamp(report);
-    std::fprintf(report, "Session:          %s\n", console.sessionName);
-    std::fprintf(report, "Formatted data:   %s\n", session.whichFormda);
-    std::fprintf(report, "Unformatted data: %s\n\n", session.dataName);
-}
-
-void HeadTraits(std::FILE* report)
-{
-    std::fprintf(report, "Trait set:        ");
-    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%-3s", session.chLabel[j]);
-    std::fprintf(report, "\nNumber of states: ");
-    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%-3d", session.onsta[j]);
-    std::fprintf(report, "\nTrait type:       ");
-    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%-3d", session.chtype[j]);
-    std::fprintf(report, "\nTrait weights:     ");
-    for (int j = 0; j < session.nch; j++) std::fprintf(report, "%g\t", session.weight[j]);
-    std::fprintf(report, "\nTrait-based approach: %s\n",
-                 traitBasedOptInfo[session.traitBasedOpt - 1]);
-}
-
-void HeadAdjustments(std::FILE* report)
-{
-    if (session.optUnitTotalAdjust1)
-        std::fprintf(report, "Community data matrix W adjusted to unit totals prior to trait convergence evaluation (TCAP).\n");
-    else
-        std::fprintf(report, "Community data matrix W NOT adjusted to unit totals prior to trait convergence evaluation (TCAP).\n");
-    if (session.optUnitTotalAdjust2)
-        std::fprintf(report, "Community data matrix W adjusted to unit totals prior to evaluation of TDAP.\n");
-    else
-        std::fprintf(report, "Community data matrix W NOT adjusted to unit totals prior to evaluation of TDAP.\n");
-}
-
-void HeadPooling(std::FILE* report)
-{
-    std::fprintf(report, "\nPooling of OTUs: %s\n", poolCSToptInfo[session.poolCSTopt - 1]);
-    if (session.poolCSTopt != 2) return;
-    if (session.clusMethPoolCSTs == 0)
-        std::fprintf(report, "Clustering method defining types: none (groups were specified by the user).\n");
-    else
-        std::fprintf(report, "Clustering method defining types: %s\n",
-                     clusMethInfo[session.clusMethPoolCSTs]);
-    std::fprintf(report, "Resemblance function between OTUs: %s\n",
-                 reseCSToptInfo[session.reseCSTopt - 1]);
-    if (session.reseCSTopt == otusByGower)
-        std::fprintf(report, "Gower index modified to count matching absences in binary traits? %s\n",
-                     YesNotInfo[preferences.countDoubleAbsence != 0 ? 1 : 0]);
-}
-
-void PhylogenyLine(std::FILE* report)
-{
-    if (session.includePhylogeny)
-        std::fprintf(report, "\nPhylogeny: Is considered\n");
-    else
-        std::fprintf(report, "\nPhylogeny: Is NOT considered\n");
-}
-
-void HeadEntropy(std::FILE* report)
-{
-    PhylogenyLine(report);
-    std::fprintf(report, "Rao entropy based on traits computed on square root transformed dissimilarities? %s\n",
-                 YesNotInfo[preferences.sqrtDissimOpt_RaoTraits ? 1 : 0]);
-    if (session.includePhylogeny)
-        std::fprintf(report, "Rao entropy based on phylogeny computed on square root transformed dissimilarities? %s\n",
-                     YesNotInfo[preferences.sqrtDissimOpt_RaoPhyl ? 1 : 0]);
-    PhylogenyLine(report); // Deliberate: stands twice, as in all earlier reports.
-}
-
-void HeadResemblance(std::FILE* report)
-{
-    bool someTraitLeftOut = false;
-    for (int j = 0; j < session.nch; j++) someTraitLeftOut |= session.weight[j] == 0.0;
-    if (someTraitLeftOut) {
-        std::fprintf(report, "Traits considered in the computation of OTUs resemblance:\n");
-        for (int j = 0; j < session.nch; j++)
-            if (session.weight[j] > 0.0) std::fprintf(report, "%-3s", session.chLabel[j]);
-    } else {
-        std::fprintf(report, "All traits were considered in the computation of resemblance between OTUs.\n");
-    }
-    std::fprintf(report, "\nFuzzy transformation: \t%s\n", fuzzyInfo[session.fuzzy]);
-    std::fprintf(report, "Number of types examined: \t%d\n", session.nMaxCSTGroupsChRank);
-    std::fprintf(report, "\nCorrelation function between matrices: \t%s\n",
-                 opt_roInfo[session.opt_ro - 1]);
-    if (session.opt_ro == mantel || session.opt_ro == varianceAnalysis)
-        std::fprintf(report, "Resemblance option between communities: %s\n",
-                     rese_optInfo[session.rese_opt - 1]);
-    else
-        std::fprintf(report, "Factor (f) for limiting the number of predictors in PCA regression in relation to sample size n (number of predictors = n/f): %g\n",
-                     preferences.overfitFactorPCARegr);
-}
-
-void HeadCommunities(std::FILE* report)
-{
-    std::fprintf(report, "\nNumber of communities: %d\n", session.ncsm);
-    std::fprintf(report, "Community labels: ");
-    for (int k = 0; k < session.ncsm; k++) std::fprintf(report, "%-6s", session.reLabel[k]);
-    std::fprintf(report, "\n");
 }
 
 void PhylogenyResemblance(std::FILE* report, const Scaling& a)
@@ -239,93 +121,7 @@ void StatisticsTitle(std::FILE* report)
     }
 }
 
-void FunctionalDiversity(std::FILE* report, const Scaling& a)
-{
-    std::fprintf(report, "\n\nFUNCTIONAL DIVERSITY");
-    std::fprintf(report, "\nGini-Simpson index (D) within each community (equivalent to Rao quadratic entropy with null, crisp, similarities):\n");
-    PrintVector(report, a.n, a.D);
-    if (preferences.sqrtDissimOpt_RaoTraits)
-        std::fprintf(report, "\nRao quadratic entropy within each community, considering trait dissimilarities [D=sqrt(1-GowerIndex)] between OTUs (Rf):\n");
-    else
-        std::fprintf(report, "\nRao quadratic entropy within each community, considering trait dissimilarities [D=1-GowerIndex] between OTUs (Rf):\n");
-    PrintVector(report, a.n, a.Rf);
-    std::fprintf(report, "\nFunctional redundancy in each community (FR = D-Rf):\n");
-    PrintVector(report, a.n, a.FR);
-}
-
-void PhylogeneticDiversity(std::FILE* report, const Scaling& a)
-{
-    std::fprintf(report, "\n\nPHYLOGENETIC DIVERSITY");
-    if (session.phylogenyMatrixType == phylogenySimilarities)
-        std::fprintf(report, "\nRao quadratic entropy (Rp) within each community, considering phylogenetic dissimilarities obtained by transformation of input similarities [D= sqrt(1-S)] between OTUs:\n");
-    else
-        std::fprintf(report, "\nRao quadratic entropy (Rp) within each community, considering phylogenetic dissimilarities between OTUs:\n");
-    PrintVector(report, a.n, a.Rp);
-    std::fprintf(report, "\nPhylogenetic redundancy in each community (PR = D-Rp):\n");
-    PrintVector(report, a.n, a.PR);
-}
-
-void OtuWeights(std::FILE* report, const Scaling& a)
-{
-    bool someExcluded = false;
-    for (int i = 0; i < a.s; i++) someExcluded |= session.weight_OTUs[i] < 1;
-    if (!someExcluded) {
-        std::fprintf(report, "\nAll OTUs were equally considered in the computation of Rao entropy, Simpson diversity, and matrices T, X and P.\n");
-        return;
-    }
-    std::fprintf(report, "\nOTUs weights (zero ones not considered in the computation of Rao entropy, Simpson diversity, and matrices T, X and P):\n");
-    for (int i = 0; i < a.s; i++) std::fprintf(report, "%d\t", session.weight_OTUs[i]);
-    if (a.keepScale)
-        std::fprintf(report, "\nScale was maintained, but additivity is lost for complementary sets of OTUs' weights.\n");
-    else
-        std::fprintf(report, "\nAdditivity was maintained but the scales of T, X, P and diversity measures are not comparable between complementary sets of OTUs' weights.\n");
-    if (session.restrictRaoWithinOpt)
-        std::fprintf(report, "\nFuzzy-weighting and Rao entropy RESTRICTED to dis-similarities WITHIN subset of selected OTUs.\n");
-    else
-        std::fprintf(report, "\nFuzzy-weighting and Rao entropy included dis-similarities WITHIN subset of selected OTUs and also BETWEEN selected and unselected subsets of OTUs.\n");
-}
-
-void PrintEffectiveNumbers(std::FILE* report, int n, const double* entropy)
-{
-    for (int k = 0; k < n; k++) std::fprintf(report, "%g\t", EffectiveNumber(entropy[k]));
-}
-
-void PrintEffectiveRedundancy(std::FILE* report, int n, const double* diversity,
-                              const double* entropy)
-{
-    for (int k = 0; k < n; k++)
-        std::fprintf(report, "%g\t", EffectiveNumber(diversity[k]) - EffectiveNumber(entropy[k]));
-}
-
-void CorrectedDiversity(std::FILE* report, const Scaling& a)
-{
-    std::fprintf(report, "\n\nDiversity using Jost (2006) correction");
-    std::fprintf(report, "\nGini-Simpson index (D) within each community (equivalent to Rao quadratic entropy with null, crisp, dissimilarties):\n");
-    PrintEffectiveNumbers(report, a.n, a.D);
-    std::fprintf(report, "\nRao quadratic entropy within each community, considering trait dissimilarties (Qf):\n");
-    PrintEffectiveNumbers(report, a.n, a.Rf);
-    std::fprintf(report, "\nFunctional redundancy in each community (FR = D-Qf):\n");
-    PrintEffectiveRedundancy(report, a.n, a.D, a.Rf);
-    if (!a.withPhylogeny) return;
-    std::fprintf(report, "\n\nPHYLOGENETIC REDUNDANCY");
-    std::fprintf(report, "\nRao quadratic entropy (Qp) within each community, considering phylogenetic dissimilarties:\n");
-    PrintEffectiveNumbers(report, a.n, a.Rp);
-    std::fprintf(report, "\nPhylogenetic redundancy in each community (PR = D-Qp):\n");
-    PrintEffectiveRedundancy(report, a.n, a.D, a.Rp);
-}
-
 } // namespace
-
-void ReportHead(std::FILE* report)
-{
-    HeadIdentity(report);
-    HeadTraits(report);
-    HeadAdjustments(report);
-    HeadPooling(report);
-    HeadEntropy(report);
-    HeadResemblance(report);
-    HeadCommunities(report);
-}
 
 void ReportRawComposition(std::FILE* report, const Scaling& a)
 {
@@ -480,12 +276,4 @@ void ReportStatistics(std::FILE* report, const Scaling& a)
     if (!a.withTests) return;
     ReportModels(report, a);
     ReportTestSummary(report, a);
-}
-
-void ReportDiversity(std::FILE* report, const Scaling& a)
-{
-    FunctionalDiversity(report, a);
-    if (a.withPhylogeny) PhylogeneticDiversity(report, a);
-    OtuWeights(report, a);
-    CorrectedDiversity(report, a);
 }
