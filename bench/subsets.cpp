@@ -5,11 +5,11 @@
 
 #include "lines.hpp"
 #include "numeric/random.hpp"
+#include "plain_ranking.hpp"
 #include "ranking/criteria.hpp"
 #include "ranking/matrices.hpp"
 #include "session/checks.hpp"
 #include "session/session.hpp"
-#include "unit/ranking/plain_ranking.hpp"
 #include "unit/ranking/ranking_data.hpp"
 
 namespace {
@@ -85,8 +85,8 @@ void SearchLine(const Options& options, Report& report, const char* id, int numb
     const std::vector<Subset> subsets = AllSubsets(nTraits);
     const std::size_t nPlain = std::min<std::size_t>(subsets.size(), nPlainSubsets);
     plain::Ranking plainly(false);
-    RankingMatrices matrices(criterion.needs);
-    SubsetStatistics statistics;
+    SharedMatrices shared(criterion.needs);
+    SubsetMatrices matrices(shared);
     std::vector<double> expected(nPlain), found(subsets.size());
     std::size_t nextPlain = 0, next = 0;
     const auto plainOne = [&] {
@@ -96,7 +96,7 @@ void SearchLine(const Options& options, Report& report, const char* id, int numb
     const auto fastOne = [&] {
         const std::vector<int>& traits = subsets[next].traits;
         matrices.Select(traits.data(), static_cast<int>(traits.size()));
-        found[next] = criterion.value(matrices, statistics);
+        found[next] = ValueOf(criterion, matrices);
         next = (next + 1) % subsets.size();
     };
     const Timed timed = TimeInTurn(
@@ -145,7 +145,7 @@ void SimilarityLines(const Options& options, Report& report)
         });
     report.Line("S3", "small, t=8", "similarity on 4 new traits", "us", 1e6, 1, average);
 
-    SubsetBelonging belonging(s, session.nMinCSTGroupsChRank, session.partition_OTUs);
+    TypeBelonging belonging(s, session.nMinCSTGroupsChRank, session.partition_OTUs);
     const Timed fuzzy = TimeInTurn(
         options, [&](long count) { while (count-- > 0) plainly.Fuzzy(false); },
         [&](long count) { while (count-- > 0) belonging.Fill(S, U); });

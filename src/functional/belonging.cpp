@@ -101,8 +101,13 @@ void gower_similarityAverage(int nTraits, int nOTUs, const PartialSimilarity& pa
 
 namespace {
 
+std::size_t Place(int i)
+{
+    return static_cast<std::size_t>(i);
+}
+
 /// The column of each OTU's type: the place of its label among the labels in ascending order.
-std::vector<int> TypeColumns(int n, int* partition)
+std::vector<int> TypeColumns(int n, const int* partition)
 {
     std::vector<int> column(static_cast<std::size_t>(n));
     if (partition == nullptr) {
@@ -134,22 +139,8 @@ int CrispBelonging(int n, int nGroups, int* partition, double** C)
 
 namespace {
 
-/// Identical OTUs of a type pooled into one member.
-struct PooledMembers {
-    std::vector<int> column;         // type of each OTU
-    std::vector<int> representative; // of each OTU: itself, unless it is a duplicate
-    std::vector<int> count;          // members of each type, duplicates counted once
-
-    bool IsDuplicate(int i) const { return representative[static_cast<std::size_t>(i)] != i; }
-};
-
-bool Identical(const std::vector<int>& column, double** S, int i, int j)
-{
-    // Deliberate: 1.0 stands for identity also when S holds dissimilarities, where it pools the
-    // OTUs of a type that share nothing; users' earlier results depend on it.
-    return column[static_cast<std::size_t>(i)] == column[static_cast<std::size_t>(j)] &&
-           AlmostEqual2sComplement(S[j][i], 1.0, 1);
-}
+/// OTUs whose rows of U a thread fills at a time.
+const int blockSize = 64;
 
 /// With few OTUs, waking a team of threads takes longer than the work.
 bool IsWorthATeam(int nOTUs)
@@ -157,64 +148,117 @@ bool IsWorthATeam(int nOTUs)
     return nOTUs > 40;
 }
 
-/// Every duplicate joins the first OTU that is none itself and identical to it. What costs time,
-/// the search for a first identical OTU, runs in parallel, each thread writing its own entries
-/// only. Who represents whom is settled afterwards in ascending order: almost equal is not
-/// transitive, so an OTU may resemble a duplicate and not that duplicate's representative.
-PooledMembers PoolIdenticals(int n, double** S, int* partition)
+bool IsIdentity(double similarity)
 {
-    PooledMembers members;
-    members.column = TypeColumns(n, partition);
-    members.representative.resize(static_cast<std::size_t>(n));
-    members.count.assign(static_cast<std::size_t>(n), 0);
-    const std::vector<int>& column = members.column;
-    int* const first = members.representative.data();
-
-    #pragma omp parallel for schedule(static) if (IsWorthATeam(n))
-    for (int j = 0; j < n; j++) {
-        int i = 0;
-        while (i < j && !Identical(column, S, i, j)) i++;
-        first[j] = i;
-    }
-    for (int j = 0; j < n; j++) {
-        int i = first[j];
-        while (i < j && (members.IsDuplicate(i) || !Identical(column, S, i, j))) i++;
-        first[j] = i;
-        if (i == j) members.count[static_cast<std::size_t>(column[static_cast<std::size_t>(j)])]++;
-    }
-    return members;
-}
-
-/// Sums the mean similarity of OTU i to each type into its row of U.
-void AddSimilarities(int n, int i, int nGroups, const PooledMembers& members, const double* S,
-                     double* U, bool isDissimilarity)
-{
-    std::fill_n(U, nGroups, -999.0);
-    const int* const representative = members.representative.data();
-    for (int j = 0; j < n; j++) {
-        // i meets itself once; neither its duplicates nor the OTU it duplicates add it again.
-        const bool counts =
-            j == i || (!members.IsDuplicate(j) && representative[i] != representative[j]);
-        const int type = members.column[static_cast<std::size_t>(j)];
-        if (!counts || IsMissing(S[j]) || type >= nGroups) continue;
-        if (IsMissing(U[type])) U[type] = 0.0;
-        const double similarity = isDissimilarity ? 1.0 - S[j] : S[j];
-        U[type] += similarity / members.count[static_cast<std::size_t>(type)];
-    }
+    const double nearlyOne = 0.999; // below it, no rounding to single precision gives 1
+    if (similarity >= 0.0 && similarity < nearlyOne) return false;
+    return AlmostEqual2sComplement(similarity, 1.0, 1);
 }
 
 } // namespace
 
+TypeBelonging::TypeBelonging(int OTUs, int types, const int* partition)
+    : n(OTUs), nGroups(types), column(TypeColumns(OTUs, partition)), representative(column.size()),
+      count(column.size()), members(column.size()), hasDuplicates(column.size()),
+      reached(types, OTUs), sums(types, OTUs)
+{
+    for (int i = 0; i < n; i++) members[Place(column[Place(i)])].push_back(i);
+}
+
+/// Every duplicate joins the first OTU before it that is identical to it and none itself: almost
+/// equal is not transitive, so an OTU may resemble a duplicate and not the OTU that this one joined.
+///
+/// Deliberate: 1.0 stands for identity also when S holds dissimilarities, where it pools the OTUs
+/// of a type that share nothing; users' earlier results depend on it.
+void TypeBelonging::Pool(double** S)
+{
+    std::fill(hasDuplicates.begin(), hasDuplicates.end(), '\0');
+    for (std::size_t c = 0; c < members.size(); c++) {
+        count[c] = static_cast<int>(members[c].size());
+        for (const int j : members[c]) {
+            representative[Place(j)] = j;
+            for (const int i : members[c]) {
+                if (i >= j) break;
+                if (representative[Place(i)] != i || !IsIdentity(S[i][j])) continue;
+                representative[Place(j)] = i;
+                hasDuplicates[Place(i)] = 1;
+                count[c]--;
+                break;
+            }
+        }
+    }
+}
+
+/// Adds the similarity of OTU j to the sums of its type for all OTUs of a block, side by side: each
+/// OTU still meets the members of a type in ascending order. A missing cell adds 0, which changes
+/// no bit.
+void TypeBelonging::AddMember(int j, int first, int last, const double* S, bool isDissimilarity)
+{
+    const int type = column[Place(j)];
+    if (type >= nGroups) return;
+    const double nMembers = count[Place(type)];
+    double share[blockSize];
+    bool anyHole = false;
+    #pragma omp simd reduction(|| : anyHole)
+    for (int i = first; i < last; i++) {
+        const bool hole = IsMissing(S[i]);
+        share[i - first] = hole ? 0.0 : (isDissimilarity ? 1.0 - S[i] : S[i]) / nMembers;
+        anyHole = anyHole || hole;
+    }
+    double* const sum = sums[type];
+    char* const isReached = reached[type];
+    const bool isDuplicate = representative[Place(j)] != j;
+    if (!isDuplicate && hasDuplicates[Place(j)] == 0 && !anyHole) {
+        #pragma omp simd
+        for (int i = first; i < last; i++) sum[i] += share[i - first];
+        std::fill(isReached + first, isReached + last, '\1');
+        return;
+    }
+    for (int i = first; i < last; i++) {
+        // i meets itself once; neither its duplicates nor the OTU it duplicates add it again.
+        const bool counts = i == j || (!isDuplicate && representative[Place(i)] != j);
+        if (!counts || IsMissing(S[i])) continue;
+        sum[i] += share[i - first];
+        isReached[i] = 1;
+    }
+}
+
+void TypeBelonging::FillBlock(int block, double** S, double** U, bool isDissimilarity)
+{
+    const int first = block * blockSize;
+    const int last = std::min(n, first + blockSize);
+    for (int c = 0; c < nGroups; c++) {
+        std::fill(sums[c] + first, sums[c] + last, 0.0);
+        std::fill(reached[c] + first, reached[c] + last, '\0');
+    }
+    for (int j = 0; j < n; j++) AddMember(j, first, last, S[j], isDissimilarity);
+    for (int i = first; i < last; i++)
+        for (int c = 0; c < nGroups; c++) U[i][c] = reached[c][i] == 1 ? sums[c][i] : -999.0;
+}
+
+int TypeBelonging::Blocks() const
+{
+    return (n + blockSize - 1) / blockSize;
+}
+
+void TypeBelonging::Fill(double** S, double** U)
+{
+    Pool(S);
+    for (int block = 0; block < Blocks(); block++) FillBlock(block, S, U, false);
+    UnitSumRowsAdjMV(n, nGroups, U, U);
+}
+
 int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, bool isDissimilarity)
 {
     UpperToLowerMatrix(n, S);
-    const PooledMembers members = PoolIdenticals(n, S, partition);
+    TypeBelonging types(n, nGroups, partition);
+    types.Pool(S);
 
     // A thread owns whole rows of U and adds up each alone, j ascending: the same bits for any
     // team.
     #pragma omp parallel for schedule(static) if (IsWorthATeam(n))
-    for (int i = 0; i < n; i++)
-        AddSimilarities(n, i, nGroups, members, S[i], U[i], isDissimilarity);
+    for (int block = 0; block < types.Blocks(); block++)
+        types.FillBlock(block, S, U, isDissimilarity);
 
     UnitSumRowsAdjMV(n, nGroups, U, U);
     return 1;

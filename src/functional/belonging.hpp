@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include "shell/arrays.hpp"
 
@@ -72,6 +73,36 @@ int CrispBelonging(int n, int nGroups, int* partition, double** C);
 /// Tolvane et al. 2009.
 int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U,
                    bool isDissimilarity);
+
+/// Fuzzy belonging to types that stay the same while similarities change, as in a search. Nothing
+/// is allocated after construction.
+class TypeBelonging {
+public:
+    /// As for FuzzyBelonging, which is made of this.
+    TypeBelonging(int n, int nGroups, const int* partition);
+
+    /// S        n x n similarities, both triangles and the diagonal
+    void Fill(double** S, double** U);
+
+    // The steps of it: finds the identical OTUs, fills the rows of U of one block of OTUs after the
+    // other (no two touch the same data), not yet scaled to unit sums.
+    void Pool(double** S);
+    int Blocks() const;
+    void FillBlock(int block, double** S, double** U, bool isDissimilarity);
+
+private:
+    void AddMember(int j, int first, int last, const double* S, bool isDissimilarity);
+
+    const int n;
+    const int nGroups;
+    std::vector<int> column;               // type of each OTU
+    std::vector<int> representative;       // of each OTU: itself, unless it is a duplicate
+    std::vector<int> count;                // members of each type, duplicates counted once
+    std::vector<std::vector<int>> members; // OTUs of each type, ascending
+    std::vector<char> hasDuplicates;       // of each OTU that represents others
+    OwnedTable<char> reached;              // nGroups x n: some similarity was there
+    OwnedRows sums;                        // nGroups x n
+};
 
 /// Resemblance between n communities described by p columns.
 ///

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "functional/environment.hpp"
 #include "functional/report.hpp"
 #include "functional/settings.hpp"
 #include "functional/smoothing.hpp"
@@ -51,19 +52,7 @@ void FillEnvironment(Scaling& a)
         for (int k = 0; k < a.n; k++) a.E.table[k][column] = session.env[k][j];
         a.selectedTypes[column] = session.envVarType[j];
     }
-    const int p = a.nSelectedVariables;
-    const int kind = session.optEnvVarType;
-    if (kind == 1) {
-        EucliDistMV(a.n, p, a.E, a.DE);
-    } else if (kind == 2 || kind == 4 || (kind == 5 && session.temEnvQual == 0)) {
-        // Different units: each variable to mean 0 and length 1 first.
-        CorrAdj(a.n, p, a.E, a.E);
-        EucliDistMV(a.n, p, a.E, a.DE);
-    } else {
-        GowerMVOpt(a.n, p, a.selectedTypes, a.E, a.DE, nullptr, nullptr,
-                   preferences.countDoubleAbsence);
-        ProbToDissim(a.n, a.DE, a.DE);
-    }
+    EnvironmentResemblance(a.n, a.nSelectedVariables, a.selectedTypes, a.E, a.DE);
 }
 
 void FillComposition(Scaling& a)

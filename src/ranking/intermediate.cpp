@@ -27,11 +27,11 @@ void PrintResemblance(std::FILE* file, int n, double** D)
 }
 
 /// Replaces D by its residuals on DT and prints them.
-void TakeOutT(std::FILE* file, RankingMatrices& m, Structure& D)
+void TakeOutT(std::FILE* file, SubsetMatrices& m, Structure& D)
 {
-    ResidualsMatrixRegression(m.n, m.DT().rows, D.rows, D.rows);
-    UpperToLowerMatrix(m.n, D.rows);
-    PrintTable(file, m.n, m.n, D.rows);
+    ResidualsMatrixRegression(m.all.n, m.DT().rows, D.rows, D.rows);
+    UpperToLowerMatrix(m.all.n, D.rows);
+    PrintTable(file, m.all.n, m.all.n, D.rows);
 }
 
 } // namespace
@@ -44,66 +44,60 @@ IntermediateFile::IntermediateFile(const Criterion& ranked) : criterion(ranked)
     file.Open(name, console.volumeName, "w");
 }
 
-bool IntermediateFile::ComparesX() const
-{
-    if (criterion.family == Family::niche || criterion.family == Family::phylogeny) return true;
-    return session.opt_ro == mantel && criterion.number != 16 && criterion.number != 24;
-}
-
-void IntermediateFile::PrintShared(RankingMatrices& m)
+void IntermediateFile::PrintShared(SharedMatrices& all)
 {
     if (!IsOpen()) return;
-    if (m.needs.phylogeny) PrintPhylogeny(m);
-    if (m.needs.environment) {
+    if (all.needs.phylogeny) PrintPhylogeny(all);
+    if (all.needs.environment) {
         std::fprintf(file,
                      "Resemblance matrix between %d communities based on %d environmental variables:\n",
-                     m.n, m.e);
-        PrintResemblance(file, m.n, m.DE.rows);
+                     all.n, all.e);
+        PrintResemblance(file, all.n, all.DE.rows);
     }
     if (criterion.family == Family::divergence) {
-        std::fprintf(file, "\nTrait matrix with %d OTUs by %d traits: \n", m.s, m.t);
-        PrintTable(file, m.s, m.t, m.B);
+        std::fprintf(file, "\nTrait matrix with %d OTUs by %d traits: \n", all.s, all.t);
+        PrintTable(file, all.s, all.t, all.B);
     }
 }
 
-void IntermediateFile::PrintPhylogeny(RankingMatrices& m)
+void IntermediateFile::PrintPhylogeny(SharedMatrices& all)
 {
     enum { similarities = 1, variables, distances };
     const int nVariables = session.nClados;
     switch (session.phylogenyMatrixType) {
-    case similarities: std::fprintf(file, "\nSimilarity matrix between %d OTUs:\n", m.s); break;
-    case distances: std::fprintf(file, "\nDissimilarity matrix between %d OTUs:\n", m.s); break;
+    case similarities: std::fprintf(file, "\nSimilarity matrix between %d OTUs:\n", all.s); break;
+    case distances: std::fprintf(file, "\nDissimilarity matrix between %d OTUs:\n", all.s); break;
     case variables:
         std::fprintf(file,
                      "\nVariable types in the phylogeny matrix with %d OTUs by %d phylogenetic variables: \n",
-                     m.s, nVariables);
+                     all.s, nVariables);
         PrintVectorTab(file, nVariables, session.phylogenyVarType, nullptr);
-        std::fprintf(file, "\nPhylogeny matrix with %d OTUs by %d phylogenetic variables: \n", m.s,
+        std::fprintf(file, "\nPhylogeny matrix with %d OTUs by %d phylogenetic variables: \n", all.s,
                      nVariables);
-        PrintTable(file, m.s, nVariables, session.phylogenyData);
+        PrintTable(file, all.s, nVariables, session.phylogenyData);
         std::fprintf(file,
                      "\nSimilarity matrix (Gower index) between %d OTUs, based on %d phylogenetic variables:\n",
-                     m.s, nVariables);
+                     all.s, nVariables);
         break;
     default: break;
     }
-    PrintResemblance(file, m.s, session.phylogenyRese);
-    std::fprintf(file, "\nPartition vector of %d OTUs in %d taxa:\n", m.s, m.f);
-    PrintVectorTab(file, m.s, session.partition_OTUs_Phyl, nullptr);
+    PrintResemblance(file, all.s, session.phylogenyRese);
+    std::fprintf(file, "\nPartition vector of %d OTUs in %d taxa:\n", all.s, all.f);
+    PrintVectorTab(file, all.s, session.partition_OTUs_Phyl, nullptr);
     std::fprintf(file,
                  "\nFuzzy belonging of %d OTUs (rows) in %d taxa (columns) according to their phylogeny:\n",
-                 m.s, m.f);
-    PrintTable(file, m.s, m.f, m.QP);
+                 all.s, all.f);
+    PrintTable(file, all.s, all.f, all.QP);
     std::fprintf(file,
                  "\nPooled performance matrix P (%d communities x %d taxa) after fuzzy-weighting by the specified phylogeny:\n",
-                 m.n, m.f);
-    PrintTable(file, m.n, m.f, m.P);
+                 all.n, all.f);
+    PrintTable(file, all.n, all.f, all.P);
     std::fprintf(file,
                  "\nResemblance matrix (DP) between communities based on matrix P, the composition of OTUs weighted by their phylogeny:\n");
-    PrintResemblance(file, m.n, m.DP.rows);
+    PrintResemblance(file, all.n, all.DP.rows);
 }
 
-void IntermediateFile::PrintSubsetMatrices(RankingMatrices& m, const int* traits, int k)
+void IntermediateFile::PrintSubsetMatrices(SubsetMatrices& m, const int* traits, int k)
 {
     if (!IsOpen() || criterion.family == Family::both) return;
     const bool averagesOnly = criterion.family == Family::convergence;
@@ -114,69 +108,69 @@ void IntermediateFile::PrintSubsetMatrices(RankingMatrices& m, const int* traits
     if (session.optUnitTotalAdjust1)
         std::fprintf(file,
                      "\nMatrix with trait averages at community level (%d communities x %d traits):\n",
-                     m.n, m.t);
+                     m.all.n, m.all.t);
     else
         std::fprintf(file,
                      "\nMatrix with trait totals at community level (%d communities x %d traits):\n",
-                     m.n, m.t);
-    PrintTable(file, m.n, m.t, m.RawT());
+                     m.all.n, m.all.t);
+    PrintTable(file, m.all.n, m.all.t, m.RawT());
     if (averagesOnly) {
         std::fprintf(file, "Resemblance matrix between communities:\n");
-        PrintResemblance(file, m.n, m.DT().rows);
+        PrintResemblance(file, m.all.n, m.DT().rows);
         return;
     }
     std::fprintf(file,
                  "\nMatrix with normalized traits at community level (%d communities x %d traits adjusted to unit length):\n",
-                 m.n, m.t);
-    PrintTable(file, m.n, m.t, m.T());
+                 m.all.n, m.all.t);
+    PrintTable(file, m.all.n, m.all.t, m.T());
     std::fprintf(file,
                  "Resemblance matrix between communities based on selected traits (matrix T):\n");
-    PrintResemblance(file, m.n, m.DT().rows);
-    std::fprintf(file, "\nSimilarity matrix between %d populations, based on %d traits:\n", m.s, k);
+    PrintResemblance(file, m.all.n, m.DT().rows);
+    std::fprintf(file, "\nSimilarity matrix between %d populations, based on %d traits:\n", m.all.s, k);
     std::fprintf(file, "Traits:\t");
     PrintSubset(file, traits, k);
     std::fprintf(file, "\n");
-    PrintResemblance(file, m.s, m.S());
+    PrintResemblance(file, m.all.s, m.S());
 }
 
 /// The matrices of the criterion that takes convergence and divergence together.
-void IntermediateFile::PrintBoth(RankingMatrices& m)
+void IntermediateFile::PrintBoth(SubsetMatrices& m)
 {
-    std::fprintf(file, "\nPartition vector of %d populations in %d groups:\n", m.s, m.g);
-    PrintVectorTab(file, m.s, session.partition_OTUs, nullptr);
+    std::fprintf(file, "\nPartition vector of %d populations in %d groups:\n", m.all.s, m.all.g);
+    PrintVectorTab(file, m.all.s, session.partition_OTUs, nullptr);
     std::fprintf(file,
-                 "\nDegrees of belonging of %d populations (rows) in %d groups (columns):\n", m.s,
-                 m.g);
-    PrintTable(file, m.s, m.g, m.Q());
-    std::fprintf(file, "\nPooled performance matrix (%d relevés x %d population groups):\n", m.n,
-                 m.g);
-    PrintTable(file, m.n, m.g, m.X());
+                 "\nDegrees of belonging of %d populations (rows) in %d groups (columns):\n", m.all.s,
+                 m.all.g);
+    PrintTable(file, m.all.s, m.all.g, m.Q());
+    std::fprintf(file, "\nPooled performance matrix (%d relevés x %d population groups):\n", m.all.n,
+                 m.all.g);
+    PrintTable(file, m.all.n, m.all.g, m.X());
     std::fprintf(file, "Resemblance matrix between relevés:\n");
-    PrintResemblance(file, m.n, m.DX().rows);
+    PrintResemblance(file, m.all.n, m.DX().rows);
 }
 
 /// Crisp belonging, the sizes of the types and the average traits of their OTUs.
-void IntermediateFile::PrintAverageTraits(RankingMatrices& m, const std::vector<int>& typeSizes)
+void IntermediateFile::PrintAverageTraits(SubsetMatrices& m, const std::vector<int>& typeSizes)
 {
-    const OwnedRows belonging(m.s, m.g);
-    const OwnedRows transposed(m.g, m.s);
-    const OwnedRows averages(m.g, m.t);
-    CrispBelonging(m.s, m.g, session.partition_OTUs, belonging);
-    TransposeMatrix(m.s, m.g, belonging, transposed);
-    MatrixProdMV(m.g, m.s, m.s, m.t, transposed, m.B, averages);
-    for (int c = 0; c < m.g; c++)
-        for (int j = 0; j < m.t; j++) averages[c][j] /= typeSizes[static_cast<std::size_t>(c)];
+    const OwnedRows belonging(m.all.s, m.all.g);
+    const OwnedRows transposed(m.all.g, m.all.s);
+    const OwnedRows averages(m.all.g, m.all.t);
+    CrispBelonging(m.all.s, m.all.g, session.partition_OTUs, belonging);
+    TransposeMatrix(m.all.s, m.all.g, belonging, transposed);
+    MatrixProdMV(m.all.g, m.all.s, m.all.s, m.all.t, transposed, m.all.B, averages);
+    for (int c = 0; c < m.all.g; c++)
+        for (int j = 0; j < m.all.t; j++) averages[c][j] /= typeSizes[static_cast<std::size_t>(c)];
     std::fprintf(file,
                  "\nDegrees of belonging (crisp) of %d populations (rows) in %d types (columns):\n",
-                 m.s, m.g);
-    PrintTable(file, m.s, m.g, belonging);
+                 m.all.s, m.all.g);
+    PrintTable(file, m.all.s, m.all.g, belonging);
     std::fprintf(file, "\nGroup sizes:\n");
-    PrintVectorTab(file, m.g, typeSizes.data(), nullptr);
-    std::fprintf(file, "\nAverage trait matrix (%d types x %d traits):\n", m.g, m.t);
-    PrintTable(file, m.g, m.t, averages);
+    PrintVectorTab(file, m.all.g, typeSizes.data(), nullptr);
+    std::fprintf(file, "\nAverage trait matrix (%d types x %d traits):\n", m.all.g, m.all.t);
+    PrintTable(file, m.all.g, m.all.t, averages);
 }
 
-void IntermediateFile::PrintTypesMatrices(RankingMatrices& m, const std::vector<int>& typeSizes,
+void IntermediateFile::PrintTypesMatrices(SubsetMatrices& m, const std::vector<int>& typeSizes,
                                           std::FILE* report)
 {
     if (!IsOpen() || criterion.family == Family::convergence) return;
@@ -185,23 +179,23 @@ void IntermediateFile::PrintTypesMatrices(RankingMatrices& m, const std::vector<
         return;
     }
     std::fprintf(file, "\nPartition vector of %d populations in %d specified groups (types):\n",
-                 m.s, m.g);
-    PrintVectorTab(file, m.s, session.partition_OTUs, nullptr);
+                 m.all.s, m.all.g);
+    PrintVectorTab(file, m.all.s, session.partition_OTUs, nullptr);
     std::fprintf(file, "\nDegrees of belonging of %d populations (rows) in %d types (columns):\n",
-                 m.s, m.g);
-    PrintTable(file, m.s, m.g, m.Q());
+                 m.all.s, m.all.g);
+    PrintTable(file, m.all.s, m.all.g, m.Q());
     PrintAverageTraits(m, typeSizes);
-    std::fprintf(file, "\nPooled performance matrix X (%d communities x %d types):\n", m.n, m.g);
-    PrintTable(file, m.n, m.g, m.X());
-    if (!ComparesX()) return;
+    std::fprintf(file, "\nPooled performance matrix X (%d communities x %d types):\n", m.all.n, m.all.g);
+    PrintTable(file, m.all.n, m.all.g, m.X());
+    if (!ComparesX(criterion)) return;
     if (criterion.family == Family::alphaBeta) {
         std::fprintf(report,
                      "\nResemblance matrix DR comparing communities based on their Rao entropy expressed as equivalent numbers of OTUs (Jost 2007): \n");
-        PrintResemblance(report, m.n, m.DR().rows);
+        PrintResemblance(report, m.all.n, m.DR().rows);
     }
     std::fprintf(file,
                  "Resemblance matrix between communities based on composition of types (matrix X):\n");
-    PrintResemblance(file, m.n, m.DX().rows);
+    PrintResemblance(file, m.all.n, m.DX().rows);
 }
 
 void IntermediateFile::PrintValueLine(const SubsetStatistics& r, int nTypes)
@@ -250,7 +244,7 @@ void IntermediateFile::PrintValueLine(const SubsetStatistics& r, int nTypes)
     }
 }
 
-void IntermediateFile::PrintResiduals(RankingMatrices& m)
+void IntermediateFile::PrintResiduals(SubsetMatrices& m)
 {
     switch (criterion.family) {
     case Family::both:
@@ -264,23 +258,23 @@ void IntermediateFile::PrintResiduals(RankingMatrices& m)
     case Family::phylogeny:
         std::fprintf(file,
                      "\nResemblance matrix between communities based lon phylogeny (residuals after removing the effect of DT):\n");
-        TakeOutT(file, m, m.DP);
+        TakeOutT(file, m, m.all.DP);
         std::fprintf(file,
                      "\nResemblance matrix between communities based on traits (residuals after removing the effect of DT):\n");
         break;
     case Family::niche:
         std::fprintf(file,
                      "\nResemblance matrix between communities based on phylogeny (residuals after removing the effect of DT):\n");
-        TakeOutT(file, m, m.DP);
+        TakeOutT(file, m, m.all.DP);
         std::fprintf(file,
                      "\nResemblance matrix between communities based on traits (residuals after removing the effect of DT):\n");
         break;
     }
     // Deliberate: a criterion that does not compare X shows residuals of a DX that is 0.
-    TakeOutT(file, m, ComparesX() ? m.DX() : m.LastDX());
+    TakeOutT(file, m, ComparesX(criterion) ? m.DX() : m.LastDX());
 }
 
-void IntermediateFile::PrintValueAndResiduals(RankingMatrices& m, const SubsetStatistics& r,
+void IntermediateFile::PrintValueAndResiduals(SubsetMatrices& m, const SubsetStatistics& r,
                                               const int* traits, int k,
                                               const std::vector<int>& typeSizes)
 {

@@ -19,25 +19,24 @@ public:
     void Close() { file.Close(); }
 
     /// Before the search.
-    void PrintShared(RankingMatrices& m);
+    void PrintShared(SharedMatrices& all);
     /// Of a subset, before its evaluation. traits: k numbers from 1.
-    void PrintSubsetMatrices(RankingMatrices& m, const int* traits, int k);
+    void PrintSubsetMatrices(SubsetMatrices& m, const int* traits, int k);
     /// Of an evaluation. `report` receives the resemblance of entropies.
-    void PrintTypesMatrices(RankingMatrices& m, const std::vector<int>& typeSizes,
+    void PrintTypesMatrices(SubsetMatrices& m, const std::vector<int>& typeSizes,
                             std::FILE* report);
     /// The value, and under Mantel the residuals on DT.
     /// Deliberate: DX, and DP where there is one, are replaced by their residuals, and DP stays so
     /// for all later subsets: a ranking with this file differs from one without.
-    void PrintValueAndResiduals(RankingMatrices& m, const SubsetStatistics& r, const int* traits,
+    void PrintValueAndResiduals(SubsetMatrices& m, const SubsetStatistics& r, const int* traits,
                                 int k, const std::vector<int>& typeSizes);
 
 private:
-    void PrintPhylogeny(RankingMatrices& m);
-    void PrintBoth(RankingMatrices& m);
-    void PrintAverageTraits(RankingMatrices& m, const std::vector<int>& typeSizes);
-    bool ComparesX() const;
+    void PrintPhylogeny(SharedMatrices& all);
+    void PrintBoth(SubsetMatrices& m);
+    void PrintAverageTraits(SubsetMatrices& m, const std::vector<int>& typeSizes);
     void PrintValueLine(const SubsetStatistics& r, int nTypes);
-    void PrintResiduals(RankingMatrices& m);
+    void PrintResiduals(SubsetMatrices& m);
 
     const Criterion& criterion;
     OutputFile file;

@@ -1,5 +1,5 @@
 // The kernels of a subset search: sums over traits that a search extends by one trait at a time,
-// resemblances between communities kept ready for correlation, and belonging to types.
+// and resemblances between communities kept ready for correlation.
 //
 // A triangle is the cells above the diagonal of n objects, row by row, packed in one vector. All
 // sums run in the order of the plain routines (functional/belonging, numeric/congruence) and give
@@ -72,15 +72,21 @@ public:
     explicit Structure(int n);
 
     const int n;
-    /// n x n, upper triangle and diagonal; not written by TakeSquares and TakeColumns.
+    /// n x n, upper triangle and diagonal; only TakeRows reads them.
     const OwnedRows rows;
 
     /// The rows were written and hold no missing cell: packs them.
     void TakeRows();
     /// Roots of these sums of squares, a triangle; a sum not above 0 gives 0.
     void TakeSquares(const double* sums);
-    /// Euclidean distances of the communities by p columns, columns[j][community].
-    void TakeColumns(int p, double* const* columns);
+    /// Euclidean distances of the communities by p columns, columns[j][community]; sums of absolute
+    /// differences.
+    void TakeDistances(int p, double* const* columns);
+    void TakeDifferences(int p, double* const* columns);
+
+    /// Leaves a packed structure as deviations from its mean, as any correlation does: what several
+    /// threads correlate with has to be centred before.
+    void Centre();
 
     /// Mantel's matrix correlation (MatrixCorr) of two structures; from their rows unless both are
     /// packed.
@@ -93,9 +99,9 @@ public:
 private:
     enum class Form { rows, packed, centred };
 
-    void Centre();
+    template <typename Part>
+    void AddColumns(int p, double* const* columns, Part part);
     double CorrelateWithCentred(const Structure& other);
-    static double Quotient(double products, double squaresA, double squaresB);
 
     const long nCells;
     Form form = Form::rows;
@@ -114,31 +120,5 @@ void CongruenceOfThree(Structure& third, Structure& x, Structure& y, double* wit
 /// sums     packed upper triangle with the diagonal: similarities summed over the traits
 /// S        n x n, both triangles and the diagonal (1.0) are written
 void AverageSimilarity(int n, const double* sums, int k, double** S);
-
-/// Fuzzy belonging of OTUs to fixed types by similarities that change with every subset: what
-/// FuzzyBelonging gives where every trait compares
-/// every pair of OTUs.
-class SubsetBelonging {
-public:
-    /// partition  n labels; columns follow the labels in ascending order
-    SubsetBelonging(int n, int nGroups, const int* partition);
-
-    /// S        n x n similarities, complete
-    /// U        n x nGroups, rows of unit sum
-    void Fill(double** S, double** U);
-
-private:
-    void PoolIdenticals(double** S);
-    void AddMember(int j, const double* similarity);
-    void UnitSums(double** U);
-
-    const int n;
-    const int nGroups;
-    std::vector<int> column;                // type of each OTU
-    std::vector<std::vector<int>> members;  // OTUs of each type, ascending
-    std::vector<int> representative;        // of each OTU: itself, unless it is a duplicate
-    std::vector<char> hasDuplicates;        // of each OTU that represents others
-    std::vector<int> count;                 // members of each type, duplicates counted once
-    const OwnedRows sumsByType;             // nGroups x n
-    OwnedVector totals;                     // n
-};
+/// The same where traits leave pairs out: `counts` says how many compare a pair; none gives 0.
+void AverageSimilarity(int n, const double* sums, const double* counts, double** S);

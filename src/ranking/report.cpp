@@ -94,19 +94,19 @@ const char* MatchingAbsences()
 
 void GowerSimilarity(std::FILE* report)
 {
-    if (session.reseCSTopt == 1)
+    if (session.reseCSTopt == otusByGower)
         std::fprintf(report, "Gower similarity modified to count matching absences in binary traits? %s\n", MatchingAbsences());
 }
 
 void GowerSimilarityIndex(std::FILE* report)
 {
-    if (session.reseCSTopt == 1)
+    if (session.reseCSTopt == otusByGower)
         std::fprintf(report, "Gower similarity index modified to count matching absences in binary traits? %s\n", MatchingAbsences());
 }
 
 void GowerIndex(std::FILE* report)
 {
-    if (session.reseCSTopt == 1)
+    if (session.reseCSTopt == otusByGower)
         std::fprintf(report, "Gower index modified to count matching absences in binary traits? %s\n", MatchingAbsences());
 }
 
@@ -249,15 +249,15 @@ void PrintDivergenceRow(std::FILE* report, const SubsetStatistics& r)
 void PrintAlphaBetaRow(std::FILE* report, int number, double value)
 {
     switch (number) {
-    case 16: std::fprintf(report, "r(RE)=\t%g\tTraits:\t", value); break;
-    case 17: std::fprintf(report, "r(XE.TR)=\t%g\tTraits:\t", value); break;
-    case 18: std::fprintf(report, "r(XZ)=\t%g\tTraits:\t", value); break;
-    case 19: std::fprintf(report, "r(TZ)=\t%g\tTraits:\t", value); break;
-    case 20: std::fprintf(report, "r(XZ.T)=\t%g\tTraits:\t", value); break;
-    case 21: std::fprintf(report, "r(XY)=\t%g\tTraits:\t", value); break;
-    case 22: std::fprintf(report, "r(TY)=\t%g\tTraits:\t", value); break;
-    case 23: std::fprintf(report, "r(XY.T)=\t%g\tTraits:\t", value); break;
-    case 24: std::fprintf(report, "r(SE)=\t%g\tTraits:\t", value); break;
+    case alphaDivergence: std::fprintf(report, "r(RE)=\t%g\tTraits:\t", value); break;
+    case betaDivergence: std::fprintf(report, "r(XE.TR)=\t%g\tTraits:\t", value); break;
+    case oddsAndX: std::fprintf(report, "r(XZ)=\t%g\tTraits:\t", value); break;
+    case oddsAndT: std::fprintf(report, "r(TZ)=\t%g\tTraits:\t", value); break;
+    case oddsAndXWithoutT: std::fprintf(report, "r(XZ.T)=\t%g\tTraits:\t", value); break;
+    case smoothedAndX: std::fprintf(report, "r(XY)=\t%g\tTraits:\t", value); break;
+    case smoothedAndT: std::fprintf(report, "r(TY)=\t%g\tTraits:\t", value); break;
+    case smoothedAndXWithoutT: std::fprintf(report, "r(XY.T)=\t%g\tTraits:\t", value); break;
+    case darkDiversity: std::fprintf(report, "r(SE)=\t%g\tTraits:\t", value); break;
     default: break;
     }
 }

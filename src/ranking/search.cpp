@@ -70,13 +70,12 @@ private:
     const double timeStart;
     IntermediateFile intermediate;
     OutputFile report;
-    RankingMatrices matrices;
+    SharedMatrices shared;
+    SubsetMatrices matrices;
     const std::vector<int> typeSizes; // empty for the criterion without types
     const bool printsRows;
 
     const OwnedInts subset; // the subset, then the other traits
-    const OwnedInts states, types;
-    const OwnedVector ranges, weights; // of the traits in the order of `subset`
     SubsetStatistics statistics;
     std::vector<RankedSubset> best; // by size, from nMinTraitsChRank
     KeepTable kept;        // the best subsets
@@ -87,10 +86,10 @@ private:
 
 Search::Search(const Criterion& ranked)
     : criterion(ranked), timeStart(omp_get_wtime()), intermediate(ranked),
-      report(session.whichChorder, console.volumeName, "w"), matrices(ranked.needs),
+      report(session.whichChorder, console.volumeName, "w"), shared(ranked.needs), matrices(shared),
       typeSizes(ranked.needs.types ? CountOtusOfTypes() : std::vector<int>()),
       printsRows(session.printRankIntermedResults == 'y'), subset(session.nch),
-      states(session.nch), types(session.nch), ranges(session.nch), weights(session.nch),
+      statistics(SharedStatistics(ranked, shared)),
       kept(session.nKeepTrack, session.nch, 0.0, ranked.order),
       evaluations(session.nKeepTrack, session.nch, lowest, ranked.order),
       nIterations(TotalOfSubsets())
@@ -105,8 +104,7 @@ Search::Search(const Criterion& ranked)
 void Search::Run()
 {
     PrintRankingHead(report, criterion);
-    intermediate.PrintShared(matrices);
-    PrepareStatistics(criterion, matrices, statistics);
+    intermediate.PrintShared(shared);
     for (int k = session.nMinTraitsChRank; k <= session.nMaxTraitsChRank; k++) SearchSize(k);
     PrintRankingTail(report, criterion, kept, evaluations, best, timeStart);
     intermediate.Close();
@@ -134,23 +132,16 @@ void Search::SearchSize(int k)
 /// Goes to the next subset; false if it holds an excluded trait.
 bool Search::TakeSubset(int k, bool first)
 {
-    const int n = session.nch;
-    std::copy_n(session.onsta, n, states.values);
-    std::copy_n(session.chtype, n, types.values);
-    std::copy_n(session.chrange, n, ranges.values);
-    std::copy_n(session.weight, n, weights.values);
-    PermuteArray(n, k, subset, first);
-    ReorderVectors(n, subset, states, types, ranges, weights);
-    for (int j = 0; j < k; j++)
-        if (!(weights[j] > 0.0)) return false;
-    return true;
+    PermuteArray(session.nch, k, subset, first);
+    return std::all_of(subset.values, subset.values + k,
+                       [](int trait) { return session.weight[trait - 1] > 0.0; });
 }
 
 /// A single type says nothing of composition: then there is no evaluation, and the subset keeps
 /// the start value.
 bool Search::HasEvaluation() const
 {
-    return !criterion.needs.types || (matrices.g >= 2 && matrices.s >= 2);
+    return !criterion.needs.types || (shared.g >= 2 && shared.s >= 2);
 }
 
 void Search::EvaluateSubset(int k)
@@ -163,7 +154,7 @@ void Search::EvaluateSubset(int k)
         Evaluate(k);
         if (IsBetter(criterion.order, statistics.value, value)) {
             value = statistics.value;
-            nTypes = matrices.g;
+            nTypes = shared.g;
         }
     }
     RankedSubset& ofSize = best[static_cast<std::size_t>(k - session.nMinTraitsChRank)];
@@ -174,12 +165,14 @@ void Search::EvaluateSubset(int k)
 void Search::Evaluate(int k)
 {
     intermediate.PrintTypesMatrices(matrices, typeSizes, report);
-    statistics.value = criterion.value(matrices, statistics);
-    if (printsRows || intermediate.IsOpen()) CompleteStatistics(criterion, matrices, statistics);
+    if (printsRows || intermediate.IsOpen())
+        Complete(criterion, matrices, statistics);
+    else
+        statistics.value = ValueOf(criterion, matrices);
     if (printsRows) PrintRankingRow(report, criterion, statistics, subset, k, typeSizes);
     intermediate.PrintValueAndResiduals(matrices, statistics, subset, k, typeSizes);
     if (criterion.family == Family::niche)
-        evaluations.Enter(statistics.value, matrices.g, k, subset);
+        evaluations.Enter(statistics.value, shared.g, k, subset);
 }
 
 } // namespace
@@ -189,25 +182,4 @@ void RankTraitSubsets(const Criterion& criterion)
     InitRndNumberGenerator(static_cast<unsigned long>(std::time(nullptr)));
     session.nKeepTrack = 100;
     Search(criterion).Run();
-}
-
-void ReorderVectors(int n, int* list, int* a, int* b, double* c, double* d)
-{
-    // Follows each cycle of the permutation, so that no copies are needed; places that are done
-    // carry a negative number meanwhile.
-    for (int start = 0; start < n; start++) {
-        int i = start;
-        while (list[i] > 0) {
-            const int from = list[i] - 1;
-            list[i] = -list[i];
-            if (from != start) {
-                std::swap(a[i], a[from]);
-                std::swap(b[i], b[from]);
-                std::swap(c[i], c[from]);
-                std::swap(d[i], d[from]);
-            }
-            i = from;
-        }
-    }
-    for (int i = 0; i < n; i++) list[i] = -list[i];
 }

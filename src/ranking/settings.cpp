@@ -3,7 +3,9 @@
 #include <cstdio>
 
 #include "functional/settings.hpp"
+#include "numeric/resemblance.hpp"
 #include "numeric/statistics.hpp"
+#include "ranking/criteria.hpp"
 #include "session/session.hpp"
 #include "shell/console.hpp"
 #include "shell/prompts.hpp"
@@ -86,7 +88,7 @@ void ExplainOptions(const Offer& has)
 
 bool NeedsPhylogeny(int criterion)
 {
-    return criterion >= 11 && criterion <= 15;
+    return FindCriterion(criterion)->needs.phylogeny;
 }
 
 /// Whether the criterion is refused. Deliberate: the test is laxer than the menu; 17 to 23 pass
@@ -99,8 +101,13 @@ bool IsRefused(int criterion, const Offer& has)
     }
     if (has.environment) return false;
     switch (criterion) {
-    case 1: case 14: case 15: case 16: case 24: return true;
-    case 9: case 10: return !has.averages;
+    case convergenceAndDivergence:
+    case betaNicheConservation:
+    case alphaBetaNicheConservation:
+    case alphaDivergence:
+    case darkDiversity: return true;
+    case divergence:
+    case convergence: return !has.averages;
     default: return false;
     }
 }
@@ -127,11 +134,9 @@ int AskCriterion()
 void FixResemblance()
 {
     Session& s = session;
-    if (s.opt_struct == 10 || s.opt_struct == 16) s.rese_opt = 6;
-    if (s.traitBasedOpt != 1) {
-        s.whichObj = 'r';
-        s.rese_opt = 6;
-    }
+    const bool ofAverages = s.traitBasedOpt != 1;
+    if (ofAverages) s.whichObj = 'r';
+    if (ofAverages || s.opt_struct == alphaDivergence) s.rese_opt = euclideanDistance;
 }
 
 /// The number of types is that of the user's partition, and the only one to be searched.

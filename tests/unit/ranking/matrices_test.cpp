@@ -1,84 +1,76 @@
-// The search's own forms of the subset matrices against the plain ones: the same bits for every
-// subset, in the order of the search and out of it.
+// The quick form of the subset matrices against the general one: the same bits for every subset, in
+// the order of the search and out of it.
 #include <doctest/doctest.h>
 
-#include <cmath>
 #include <cstring>
 #include <limits>
 
 #include "numeric/random.hpp"
-#include "session/checks.hpp"
-#include "unit/ranking/plain_ranking.hpp"
 #include "unit/ranking/ranking_fixture.hpp"
 
 using namespace ranking_test;
 
 namespace {
 
-bool SameBits(double a, double b)
+/// Compares all subsets of the loaded session; with `shuffled` in a random order. Returns how many
+/// differ; `form` is the one that the search would take.
+int Differences(int number, bool shuffled, Form& form)
 {
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
-/// Compares all subsets of the loaded session; with `shuffled` in a random order.
-void CompareAll(int criterion, bool shuffled)
-{
-    const int t = session.nch;
-    RangeStates(t, session.tcst, session.csm_Float, session.chtype, session.chrange);
-    plain::Ranking plainly(criterion == 11);
-    const Criterion& ranked = *FindCriterion(criterion);
-    session.opt_struct = criterion;
-    RankingMatrices matrices(ranked.needs);
-    SubsetStatistics statistics;
-    const int nSubsets = (1 << t) - 1;
+    const Criterion& criterion = *FindCriterion(number);
+    SharedMatrices quick(criterion.needs), general(criterion.needs, Form::general);
+    SubsetMatrices quickly(quick), generally(general);
+    form = quick.form;
+    const int nSubsets = (1 << session.nch) - 1;
     OwnedInts order(nSubsets);
     InitRndNumberGenerator(7);
     RndList(nSubsets, order);
-    OwnedInts select(t);
-    std::vector<int> traits;
     int nDifferent = 0;
     for (int c = 0; c < nSubsets; c++) {
         const int bits = shuffled ? order[c] : c + 1;
-        traits.clear();
-        for (int j = 0; j < t; j++) {
-            select[j] = bits >> j & 1;
-            if (select[j] == 1) traits.push_back(j + 1);
-        }
-        matrices.Select(traits.data(), static_cast<int>(traits.size()));
-        const double value = ranked.value(matrices, statistics);
-        if (!SameBits(value, plainly.Value(criterion, select))) nDifferent++;
+        if ((bits >> 3 & 1) == 1) continue; // excluded below
+        std::vector<int> traits;
+        for (int j = 0; j < session.nch; j++)
+            if ((bits >> j & 1) == 1) traits.push_back(j + 1);
+        quickly.Select(traits.data(), static_cast<int>(traits.size()));
+        generally.Select(traits.data(), static_cast<int>(traits.size()));
+        const double a = ValueOf(criterion, quickly), b = ValueOf(criterion, generally);
+        if (std::memcmp(&a, &b, sizeof a) != 0) nDifferent++;
     }
-    CAPTURE(criterion);
-    CAPTURE(shuffled);
-    CHECK(nDifferent == 0);
+    return nDifferent;
 }
 
 } // namespace
 
-TEST_CASE("subset matrices have the bits of the plain form")
+TEST_CASE("subset matrices have the bits of the general form")
 {
-    enum Change { none, hole, emptyCommunity, infiniteTrait, crispTypes, rawTotals, twoCommunities,
-                  holeInE, negativeW };
-    struct Case { const char* fact; int n, s, resemblance; Change change; };
+    enum Change { none, hole, uncompared, emptyCommunity, infiniteTrait, crispTypes, rawTotals,
+                  saved, holeInE, negativeW, euclideanOtus };
+    struct Case { const char* fact; int n, s, resemblance; Change change; bool isQuick; };
     const Case cases[] = {
-        {"every kind of trait, identical OTUs in single traits", 9, 14, 6, none},
-        {"chord distance", 9, 14, 10, none},
-        {"absolute differences", 9, 14, 8, none},
-        {"measures called relative", 9, 14, 7, none},
-        {"a missing trait", 9, 14, 6, hole},
-        {"a community without OTUs gives NaN averages", 9, 14, 6, emptyCommunity},
-        {"an infinite trait", 9, 14, 6, infiniteTrait},
-        {"crisp types", 9, 14, 6, crispTypes},
-        {"W on its own scale", 9, 14, 6, rawTotals},
-        {"two communities: one cell each", 2, 14, 6, twoCommunities},
-        {"a missing variable", 9, 14, 6, holeInE},
-        {"negative performances", 9, 14, 6, negativeW},
-        {"odd sizes", 13, 17, 6, none},
+        {"every kind of trait, identical OTUs in single traits", 9, 14, 6, none, true},
+        {"odd sizes, chord distance", 13, 17, 10, none, true},
+        {"absolute differences", 9, 14, 8, none, true},
+        {"measures called relative", 9, 14, 7, none, true},
+        {"missing traits", 9, 14, 6, hole, true},
+        {"a pair that no trait compares", 9, 14, 6, uncompared, false},
+        {"a community without OTUs gives NaN averages", 9, 14, 6, emptyCommunity, true},
+        {"an infinite trait", 9, 14, 6, infiniteTrait, false},
+        {"crisp types", 9, 14, 6, crispTypes, true},
+        {"W on its own scale", 9, 14, 6, rawTotals, true},
+        {"two communities: one cell each", 2, 14, 6, none, false},
+        {"three communities", 3, 14, 6, none, true},
+        {"a missing variable", 9, 14, 6, holeInE, true},
+        {"negative performances", 9, 14, 6, negativeW, false},
+        {"saved structures", 9, 14, 6, saved, false},
+        {"OTUs by distance", 9, 14, 6, euclideanOtus, false},
+        {"a resemblance with oddities", 9, 14, 5, none, false},
     };
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         RankingData data = MixedData(c.n, c.s, 42);
-        if (c.change == hole) data.B[3][0] = data.B[5][1] = -999.0;
+        if (c.change == hole) data.B[3][0] = data.B[5][1] = data.B[6][1] = -999.0;
+        if (c.change == uncompared)
+            for (std::size_t j = 0; j < 5; j++) data.B[j % 2 == 0 ? 3 : 4][j] = -999.0;
         if (c.change == emptyCommunity) std::fill(data.W[4].begin(), data.W[4].end(), 0.0);
         if (c.change == infiniteTrait) data.B[2][2] = std::numeric_limits<double>::infinity();
         if (c.change == holeInE) data.E[1][0] = -999.0;
@@ -86,10 +78,21 @@ TEST_CASE("subset matrices have the bits of the plain form")
         SessionTest test;
         LoadRanking(data);
         session.rese_opt = c.resemblance;
+        session.weight[3] = 0.0;
+        session.weight_OTUs[2] = 0;
         if (c.change == crispTypes) session.fuzzy = 0;
         if (c.change == rawTotals) session.optUnitTotalAdjust2 = false;
-        for (const int criterion : {1, 9, 10, 11, 16, 17})
-            for (const bool shuffled : {false, true}) CompareAll(criterion, shuffled);
+        if (c.change == euclideanOtus) session.reseCSTopt = 2;
+        preferences.saveStruct = c.change == saved ? 'y' : 'n';
+        for (const int criterion : allCriteria) {
+            CAPTURE(criterion);
+            for (const bool shuffled : {false, true}) {
+                Form form = Form::general;
+                CHECK(Differences(criterion, shuffled, form) == 0);
+                if (criterion == 9) CHECK((form == Form::quick) == c.isQuick);
+            }
+        }
+        preferences.saveStruct = 'n';
     }
 }
 

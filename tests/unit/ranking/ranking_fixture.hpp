@@ -13,6 +13,8 @@
 
 namespace ranking_test {
 
+const int allCriteria[] = {1, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24};
+
 /// The report of a ranking of the loaded session; "Elapsed time" is masked.
 inline std::string RankingReport(int criterion)
 {
@@ -26,15 +28,6 @@ inline std::string RankingReport(int criterion)
     return text.replace(elapsed, text.find('\n', elapsed) - elapsed, "Elapsed");
 }
 
-/// What stands behind a text in the report, to the end of its line.
-inline std::string LineAfter(const std::string& report, const std::string& text)
-{
-    const std::size_t at = report.find(text);
-    if (at == std::string::npos) return "(missing: " + text + ")";
-    const std::size_t start = at + text.size();
-    return report.substr(start, report.find('\n', start) - start);
-}
-
 /// The best subset of a size, as the line of that size shows it.
 struct BestOfSize {
     double value = 0.0;
@@ -43,8 +36,10 @@ struct BestOfSize {
 
 inline BestOfSize BestOf(const std::string& report, int size)
 {
-    std::istringstream line(
-        LineAfter(report, "optimal subset with " + std::to_string(size) + " traits: \t"));
+    const std::string text = "optimal subset with " + std::to_string(size) + " traits: \t";
+    const std::size_t start = report.find(text);
+    if (start == std::string::npos) return {0.0, "(missing: " + text + ")"};
+    std::istringstream line(report.substr(start + text.size(), report.find('\n', start) - start - text.size()));
     BestOfSize best;
     std::string word;
     line >> best.value;
