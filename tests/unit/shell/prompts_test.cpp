@@ -66,12 +66,10 @@ TEST_CASE("accepted answers are copied to a macro") {
 TEST_CASE("a word prompt with a width splits long words") {
     Dialogue dialogue("abcdef g");
     char word[16];
-    ReadStringIn("%4s ", word, sizeof word);
-    CHECK(std::string(word) == "abcd");
-    ReadStringIn("%4s ", word, sizeof word);
-    CHECK(std::string(word) == "ef");
-    ReadStringIn("%s\n", word, sizeof word);
-    CHECK(std::string(word) == "g");
+    for (const char* expected : {"abcd", "ef", "g"}) {
+        ReadStringIn("%4s ", word, sizeof word);
+        CHECK(std::string(word) == expected);
+    }
     Captured errors(stderr), screen(stdout);
     CHECK_THROWS_AS(ReadStringIn("%s\n", word, sizeof word), Failure);
     CHECK(errors.Text() == "\nfile input ");
@@ -84,8 +82,7 @@ TEST_CASE("a row of labels from a file: too few words repeat the last, long ones
     Captured errors(stderr), screen(stdout);
     const OwnedTable<char> labels(4, 11);
     CHECK(ReadLongInput(4, 10, labels, "labels of traits") == 1);
-    CHECK(std::string(labels[1]) == "muchlonger");
-    CHECK(std::string(labels[3]) == "b3");
+    CHECK((std::string(labels[1]) == "muchlonger" && std::string(labels[3]) == "b3"));
     CHECK(dialogue.Screen() ==
           "Read input from file (f) or from the keyboard (k)? f/k \n"
           "Enter name of file containing the labels: \n"
@@ -104,8 +101,7 @@ TEST_CASE("an empty file of labels gives its own name to all of them") {
     Captured screen(stdout);
     const OwnedTable<char> labels(2, 11);
     ReadLongInput(2, 4, labels, "labels");
-    CHECK(std::string(labels[0]) == "empt");
-    CHECK(std::string(labels[1]) == "empt");
+    CHECK((std::string(labels[0]) == "empt" && std::string(labels[1]) == "empt"));
 }
 
 TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
@@ -143,6 +139,5 @@ TEST_CASE("while a macro is replayed a row is neither offered from a file nor co
     console.runMacro = true;
     const OwnedTable<char> labels(2, 11);
     CHECK(ReadLongInput(2, 4, labels, "labels") == 1);
-    CHECK(dialogue.Screen() == "Enter labels:\t");
-    CHECK(dialogue.Macro() == "a\tb\t\n");
+    CHECK((dialogue.Screen() == "Enter labels:\t" && dialogue.Macro() == "a\tb\t\n"));
 }

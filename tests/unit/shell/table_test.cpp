@@ -56,6 +56,7 @@ TEST_CASE("aligned tables") {
         const char* fact; int rows, columns, width, fold, used; const char* expected;
     };
     const int noFold = 2147483647;
+    int (*const PrintAsDoubles)(std::FILE*, int, int, double**, int, int) = PrintMatrix;
     const Case cases[] = {
         {"the width of the longest cell", 3, 2, 0, noFold, 9,
          " 1.23e+06\t     -999\t\n-1.25e-05\t      100\t\n        3\t        0\t\n"},
@@ -67,18 +68,16 @@ TEST_CASE("aligned tables") {
          "    3\t    0\t\n     \t    0\t\n"},
         {"one cell a line", 1, 2, 4, 0, 4, "1.23e+06\t\n    \t-999\t\n"},
     };
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        preferences.maxColsPrint = c.fold;
-        int used = -1;
-        CHECK(Printed([&](std::FILE* f) {
-                  used = PrintMatrix(f, c.rows, c.columns, matrix, 3, c.width);
-              }) == c.expected);
-        CHECK(used == c.used);
-        CHECK(Printed([&](std::FILE* f) {
-                  PrintMatrixFloat(f, c.rows, c.columns, matrix, 3, c.width);
-              }) == c.expected);
-    }
+    for (const Case& c : cases)
+        for (const auto print : {PrintAsDoubles, PrintMatrixFloat}) {
+            CAPTURE(c.fact);
+            preferences.maxColsPrint = c.fold;
+            int used = -1;
+            CHECK(Printed([&](std::FILE* f) {
+                      used = print(f, c.rows, c.columns, matrix, 3, c.width);
+                  }) == c.expected);
+            CHECK(used == c.used);
+        }
     preferences = Preferences{};
     CHECK((GetWidthMax(0, 3, matrix, 6) == 0 && GetWidthMax(1, 3, matrix, 6) == 11));
 }
