@@ -75,11 +75,28 @@ missing_for() {
     esac
 }
 
-# missing_packages program|tests COMPILER...: the packages that a build of the program, or of the
-# program and its tests, by these compilers lacks.
+# What the R package in r/kelpra imports and suggests.
+r_needs() {
+    awk '/^[A-Za-z]/ { wanted = /^(Imports|Suggests):/; sub(/^[^:]*:/, "") } wanted' r/kelpra/DESCRIPTION |
+        sed 's/([^)]*)//g' | tr -s ', ' '\n' | grep -vxE '|stats|tools|utils|graphics|grDevices|methods|parallel'
+}
+missing_for_r() {
+    local name
+    has Rscript || printf 'r-base-core '
+    for name in $(r_needs); do
+        Rscript -e "loadNamespace('$name')" > /dev/null 2>&1 || printf 'r-cran-%s ' "${name,,}"
+    done
+}
+
+# missing_packages program|tests|r COMPILER...: the packages that a build of the program, or of the
+# program and its tests, by these compilers, or the tests of the R package lack.
 missing_packages() {
     local kind=$1 name
     shift
+    if [ "$kind" = r ]; then
+        missing_for_r
+        return
+    fi
     for name in "$@"; do missing_for "$name"; done
     has_make || printf 'make '
     has_cmake || printf 'cmake '
@@ -97,7 +114,7 @@ apt_as_root() {
     "${command[@]}" "$@" < /dev/null
 }
 
-# install_needs program|tests [COMPILER...]: installs what is missing, for the compiler that CMake
+# install_needs program|tests|r [COMPILER...]: installs what is missing, for the compiler that CMake
 # would take if none is named. Stops the caller if it cannot.
 install_needs() {
     local kind=$1 missing
