@@ -191,7 +191,6 @@ void PrepareSession(const Simulation& run)
     s.hasPhylogeny = s.includePhylogeny = s.hasTraitGroups = false;
     s.phylogenyMatrixType = 0;
     s.temEnvQuant = s.temEnvQual = s.temEnvBin = 0;
-    s.optEnvVarType = 2; // quantitative with different units
     std::strcpy(s.whichPrinda, "NULL"); // no report of a session to go on with
     AllocateSettings();
     s.allocatedVariables = s.nenv;

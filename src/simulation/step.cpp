@@ -187,12 +187,12 @@ void Die(Metacommunity& m, int s, int o, std::size_t individual)
     }
 }
 
-/// Distance to the nearest other site where the OTU lives, at most 1.
+/// Distance of a site without the OTU to the nearest one where it lives.
 double NearestSource(const Metacommunity& m, int s, int o)
 {
     double nearest = 1.0;
     for (int t = 0; t < m.nSites; t++)
-        if (m.isAt[o][t] != 0 && t != s && m.D[s][t] < nearest) nearest = m.D[s][t];
+        if (m.isAt[o][t] != 0 && m.D[s][t] < nearest) nearest = m.D[s][t];
     return nearest;
 }
 

@@ -202,6 +202,8 @@ TEST_CASE("a step keeps to what the whole matrices say")
         Metacommunity m(run);
         StandardizeTraits(run, m);
         for (int set = 1; set <= 2; set++) {
+            m.recording = true; // as a set before may have left it
+            m.recordStep = 9;
             StartSet(run, m);
             int individuals = 0;
             for (int step = 1; step <= run.totalSteps; step++) {
@@ -213,6 +215,7 @@ TEST_CASE("a step keeps to what the whole matrices say")
             }
             CHECK((individuals > 0 || !c.isPeopled));
             CHECK(m.recording == (run.threshold < 1.0));
+            CHECK((m.recordStep > 0) == m.recording);
         }
     }
 }

@@ -3,23 +3,25 @@
 #include <doctest/doctest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <string>
 
 #include "simulation/evaluation.hpp"
+#include "simulation/report.hpp"
 #include "simulation/settings.hpp"
 #include "unit/session/session_fixture.hpp"
 
 namespace {
 
-/// A whole dialogue: 2 sites, 3 OTUs, a trait and a factor from files, a test of 2 iterations.
+/// A whole dialogue: 2 sites, 3 OTUs, a trait and a factor from files, Procrustes, one iteration.
 void Simulate()
 {
     InputStream answers(FileOf(
         "2 3 1 t B.txt\nr 0.2 0.6 -5 -2 r\n1 e E.txt\nn responses.txt\neffects.txt\n"
         "r 0.3 0.7 -8 -2 r 0.3 0.7 -8 -2 r 2 9 r 0.3 0.7 -8 -2 3 4 5 0.5\n"
-        "1 y 2 t 0 2 19 1 6 1 1 n y\n1 n y\n"));
+        "1 y 1 t 0 2 19 2 1 1 n y\n1 n y\n"));
     console.in = &answers;
     try {
         IFAssemblyRulesSimulation_EnvFeedback_TypeI_II_Error();
@@ -28,6 +30,7 @@ void Simulate()
         throw;
     }
     console.in = &StandardInput();
+    CHECK(Rest(answers) == "\n");
 }
 
 } // namespace
@@ -43,6 +46,27 @@ TEST_CASE("a null hypothesis is rejected at the grain of single precision")
     CHECK_FALSE(IsRejected(twoAbove, 0.05));
     CHECK_FALSE(IsRejected(std::nan(""), 0.05));
     CHECK_FALSE(IsRejected(std::numeric_limits<double>::infinity(), 1.0));
+}
+
+TEST_CASE("each rate stands behind its statistic")
+{
+    SessionTest test;
+    Simulation run;
+    run.evaluate = true;
+    session.opt_ro = 1;
+    Rejections rates(run);
+    for (int i = 0; i < nTested; i++) rates.statistics[i] = 0.01 * (i + 1);
+    ReportRates(run, rates, 0.0);
+    const std::string report = TextOfFile("FinalSimulatedData.txt");
+    // In the order of the record of the test.
+    const char* const names[] = {"XE", "TE", "XE.T", "RE", "XE.TR", "TY",
+                                 "TZ", "XY", "XZ", "XY_T", "XZ_T"};
+    for (int i = 0; i < nTested; i++) {
+        char line[40];
+        std::snprintf(line, sizeof line, "r(%s)\tP=\t%g\n", names[i], 0.01 * (i + 1));
+        CAPTURE(line);
+        CHECK(TimesIn(report, line) == 1);
+    }
 }
 
 TEST_CASE("interactions are numbered and named in the order of their rows")
@@ -76,7 +100,9 @@ TEST_CASE("a simulation leaves the session as it was, whatever allocation fails"
     WriteText("responses.txt", "-0.5");
     WriteText("effects.txt", "0.1");
     session.optmain = 'S';
-    session.nch = 7;
+    session.nch = session.nSpp = 7;
+    session.hasPhylogeny = session.hasTraitGroups = true;
+    session.temEnvQual = 1; // a nominal variable, which Procrustes refuses
     session.rese_opt = 9;
     std::strcpy(session.whichPrinda, "meadowPrinda.txt");
     int code = outOfMemory;
@@ -87,6 +113,7 @@ TEST_CASE("a simulation leaves the session as it was, whatever allocation fails"
         CHECK((code == 0 || code == outOfMemory));
         CHECK(session.optmain == 'S');
         CHECK(session.nch == 7);
+        CHECK(session.temEnvQual == 1);
         CHECK(session.rese_opt == 9);
         CHECK(session.chLabel == nullptr);
         CHECK(std::string(session.whichPrinda) == "meadowPrinda.txt");
