@@ -56,8 +56,9 @@ TEST_CASE("each rate stands behind its statistic")
     session.opt_ro = 1;
     Rejections rates(run);
     for (int i = 0; i < nTested; i++) rates.statistics[i] = 0.01 * (i + 1);
-    ReportRates(run, rates, 0.0);
-    const std::string report = TextOfFile("FinalSimulatedData.txt");
+    const OutputFile file(std::tmpfile());
+    ReportRates(file, run, rates, 0.0);
+    const std::string report = TextOf(file);
     // In the order of the record of the test.
     const char* const names[] = {"XE", "TE", "XE.T", "RE", "XE.TR", "TY",
                                  "TZ", "XY", "XZ", "XY_T", "XZ_T"};
