@@ -62,11 +62,11 @@ TEST_CASE("congruence of distances and of data")
     const ControlBlock control[] = {{2, nullptr, Z}};
     // limit (6 - 2) / 2: both axes of Z. ade4: RV.rtest and vegan: protest of resid(lm(A ~ Z)) and
     // resid(lm(B ~ Z))
-    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, 3, 2.0, 1, control) == Near(0.5852281555967997));
-    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, 2, 2.0, 1, control) == Near(0.6765569376898781));
+    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, rvCoefficient, 2.0, 1, control) == Near(0.5852281555967997));
+    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, procrustes, 2.0, 1, control) == Near(0.6765569376898781));
     // limit (6 - 2) / 4: the same with lm(. ~ prcomp(Z, scale. = TRUE)$x[, 1])
-    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, 3, 4.0, 1, control) == Near(0.7467705793110674));
-    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, 2, 4.0, 1, control) == Near(0.7662903026544586));
+    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, rvCoefficient, 4.0, 1, control) == Near(0.7467705793110674));
+    CHECK(PartialMatrixCorrelation(n, 3, 2, A, B, procrustes, 4.0, 1, control) == Near(0.7662903026544586));
 }
 
 TEST_CASE("regression of B on A and residuals")
@@ -111,7 +111,8 @@ TEST_CASE("principal coordinates")
     OwnedVector values(n);
     int nAxes = 0;
     bool noNegative = false;
-    OrdinationLib_D(n, 0, nullptr, D, vectors, scores, &nAxes, values, &noNegative, 1, 3, 1);
+    OrdinationLib_D(n, 0, nullptr, D, vectors, scores, &nAxes, values, &noNegative,
+                    principalCoordinates, euclideanMeasure, 1);
     // base: cmdscale(dist(A), k = 3, eig = TRUE)
     CHECK(nAxes == 3);
     CHECK(noNegative);
@@ -122,7 +123,8 @@ TEST_CASE("principal coordinates")
                                      0.5247028246653216}) < 1e-11);
 
     Rows bent = {{0, 1, 1, 1}, {1, 0, 1.9, 1}, {1, 1.9, 0, 1}, {1, 1, 1, 0}};
-    OrdinationLib_D(4, 0, nullptr, bent, vectors, scores, &nAxes, values, &noNegative, 1, 3, 1);
+    OrdinationLib_D(4, 0, nullptr, bent, vectors, scores, &nAxes, values, &noNegative,
+                    principalCoordinates, euclideanMeasure, 1);
     // base: cmdscale(as.dist(bent), k = 2, eig = TRUE): not Euclidean
     CHECK_FALSE(noNegative);
     CHECK(nAxes == 2);
@@ -143,7 +145,8 @@ TEST_CASE("correspondence analysis")
     OwnedVector values(5);
     int nAxes = 0;
     bool noNegative = false;
-    OrdinationLib_D(5, 4, W, G, vectors, scores, &nAxes, values, &noNegative, 3, 1, 1);
+    OrdinationLib_D(5, 4, W, G, vectors, scores, &nAxes, values, &noNegative,
+                    correspondence, crossProductMeasure, 1);
     // vegan: x <- cca(W); x$CA$eig; scores(x, display = "species", scaling = 1)
     CHECK(nAxes == 3);
     CHECK(values[0] == Near(0.54469330027675678));
@@ -156,27 +159,27 @@ TEST_CASE("resemblance of quantitative rows")
 {
     struct Case {
         const char* fact;
-        int option;
+        ResemblanceMeasure measure;
         double r12, r23, r24, r34;
     };
     const Case cases[] = {
-        {"base: tcrossprod(W)", 1, 9, 4, 3, 12},
-        {"vegan: vegdist(W, 'manhattan')", 2, 12, 8, 15, 7},
-        {"base: dist(W)", 3, 6.164414002968976, 5.291502622129181, 8.306623862918075,
+        {"base: tcrossprod(W)", crossProductMeasure, 9, 4, 3, 12},
+        {"vegan: vegdist(W, 'manhattan')", absoluteValueMeasure, 12, 8, 15, 7},
+        {"base: dist(W)", euclideanMeasure, 6.164414002968976, 5.291502622129181, 8.306623862918075,
          5.196152422706632},
-        {"base: cor(t(W))", 17, -0.5916079783099616, -0.7559289460184543, -0.8058229640253802,
+        {"base: cor(t(W))", correlationMeasure, -0.5916079783099616, -0.7559289460184543, -0.8058229640253802,
          0.4264014327112208},
-        {"vegan: vegdist(W, 'chord')", 18, 1.1642579668460553, 1.1847848775199894,
+        {"vegan: vegdist(W, 'chord')", chordMeasure, 1.1642579668460553, 1.1847848775199894,
          1.3552493068858049, 0.7344429952825181},
-        {"vegan: vegdist(W, 'bray')", 20, 0.75, 2.0 / 3.0, 0.8823529411764706,
+        {"vegan: vegdist(W, 'bray')", brayCurtisMeasure, 0.75, 2.0 / 3.0, 0.8823529411764706,
          0.5384615384615384},
-        {"base: cov(t(W))", 22, -2.333333333333333, -1.3333333333333333, -5, 1},
+        {"base: cov(t(W))", covarianceMeasure, -2.333333333333333, -1.3333333333333333, -5, 1},
     };
     Rows W = {{3, 0, 1, 4}, {0, 2, 5, 1}, {1, 1, 0, 2}, {6, 0, 0, 3}};
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         OwnedRows out(4, 4);
-        ResemblanceLib(4, 4, W, out, 1, c.option, 0, nullptr, 0.0, 0.0, 0, false);
+        ResemblanceLib(4, 4, W, out, 1, c.measure, 0, nullptr, 0.0, 0.0, 0, false);
         CHECK(out[0][1] == Near(c.r12));
         CHECK(out[2][1] == Near(c.r23));
         CHECK(out[1][3] == Near(c.r24));
@@ -188,34 +191,34 @@ TEST_CASE("resemblance of presences and absences")
 {
     struct Case {
         const char* fact;
-        int option;
+        ResemblanceMeasure measure;
         double r12, r13, r23;
     };
     // Joint frequencies: 1,2: a 2 b 2 c 1 d 2; 1,3: a 2 b 2 c 3 d 0; 2,3: a 1 b 2 c 4 d 0
     const Case cases[] = {
-        {"vegan: 1 - vegdist(P, 'jaccard', binary = TRUE)", 11, 0.4, 2.0 / 7.0, 1.0 / 7.0},
-        {"ade4: 1 - dist.binary(P, 2)^2", 12, 0.5714285714285714, 0.2857142857142857,
+        {"vegan: 1 - vegdist(P, 'jaccard', binary = TRUE)", jaccardMeasure, 0.4, 2.0 / 7.0, 1.0 / 7.0},
+        {"ade4: 1 - dist.binary(P, 2)^2", simpleMatchingMeasure, 0.5714285714285714, 0.2857142857142857,
          0.1428571428571427},
-        {"by hand: a / 7", 13, 2.0 / 7.0, 2.0 / 7.0, 1.0 / 7.0},
-        {"ade4: 1 - dist.binary(P, 7)^2", 14, 0.5773502691896260, 0.4472135954999579,
+        {"by hand: a / 7", sokalMichenerMeasure, 2.0 / 7.0, 2.0 / 7.0, 1.0 / 7.0},
+        {"ade4: 1 - dist.binary(P, 7)^2", ochiaiMeasure, 0.5773502691896260, 0.4472135954999579,
          0.2581988897471612},
-        {"vegan: 1 - vegdist(P, 'bray', binary = TRUE)", 15, 0.5714285714285714,
+        {"vegan: 1 - vegdist(P, 'bray', binary = TRUE)", sorensenMeasure, 0.5714285714285714,
          0.4444444444444444, 0.25},
-        {"base: cor(t(P))^2", 16, 0.02777777777777777, 0.3, 0.5333333333333331},
-        {"vegan: vegdist(P, 'jaccard', binary = TRUE)", 23, 0.6, 5.0 / 7.0, 6.0 / 7.0},
-        {"by hand, Baselga 2012: 2m / (a + 2m)", 24, 2.0 / 4.0, 4.0 / 6.0, 4.0 / 5.0},
-        {"by hand, Baselga 2012: dissimilarity less turnover", 25, 3.0 / 5.0 - 2.0 / 4.0,
+        {"base: cor(t(P))^2", meanSquareContingencyMeasure, 0.02777777777777777, 0.3, 0.5333333333333331},
+        {"vegan: vegdist(P, 'jaccard', binary = TRUE)", jaccardDissimilarityMeasure, 0.6, 5.0 / 7.0, 6.0 / 7.0},
+        {"by hand, Baselga 2012: 2m / (a + 2m)", jaccardTurnoverMeasure, 2.0 / 4.0, 4.0 / 6.0, 4.0 / 5.0},
+        {"by hand, Baselga 2012: dissimilarity less turnover", jaccardNestednessMeasure, 3.0 / 5.0 - 2.0 / 4.0,
          5.0 / 7.0 - 4.0 / 6.0, 6.0 / 7.0 - 4.0 / 5.0},
-        {"vegan: vegdist(P, 'bray', binary = TRUE)", 26, 3.0 / 7.0, 5.0 / 9.0, 0.75},
-        {"by hand, Baselga 2010: m / (a + m)", 27, 1.0 / 3.0, 0.5, 2.0 / 3.0},
-        {"by hand, Baselga 2010: dissimilarity less turnover", 28, 3.0 / 7.0 - 1.0 / 3.0,
+        {"vegan: vegdist(P, 'bray', binary = TRUE)", sorensenDissimilarityMeasure, 3.0 / 7.0, 5.0 / 9.0, 0.75},
+        {"by hand, Baselga 2010: m / (a + m)", sorensenTurnoverMeasure, 1.0 / 3.0, 0.5, 2.0 / 3.0},
+        {"by hand, Baselga 2010: dissimilarity less turnover", sorensenNestednessMeasure, 3.0 / 7.0 - 1.0 / 3.0,
          5.0 / 9.0 - 0.5, 0.75 - 2.0 / 3.0},
     };
     Rows P = {{1, 1, 0, 1, 0, 0, 1}, {1, 0, 0, 1, 1, 0, 0}, {0, 1, 1, 0, 1, 1, 1}};
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         OwnedRows out(3, 3);
-        ResemblanceLib(3, 7, P, out, 1, c.option, 0, nullptr, 0.0, 0.0, 0, false);
+        ResemblanceLib(3, 7, P, out, 1, c.measure, 0, nullptr, 0.0, 0.0, 0, false);
         CHECK(out[0][1] == Near(c.r12));
         CHECK(out[0][2] == Near(c.r13));
         CHECK(out[2][1] == Near(c.r23));

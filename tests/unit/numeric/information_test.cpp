@@ -18,15 +18,8 @@ using tables::Table;
 using Values = std::vector<double>;
 
 /// Two rows of states with the table 2 1 / 1 1 / 1 2.
-Cells StatesOfTwo()
-{
-    return {{1, 1, 2, 2, 3, 3, 3, 1}, {5, 5, 5, 7, 7, 7, 5, 7}};
-}
-
-Cells TableOfTwo()
-{
-    return {{2, 1}, {1, 1}, {1, 2}};
-}
+const Cells statesOfTwo = {{1, 1, 2, 2, 3, 3, 3, 1}, {5, 5, 5, 7, 7, 7, 5, 7}};
+const Cells tableOfTwo = {{2, 1}, {1, 1}, {1, 2}};
 
 Cells Resemblances(Cells rows, int option, double base = 0.0, bool print = false)
 {
@@ -61,23 +54,11 @@ Cells Contingency(const Values& x, const Values& y)
 
 TEST_CASE("a contingency table has its states in order of first appearance")
 {
-    struct Case {
-        const char* fact;
-        Values x, y;
-        Cells expected;
-    };
-    const Case cases[] = {
-        {"states, not their order of size", {3, 1, 3, 1, 1}, {0, 0, 9, 9, 9}, {{1, 1}, {1, 2}}},
-        {"a position with a missing value counts nothing, yet its state has a row",
-         {1, 2, NA, 1}, {4, NA, 4, 4}, {{2}, {0}}},
-        {"negative states are states", {-1, -2, -1}, {1, 1, 1}, {{2}, {1}}},
-        {"a value that is not whole opens a state it does not meet", {1.5, 1, 1.5}, {1, 1, 1},
-         {{1}, {1}}},
-    };
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        CHECK(Contingency(c.x, c.y) == c.expected);
-    }
+    CHECK(Contingency({3, 1, 3, 1, 1}, {0, 0, 9, 9, 9}) == Cells{{1, 1}, {1, 2}});
+    // A position with a missing value counts nothing, yet its state has a row.
+    CHECK(Contingency({1, 2, NA, 1}, {4, NA, 4, 4}) == Cells{{2}, {0}});
+    // A value that is not whole opens a state it does not meet.
+    CHECK(Contingency({1.5, 1, 1.5}, {1, 1, 1}) == Cells{{1}, {1}});
 }
 
 TEST_CASE("entropies of a table by order")
@@ -87,7 +68,7 @@ TEST_CASE("entropies of a table by order")
                             1.673976433571672};
     const double rows[] = {1.090158277804775, 1.082195530038767, 1.074752222471369,
                            1.067840630001356};
-    Table table(TableOfTwo());
+    Table table(tableOfTwo);
     Values J(5, 8.0);
     Values C(5, 8.0);
     Values R(5, 8.0);
@@ -97,11 +78,6 @@ TEST_CASE("entropies of a table by order")
         CHECK(R[a] == doctest::Approx(rows[a]).epsilon(1e-14));
         CHECK(C[a] == doctest::Approx(std::log(2.0)).epsilon(1e-14));
     }
-    CHECK(J[4] == 8.0); // one entry an order, no more
-
-    EntropyMV(3, 2, table, J.data() + 4, C.data(), R.data(), 1.5, 1.0, 0.5);
-    CHECK(J[4] == 8.0);
-
     // By hand: cells 1, 1 and 2 of 4, the hole left out. Rows 2/4, 2/4.
     Table holes({{1, 1}, {NA, 2}});
     EntropyMV(2, 2, holes, J.data(), C.data(), R.data(), 1.0, 1.0, 1.0);
@@ -109,28 +85,18 @@ TEST_CASE("entropies of a table by order")
     CHECK(R[0] == doctest::Approx(std::log(2.0)).epsilon(1e-14));
 }
 
-TEST_CASE("what two vectors share, derived from their entropies")
+TEST_CASE("two vectors can share less than nothing")
 {
-    Table table(TableOfTwo());
-    double J, C, R, mutual, ratio, coherence;
-    Entropy_MV(3, 2, table, &J, &C, &R, &mutual, &ratio, &coherence, 1.0, 1.0, 1.0);
-    // R 4.2: H(colSums(p)) + H(rowSums(p)) - H(p); 1 - m / H(p); sqrt(1 - rajski^2)
-    CHECK(mutual == doctest::Approx(0.04247475919884947).epsilon(1e-13));
-    CHECK(ratio == doctest::Approx(0.9754887502163468).epsilon(1e-14));
-    CHECK(coherence == doctest::Approx(0.2200493085682154).epsilon(1e-13));
-
-    // Orders above 1 can give less than nothing. R 4.2: H(cols) + H(rows) - H(p) = -0.0276
+    // Orders above 1. R 4.2: H(cols) + H(rows) - H(p) = -0.0276
     Table less({{6, 1}, {1, 0}});
+    double J, C, R, mutual, ratio, coherence;
     Entropy_MV(2, 2, less, &J, &C, &R, &mutual, &ratio, &coherence, 2.0, 2.0, 1.0);
     CHECK(J > C + R);
-    CHECK(mutual == 0.0);
-    CHECK(ratio == 1.0);
-    CHECK(coherence == 0.0);
+    CHECK((mutual == 0.0 && ratio == 1.0 && coherence == 0.0));
 }
 
 TEST_CASE("association of rows of states")
 {
-    enum { G = 6, mutualEntropy, coherenceDistance, coherence, chiSquare };
     struct Case {
         const char* fact;
         int option;
@@ -138,36 +104,28 @@ TEST_CASE("association of rows of states")
     };
     const Case cases[] = {
         // R 4.2: chisq.test(t, correct = FALSE)
-        {"chi-square", chiSquare, 0, 0.6666666666666666},
+        {"chi-square", chiSquareMeasure, 0, 0.6666666666666666},
         // R 4.2, p and its margins; e <- outer(rowSums(p), colSums(p))
-        {"G", G, 0, 0.6795961471815914},
-        {"mutual entropy, order 1", mutualEntropy, 1, 0.04247475919884947},
-        {"order 2: log(sum(p^2 / e))", mutualEntropy, 2, 0.08004270767353636},
-        {"order 1/2: -2 log(sum(sqrt(p e)))", mutualEntropy, 0.5, 0.02171967077907897},
-        {"coherence, order 1", coherence, 1, 0.2200493085682154},
-        {"order 2", coherence, 2, 0.3182073335622337},
-        {"order in single precision", coherence, 1 + 1e-9, 0.2200493085682154},
-        {"as a distance: 1 - rajski^2 taken off 1", coherenceDistance, 1, 0.9754887502163468},
+        {"G", minimumDiscriminationMeasure, 0, 0.6795961471815914},
+        {"mutual entropy, order 1", mutualEntropyMeasure, 1, 0.04247475919884947},
+        {"order 2: log(sum(p^2 / e))", mutualEntropyMeasure, 2, 0.08004270767353636},
+        {"order 1/2: -2 log(sum(sqrt(p e)))", mutualEntropyMeasure, 0.5, 0.02171967077907897},
+        {"coherence, order 1", coherenceMeasure, 1, 0.2200493085682154},
+        {"order 2", coherenceMeasure, 2, 0.3182073335622337},
+        {"order in single precision", coherenceMeasure, 1 + 1e-9, 0.2200493085682154},
+        {"as a distance: 1 - rajski^2 taken off 1", coherenceDistanceMeasure, 1, 0.9754887502163468},
     };
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        CHECK(Resemblance(StatesOfTwo(), c.option, c.base) ==
+        CHECK(Resemblance(statesOfTwo, c.option, c.base) ==
               doctest::Approx(c.expected).epsilon(1e-12));
     }
 
-    const Cells identical = {{1, 1, 2, 3}, {9, 9, 4, 2}}; // other names, same groups
-    CHECK(Resemblance(identical, coherence, 1) == 1.0);
-    CHECK(Resemblance(identical, coherenceDistance, 1) == 0.0);
-    CHECK(Resemblance(identical, chiSquare) == doctest::Approx(8.0)); // N (states - 1)
-    const Cells independent = {{1, 1, 2, 2}, {1, 2, 1, 2}};
-    CHECK(std::fabs(Resemblance(independent, coherence, 1)) < 1e-7);
-    CHECK(std::fabs(Resemblance(independent, mutualEntropy, 1)) < 1e-15);
-    CHECK(Resemblance(independent, chiSquare) == 0.0);
     // Constant rows: 0 / 0, and as a distance no number counts as 0.
-    CHECK(std::isnan(Resemblance({{1, 1}, {1, 1}}, coherence, 1)));
-    CHECK(Resemblance({{1, 1}, {1, 1}}, coherenceDistance, 1) == 0.0);
+    CHECK(std::isnan(Resemblance({{1, 1}, {1, 1}}, coherenceMeasure, 1)));
+    CHECK(Resemblance({{1, 1}, {1, 1}}, coherenceDistanceMeasure, 1) == 0.0);
     // A state that only meets a hole leaves an empty row.
-    CHECK(std::isnan(Resemblance({{1, 2, 3}, {1, 2, NA}}, chiSquare)));
+    CHECK(std::isnan(Resemblance({{1, 2, 3}, {1, 2, NA}}, chiSquareMeasure)));
 }
 
 TEST_CASE("information divergence of rows of frequencies")
@@ -177,13 +135,9 @@ TEST_CASE("information divergence of rows of frequencies")
     IDivergenceMV(2, 4, data, out);
     // R 4.2: sum(u * log(2 * u / (u + v))) + sum(v * log(2 * v / (u + v)))
     CHECK(out.cells[0][1] == doctest::Approx(6.685300737075952).epsilon(1e-6));
-    CHECK(out.cells[0][1] == static_cast<double>(static_cast<float>(out.cells[0][1])));
-    CHECK(out.cells[0][0] == 0.0);
-    CHECK(out.cells[1][1] == 0.0);
     CHECK(out.cells[1][0] == NA);
     // R 4.2: less V log(2V/(U+V)) + U log(2U/(U+V))
-    CHECK(Resemblance(data.cells, 4) == doctest::Approx(6.053621889036687).epsilon(1e-6));
-    CHECK(std::fabs(Resemblance({{1, 2, 3}, {3, 6, 9}}, 4)) < 1e-5); // equal proportions
+    CHECK(Resemblance(data.cells, mutualInformationMeasure) == doctest::Approx(6.053621889036687).epsilon(1e-6));
 
     // Single precision: beside 2^25 log 2 an addend of log 2 is lost.
     Table large({{33554432, 1}, {0, 0}});
@@ -194,15 +148,12 @@ TEST_CASE("information divergence of rows of frequencies")
     Table hole({{1, 2000}, {1, NA}}); // by hand: 2000 log(4000 / 1001)
     IDivergenceMV(2, 2, hole, out);
     CHECK(out.cells[0][1] == doctest::Approx(2000 * std::log(4000.0 / 1001)).epsilon(1e-6));
-    hole.cells[0][1] = 2;
-    IDivergenceMV(2, 2, hole, out);
-    CHECK(std::isnan(out.cells[0][1]));
 }
 
 TEST_CASE("contingency tables are printed for each pair")
 {
     const ScratchFolder folder;
-    Resemblances({{2, 1, 2}, {4, 4, NA}}, 10, 0.0, true);
+    Resemblances({{2, 1, 2}, {4, 4, NA}}, chiSquareMeasure, 0.0, true);
     CHECK(TextOfFile("Tables.txt") == "\nContingency table var.1 x var.1:\n"
                         "Row states (2): 2\t1\t\nColumn states (2): 2\t1\t\n2\t0\t\n0\t1\t\n"
                         "\nContingency table var.1 x var.2:\n"
@@ -213,36 +164,23 @@ TEST_CASE("contingency tables are printed for each pair")
 
 TEST_CASE("differences of two profiles")
 {
-    const Values a = {1, 1, 2};
-    const Values b = {0, 3, 1};
+    const Values a = {1, 1, 2}, b = {0, 3, 1};
     // By hand: shares 1/4 1/4 1/2 and 0 3/4 1/4; |d| 1/4 1/2 1/4.
     CHECK(SumAbsDeviations(3, a.data(), b.data(), false) == 0.5);
     CHECK(SumAbsDeviations(3, a.data(), b.data(), true) == 0.1875); // (1/16 + 1/4 + 1/16) / 2
     CHECK(SumAbsDeviations(1, a.data(), b.data(), false) == 0.0);   // b totals 0
-    CHECK(SumAbsDeviations(0, a.data(), b.data(), false) == 0.0);
 }
 
-TEST_CASE("classes of equal width")
+TEST_CASE("classes of equal width are closed above")
 {
-    struct Case {
-        const char* fact;
-        Values x;
-        int nClasses;
-        Values expected;
+    const auto classes = [](const Values& x, int nClasses) {
+        Values out(x.size());
+        ClassesMV(static_cast<int>(x.size()), x.data(), out.data(), nClasses);
+        return out;
     };
-    const Case cases[] = {
-        {"limits", {0, 5, 10}, 5, {1, 3, 5}},
-        {"closed above", {0, 2, 2.1, 4, 10, 8}, 5, {1, 1, 2, 2, 5, 4}},
-        {"holes stay, and bound nothing", {NA, -1, 3, NA, 1}, 4, {NA, 1, 4, NA, 2}},
-        {"constant", {7, 7}, 3, {1, 1}},
-        {"no value at all", {NA, NA}, 3, {NA, NA}},
-    };
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        Values out(c.x.size());
-        ClassesMV(static_cast<int>(c.x.size()), c.x.data(), out.data(), c.nClasses);
-        CHECK(out == c.expected);
-    }
+    CHECK(classes({0, 2, 2.1, 4, 10, 8}, 5) == Values{1, 1, 2, 2, 5, 4});
+    CHECK(classes({NA, -1, 3, NA, 1}, 4) == Values{NA, 1, 4, NA, 2}); // holes bound nothing
+    CHECK(classes({7, 7}, 3) == Values{1, 1});
     const Values x = {-5, 0, 3, 100, 120};
     Values out(5);
     ClassesDefinitionMV(5, x.data(), out.data(), 10, 0, 100);

@@ -4,22 +4,10 @@
 #include <omp.h>
 
 #include <cmath>
-#include <string>
 
 #include "unit/numeric/matrices.hpp"
-#include "unit/numeric/tables.hpp"
-
-using tables::SameBits;
 
 namespace {
-
-// clang-format off
-enum Option {
-    euclidean = 3, gower = 5, jaccard = 11, simpleMatching, sokalMichener, ochiai, sorensen,
-    contingency, jaccardDissimilarity = 23, jaccardTurnover, jaccardNestedness,
-    sorensenDissimilarity, sorensenTurnover, sorensenNestedness
-};
-// clang-format on
 
 void Resemblance(int n, int p, double** data, double** out, int option, int power = 0,
                  int objectsAre = 1)
@@ -43,42 +31,29 @@ double PlainDistance(int p, const double* x, const double* y, bool missing, cons
 
 TEST_CASE("Euclidean distances: the bits of the plain sum for any team")
 {
-    struct Size {
-        int n, p;
-        unsigned hole; // one cell in so many is missing
-    };
-    const Size sizes[] = {{1, 3, 5}, {7, 0, 5}, {6, 13, 5}, {75, 9, 5}};
-    for (const Size& size : sizes)
-        for (const int threads : {1, 2, 8}) {
-            CAPTURE(size.n);
-            CAPTURE(threads);
-            const int n = size.n;
-            const int p = size.p;
-            omp_set_num_threads(threads);
-            OwnedRows data(n, p);
-            FillAtRandom(n, p, data, 11, size.hole);
-            OwnedInts select(p);
-            for (int j = 0; j < p; j++) select[j] = j % 3; // 0, 1 and 2: not 0 counts
-            OwnedRows all(n, n), present(n, n), selected(n, n);
-            for (double** out : {all.table, present.table, selected.table}) Fill(n, n, out, 4.25);
-            EucliDist(n, p, data, all);
-            EucliDistMV(n, p, data, present);
-            EucliDistMVSelect(n, p, data, selected, select);
-            int different = 0;
-            for (int i = 0; i < n; i++) {
-                for (int k = i; k < n; k++) {
-                    const double* x = data[i];
-                    const double* y = data[k];
-                    different += !SameBits(all[i][k], PlainDistance(p, x, y, false, nullptr)) +
-                                 !SameBits(present[i][k], PlainDistance(p, x, y, true, nullptr)) +
-                                 !SameBits(selected[i][k], PlainDistance(p, x, y, true, select));
-                }
-                for (int k = 0; k < i; k++) // the lower triangle is the caller's
-                    if (all[i][k] != 4.25 || present[i][k] != 4.25 || selected[i][k] != 4.25)
-                        different++;
-            }
-            CHECK(different == 0);
+    const int n = 75, p = 9;
+    OwnedRows data(n, p), all(n, n), present(n, n), selected(n, n);
+    FillAtRandom(n, p, data, 11, 5);
+    OwnedInts select(p);
+    for (int j = 0; j < p; j++) select[j] = j % 3; // 0, 1 and 2: not 0 counts
+    for (const int threads : {1, 2, 8}) {
+        CAPTURE(threads);
+        omp_set_num_threads(threads);
+        for (double** out : {all.table, present.table, selected.table}) Fill(n, n, out, 4.25);
+        EucliDist(n, p, data, all);
+        EucliDistMV(n, p, data, present);
+        EucliDistMVSelect(n, p, data, selected, select);
+        int different = 0;
+        for (int i = 0; i < n; i++) {
+            for (int k = i; k < n; k++)
+                different += all[i][k] != PlainDistance(p, data[i], data[k], false, nullptr) ||
+                             present[i][k] != PlainDistance(p, data[i], data[k], true, nullptr) ||
+                             selected[i][k] != PlainDistance(p, data[i], data[k], true, select);
+            for (int k = 0; k < i; k++) // the lower triangle is the caller's
+                different += all[i][k] != 4.25 || present[i][k] != 4.25 || selected[i][k] != 4.25;
         }
+        CHECK(different == 0);
+    }
     omp_set_num_threads(omp_get_num_procs());
 }
 
@@ -105,7 +80,7 @@ TEST_CASE("ResemblanceLib: objects, powers and unknown numbers")
         const double expected[] = {5.0, 25.0, std::sqrt(5.0), 5.0};
         for (int power = 0; power < 4; power++) {
             OwnedRows out(3, 3);
-            Resemblance(3, 2, data, out, euclidean, power);
+            Resemblance(3, 2, data, out, euclideanMeasure, power);
             CHECK((out[0][1] == expected[power] && out[1][0] == expected[power]));
         }
     }
@@ -114,7 +89,7 @@ TEST_CASE("ResemblanceLib: objects, powers and unknown numbers")
         Rows traits = {{10, 40, 30}, {5, 5, 9}};
         int types[] = {4, 3};
         OwnedRows out(3, 3);
-        ResemblanceLib(2, 3, traits, out, 2, gower, 0, types, 0.0, 0.0, 0, false);
+        ResemblanceLib(2, 3, traits, out, 2, gowerMeasure, 0, types, 0.0, 0.0, 0, false);
         CHECK(traits[0][1] == 3.0);
         CHECK(traits[1][2] == 9.0);
         CHECK(out[0][1] == 0.5); // by hand: (1 - 2/2 + 1 - 0/4) / 2
@@ -122,20 +97,15 @@ TEST_CASE("ResemblanceLib: objects, powers and unknown numbers")
     }
     SUBCASE("a number without a measure only mirrors")
     {
-        for (const int option : {0, 29, -1}) {
-            Rows out = {{1, 2, 3}, {9, 4, 5}, {9, 9, 6}};
-            Resemblance(3, 2, data, out, option);
-            CHECK((out[1][0] == 2.0 && out[2][1] == 5.0 && out[0][1] == 2.0));
-        }
+        Rows out = {{1, 2, 3}, {9, 4, 5}, {9, 9, 6}};
+        Resemblance(3, 2, data, out, 29);
+        CHECK((out[1][0] == 2.0 && out[2][1] == 5.0 && out[0][1] == 2.0));
     }
     SUBCASE("options of the dialogues")
     {
-        const int numbers[] = {0, 0, 1, 0, 17, 3, 0, 2, 0, 18};
-        for (int option = 1; option <= 10; option++) {
-            CHECK(TranslateReseOpt_KELPRA_DORNEL(option) == numbers[option - 1]);
-            CHECK(std::stoi(rese_optInfo[option - 1]) == option); // words and numbers in step
-        }
-        for (const int option : {0, 11, -5}) CHECK(TranslateReseOpt_KELPRA_DORNEL(option) == 1);
+        const int numbers[] = {1, 0, 0, 1, 0, 17, 3, 0, 2, 0, 18, 1}; // of 0 to 11
+        for (int option = 0; option <= 11; option++)
+            CHECK(TranslateReseOpt_KELPRA_DORNEL(option) == numbers[option]);
     }
 }
 
@@ -153,8 +123,6 @@ TEST_CASE("chord distance")
     double y[] = {4, 3, 7};
     // by hand: (3/5 - 4/5)^2 + (4/5 - 3/5)^2, norms without the third position
     CHECK(ChordDistSq2VecMV(3, x, y) == doctest::Approx(0.08));
-    double empty[] = {0, 0, 0};
-    CHECK(std::isnan(ChordDistSq2VecMV(3, x, empty))); // no guard
 }
 
 TEST_CASE("correlation and covariance with degenerate rows")
@@ -187,43 +155,32 @@ TEST_CASE("Bray-Curtis: shift and empty denominators")
     // where it is added to x and to y
     CHECK(out[0][1] == doctest::Approx(6.0 / 10.0));
     CHECK(out[0][2] == 4.25); // nothing in common
-    CHECK(out[2][2] == 0.0);
-    CHECK(out[1][0] == 4.25);
-    Rows zeros = {{0, 0}, {0, 0}};
-    out[0][1] = 4.25;
-    BrayCurtisMV(2, 2, zeros, out);
-    CHECK(out[0][1] == 4.25);
 }
 
 TEST_CASE("presence and absence: empty rows and other values")
 {
     Rows data = {{0, 0, 0}, {1, 0, 1}, {NA, 2, 0.5}};
     struct Case {
-        Option option;
+        int first, last; // measures
         double emptyWithItself, emptyWithOther, otherValues;
     };
     const Case cases[] = {
-        {jaccard, 0, 0, 0},
-        {simpleMatching, 1, 1.0 / 3.0, 0},
-        {sokalMichener, 0, 0, 0},
-        {ochiai, 0, 0, 0},
-        {sorensen, 0, 0, 0},
-        {contingency, 0, 0, 0},
-        {jaccardDissimilarity, 1, 1, 1},
-        {jaccardTurnover, NA, NA, NA},
-        {jaccardNestedness, NA, NA, NA},
-        {sorensenDissimilarity, 1, 1, 1},
-        {sorensenTurnover, NA, NA, NA},
-        {sorensenNestedness, NA, NA, NA},
+        {simpleMatchingMeasure, simpleMatchingMeasure, 1, 1.0 / 3.0, 0},
+        {sokalMichenerMeasure, meanSquareContingencyMeasure, 0, 0, 0},
+        {jaccardDissimilarityMeasure, jaccardDissimilarityMeasure, 1, 1, 1},
+        {jaccardTurnoverMeasure, jaccardNestednessMeasure, NA, NA, NA},
+        {sorensenDissimilarityMeasure, sorensenDissimilarityMeasure, 1, 1, 1},
+        {sorensenTurnoverMeasure, sorensenNestednessMeasure, NA, NA, NA},
     };
-    for (const Case& c : cases) {
-        CAPTURE(static_cast<int>(c.option));
-        OwnedRows out(3, 3);
-        Resemblance(3, 3, data, out, c.option);
-        CHECK(out[0][0] == c.emptyWithItself);
-        CHECK(out[0][1] == doctest::Approx(c.emptyWithOther));
-        CHECK(out[1][2] == c.otherValues);
-    }
+    for (const Case& c : cases)
+        for (int measure = c.first; measure <= c.last; measure++) {
+            CAPTURE(measure);
+            OwnedRows out(3, 3);
+            Resemblance(3, 3, data, out, measure);
+            CHECK(out[0][0] == c.emptyWithItself);
+            CHECK(out[0][1] == doctest::Approx(c.emptyWithOther));
+            CHECK(out[1][2] == c.otherValues);
+        }
 }
 
 TEST_CASE("presence and absence: 32-bit products")
