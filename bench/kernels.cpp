@@ -11,7 +11,7 @@
 #include "lines.hpp"
 #include "permutation/mantel.hpp"
 #include "reference/permtest_data.hpp"
-#include "reference/plain_permtest.hpp"
+#include "plain_permtest.hpp"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "lines.hpp"
 #include "numeric/random.hpp"
 #include "reference/permtest_data.hpp"
-#include "reference/plain_permtest.hpp"
+#include "plain_permtest.hpp"
 
 namespace {
 

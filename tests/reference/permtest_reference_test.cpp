@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "numeric/random.hpp"
-#include "reference/permtest_data.hpp"
-#include "reference/plain_permtest.hpp"
+#include "permutation/general.hpp"
+#include "permutation/lists.hpp"
+#include "unit/permutation/permutation_fixture.hpp"
 
 namespace {
 
@@ -16,6 +16,28 @@ struct Value { Statistic which; double value; };
 using Expected = std::vector<Value>;
 
 constexpr double sixDigits = 1e-6; // E is in single precision after its standardisation
+
+struct Arrangement {
+    std::vector<int> list;
+    std::vector<double> statistics;
+};
+
+// The first `count` random arrangements of seed 1.
+std::vector<Arrangement> FirstArrangements(PermTestData& data, int count)
+{
+    const PermutationInputs in(data.input);
+    GeneralWorkspace w(in, false);
+    InitRndNumberGenerator(1);
+    ListDrawer drawer(in);
+    std::vector<Arrangement> arrangements;
+    for (int i = 0; i < count; i++) {
+        std::vector<int> list(static_cast<std::size_t>(in.orderLength));
+        drawer.Draw(list.data());
+        EvaluateOrder(list.data(), in, w);
+        arrangements.push_back({list, w.statistics.value});
+    }
+    return arrangements;
+}
 
 void CheckStatistics(const double* statistics, const Expected& expected)
 {
@@ -81,9 +103,8 @@ TEST_CASE("P of three communities of one OTU, by hand")
         auto data = ThreeAlone();
         data->input.nIter = 10;
         data->input.twoTailed = twoTailed;
-        std::vector<PlainIteration> iterations;
-        PlainPermTest(&data->input, 1, &iterations);
-        REQUIRE(iterations.size() == 9);
+        RunTest(*data, 1);
+        const std::vector<Arrangement> iterations = FirstArrangements(*data, 9);
         for (std::size_t i = 0; i < 9; i++) {
             CHECK(iterations[i].list == drawn[i].list);
             CHECK(iterations[i].statistics[rTE] == doctest::Approx(drawn[i].r).epsilon(sixDigits));
@@ -99,8 +120,8 @@ TEST_CASE("dune: statistics of matrix correlation, and P of 20 arrangements")
     auto data = DuneData();
     data->input.nIter = 20;
     data->input.sqrtPhyl = true;
-    std::vector<PlainIteration> iterations;
-    PlainPermTest(&data->input, 1, &iterations);
+    RunTest(*data, 1);
+    const Arrangement first = FirstArrangements(*data, 1)[0];
 
     // vegan 2.6-4: mantel, mantel.partial. roBF: sign reversed, mantel gives -0.596587735.
     CheckStatistics(data->input.results, {
@@ -112,11 +133,10 @@ TEST_CASE("dune: statistics of matrix correlation, and P of 20 arrangements")
     });
 
     // NumPy 1.24, seed_lists.py 1 30 1; then the same R, on OTUs in that order.
-    REQUIRE(iterations.size() == 19);
-    CHECK(iterations[0].list == std::vector<int>{13, 30, 23, 29, 5, 9, 14, 2, 12, 7,
+    CHECK(first.list == std::vector<int>{13, 30, 23, 29, 5, 9, 14, 2, 12, 7,
                                                  6, 19, 16, 20, 10, 26, 22, 8, 25, 4,
                                                  11, 24, 28, 27, 1, 3, 18, 21, 15, 17});
-    CheckStatistics(iterations[0].statistics, {
+    CheckStatistics(first.statistics.data(), {
         {rTE, 0.22911407069}, {rXE, 0.17950310389}, {rXE_T, -0.05193418524},
         {rRE, 0.13802291083}, {rXE_TR, -0.06047913681}, {roPE, 0.22236119913},
         {roPT, 0.97601218163}, {roPX, 0.81238095705}, {roPX_T, -0.51685941334},
@@ -137,16 +157,15 @@ TEST_CASE("aravo: statistics of matrix correlation, and P of 20 arrangements")
 {
     auto data = AravoData();
     data->input.nIter = 20;
-    std::vector<PlainIteration> iterations;
-    PlainPermTest(&data->input, 1, &iterations);
+    RunTest(*data, 1);
+    const Arrangement first = FirstArrangements(*data, 1)[0];
 
     // vegan 2.6-4: mantel, mantel.partial
     CheckStatistics(data->input.results, {
         {rTE, 0.284662140}, {rXE, 0.424623739}, {rXE_T, 0.333890005}, {rRE, 0.267240093},
         {rXE_TR, 0.290943626},
     });
-    REQUIRE(iterations.size() == 19);
-    CheckStatistics(iterations[0].statistics, {
+    CheckStatistics(first.statistics.data(), {
         {rTE, 0.3051656544}, {rXE, 0.3004434960}, {rXE_T, 0.1212454824}, {rRE, 0.0870846828},
         {rXE_TR, 0.1235387583},
     });
@@ -181,7 +200,7 @@ TEST_CASE("statistics of the RV and Procrustes coefficients")
         auto data = c.dune ? DuneData() : AravoData();
         data->input.measure = c.measure;
         data->input.sqrtPhyl = true;
-        PlainPermTest(&data->input, 1);
+        RunTest(*data, 1);
         CheckStatistics(data->input.results, c.expected);
     }
 }
@@ -191,7 +210,7 @@ TEST_CASE("dune: regression of trait averages and diversity on the variables")
     auto data = DuneData();
     data->input.measure = 4;
     data->input.sqrtPhyl = true;
-    PlainPermTest(&data->input, 1);
+    RunTest(*data, 1);
     // R 4.2: summary(lm(y ~ E))$r.squared for the 7 traits, Rf and Rp
     const double rSquares[] = {0.364762480, 0.742465657, 0.792715200, 0.875707682, 0.747199315,
                                0.662582234, 0.316427292, 0.423354068, 0.529304843};
@@ -212,7 +231,7 @@ TEST_CASE("aravo: pseudo-F of the landform")
     data->input.E = form;
     data->input.nEnvSelected = 1;
     data->input.measure = 5;
-    PlainPermTest(&data->input, 1);
+    RunTest(*data, 1);
     // vegan 2.6-4: adonis2, sum of squares of the factor / residual sum of squares
     CHECK(data->fT[0] == doctest::Approx(0.331749302).epsilon(sixDigits));
     CHECK(data->fX[0] == doctest::Approx(0.958812844).epsilon(sixDigits));

@@ -1,4 +1,4 @@
-#include "reference/plain_permtest.hpp"
+#include "plain_permtest.hpp"
 
 #include <cmath>
 #include <cstdint>
