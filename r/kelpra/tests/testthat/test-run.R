@@ -35,7 +35,9 @@ test_that("shuffled, turned, semicolon-and-comma tables give the report of hand-
     kelpra:::run_program(
       folder, readLines(file.path(folder, paste0("answers_", case[[2]], ".txt")))
     )
-    by_hand <- readLines(file.path(folder, paste0(case[[1]], "Prinda.txt")))
+    report <- file.path(folder, paste0(case[[1]], "Prinda.txt"))
+    by_hand <- readLines(report)
+    expect_true(kelpra_verify(report)$same)
     fit <- do.call(kelpra, c(list(case[[3]], session = case[[1]]), case[[4]]))
     expect_identical(
       kelpra:::masked(readLines(fit$report)), kelpra:::masked(by_hand),
@@ -93,6 +95,13 @@ test_that("statistics and matrices are those of vegan, ade4, cluster and base R"
   model <- lm(fit$matrices$Tn[, "SLA"] ~ E)
   expect_close(stat(fit, "r-square of SLA"), summary(model)$r.squared)
   expect_close(stat(fit, "Snow on SLA"), coef(model)[["ESnow"]] / sqrt(nrow(E) - 1) * (nrow(E) - 1))
+})
+
+test_that("missing traits are left out of the means of communities", {
+  need_program()
+  fit <- kelpra(small_data(), iterations = 2)
+  by_hand <- c(11 / 4, 4, 19 / 3, 9)
+  expect_equal(unname(fit$matrices$T[, "height"]), by_hand, tolerance = 1e-6)
 })
 
 test_that("tables with phylogeny are under their own names", {
