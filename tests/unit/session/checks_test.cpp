@@ -1,17 +1,10 @@
 #include "session/checks.hpp"
 
-#include <doctest/doctest.h>
-
-#include <cmath>
-#include <cstring>
-#include <limits>
 #include <random>
 
 #include "unit/session/session_fixture.hpp"
 
 namespace {
-
-using Words = std::vector<std::string>;
 
 /// A session in memory; what depends on sizes is allocated with them. Marks are rows of '0' and
 /// '1': species by communities, OTUs by species.
@@ -56,15 +49,8 @@ void MakeSpecies(const Words& species)
 
 Words Names() { return WordsOf(session.spp, session.nSpp); }
 
-Words Marks(char** marks, int rows, int columns)
-{
-    Words copy;
-    for (int i = 0; i < rows; i++) copy.emplace_back(marks[i], static_cast<std::size_t>(columns));
-    return copy;
-}
-
-Words MarksOfOTUs() { return Marks(session.cstSppMap, session.tcst, session.nSpp); }
-Words MarksOfSpecies() { return Marks(session.sppRelMap, session.nSpp, session.ncsm); }
+Words MarksOfOTUs() { return MarksOf(session.cstSppMap, session.tcst, session.nSpp); }
+Words MarksOfSpecies() { return MarksOf(session.sppRelMap, session.nSpp, session.ncsm); }
 
 } // namespace
 
@@ -146,7 +132,7 @@ TEST_CASE("distinct states and ranges of traits")
     double* matrix[] = {rows[0], rows[1], rows[2], rows[3]};
     OwnedInts counts(4);
     CountStates(4, 4, counts, matrix);
-    CHECK(IntsOf(counts, 4) == std::vector<int>{0, 3, 1, 3});
+    CHECK(IntsOf(counts, 4) == Ints{0, 3, 1, 3});
 
     const int types[] = {3, 3, 3, 2};
     double ranges[] = {9, 9, 9, 9};
@@ -174,7 +160,7 @@ TEST_CASE("empty OTUs leave, and all that belongs to OTUs follows")
     CHECK(RowsOf(session.cadat, 3, 3) == Rows{{1, 0, 0}, {0, -999, 0}, {0, 2e-13, 0}});
     CHECK(RowsOf(session.phylogenyRese, 3, 3) == Rows{{11, 13, 14}, {31, 33, 34}, {41, 43, 44}});
     CHECK(RowsOf(session.phylogenyData, 3, 1) == Rows{{1}, {3}, {4}});
-    CHECK(IntsOf(session.ncst, 3) == std::vector<int>{1, 2, 0});
+    CHECK(IntsOf(session.ncst, 3) == Ints{1, 2, 0});
     CHECK(session.emptyReleves == 1);
     CHECK(session.onsta[0] == 3);
     CHECK(session.chrange[0] == 3);

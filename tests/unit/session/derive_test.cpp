@@ -1,19 +1,12 @@
 #include "session/derive.hpp"
 
-#include <doctest/doctest.h>
-
 #include <chrono>
-#include <cstring>
 
-#include "session/formda.hpp"
 #include "session/groups.hpp"
 #include "session/track.hpp"
-#include "shell/console.hpp"
 #include "unit/session/session_fixture.hpp"
 
 namespace {
-
-using Words = std::vector<std::string>;
 
 // 3 traits in 2 groups, 6 communities, 4 OTUs of 3 species, the third OTU nowhere; 3 variables.
 const std::string source =
@@ -25,76 +18,38 @@ const std::string source =
     "3\nnames.txt\nAbies alba\nBetula pendula\nCedrus\n111111\n000101\n110011\n100\n010\n100\n001\n"
     "SMW 1\n1\n3\n0 .1 .2 .3\n.1 0 .4 .5\n.2 .4 0 .6\n.3 .5 .6 0\n1\n1 1 2\n";
 /// The same without the nominal variable.
-std::string WithoutNominal()
-{
-    return Replaced(source, "5\n3 2 1", "5\n3 3 1");
-}
+std::string WithoutNominal() { return Replaced(source, "5\n3 2 1", "5\n3 3 1"); }
 
-const std::string keepTraitsAndOTUs = "1\n1\n";
-
+/// The session "a" is derived from "s".
 struct Derived : SessionTest {
     explicit Derived(const std::string& data = source)
     {
-        std::strcpy(console.sessionName, "d");
-        std::strcpy(session.whichTrack, "dTrk.txt");
         WriteText("sFormda.txt", data);
         WriteText("sTrk.txt", "sFormda.txt\n07Jul17\n");
     }
-    ~Derived() { console.sessionName[0] = '\0'; }
 
-    /// The code that the dialogue ends with, and the answers that it did not take.
-    static int Derive(const std::string& answers, std::string* left = nullptr)
+    static int Derive(const std::string& answers)
     {
         std::strcpy(session.tempSession, "s");
         std::strcpy(session.whichFormda, "sFormda.txt");
-        Type(answers + '#');
-        const int code = CodeOf([] { PickSomeFormda(); });
-        for (int c = StandardInput().Get(); c != '#' && c != EOF; c = StandardInput().Get())
-            if (left != nullptr && c != '\n') *left += static_cast<char>(c);
-        return code;
+        return CodeWith(answers, [] { PickSomeFormda(); });
     }
 
-    /// Derives with all answers used up, and takes the written data set back in.
+    /// Derives and takes the written data set back in.
     static void DeriveAndLoad(const std::string& answers)
     {
-        std::string left;
-        REQUIRE(Derive(answers, &left) == 0);
-        REQUIRE(left.empty());
-        REQUIRE(std::string(session.whichFormda) == "dFormda.txt");
-        REQUIRE(std::string(session.whichTrack) == "dTrk.txt");
+        REQUIRE(Derive(answers) == 0);
+        REQUIRE(std::string(session.whichFormda) == "aFormda.txt");
+        REQUIRE(std::string(session.whichTrack) == "aTrk.txt");
         REQUIRE(CodeOf([] { OpenFormda(1); }) == 0);
     }
 };
 
-Words MarksOf(char** marks, int rows, int columns)
-{
-    Words copy;
-    for (int i = 0; i < rows; i++) copy.emplace_back(marks[i], static_cast<std::size_t>(columns));
-    return copy;
-}
-
-std::vector<int> Ints(const int* values, int n) { return {values, values + n}; }
 Rows W() { return RowsOf(session.cadat, session.tcst, session.ncsm); }
 Rows E() { return RowsOf(session.env, session.ncsm, session.nenv); }
-Words Communities() { return WordsOf(session.reLabel, session.ncsm); }
 Words SpeciesMarks() { return MarksOf(session.sppRelMap, session.nSpp, session.ncsm); }
 
 } // namespace
-
-TEST_CASE("a data set taken as it is")
-{
-    Derived test;
-    Derived::DeriveAndLoad("1\n1\n1\n1\nn\n");
-    const Session& s = session;
-    CHECK(std::string(s.dataName) == "sFormda.txt "); // the derived file names its source
-    CHECK(RowsOf(s.csm_Float, 4, 3) == Rows{{1, 1, 5}, {2, 2, 6}, {3, 1, 7}, {4, 2, -999}});
-    CHECK(W() == Rows{{1, 2, 3, 4, 5, 6}, {0, 0, 0, 8, 0, 1}, {0, 0, 0, 0, 0, 0},
-                      {2, 4, 8, 16, 32, 64}});
-    CHECK(s.optEnvVarType == 5);
-    CHECK(s.SMWSize == 1);
-    CHECK(TimesIn(test.screen.Text(), "empty communities") == 0);
-    CHECK(test.complaints.Text().empty());
-}
 
 TEST_CASE("traits, OTUs, communities and variables are chosen, in any order")
 {
@@ -102,35 +57,30 @@ TEST_CASE("traits, OTUs, communities and variables are chosen, in any order")
     Derived::DeriveAndLoad("2 2 k mass height y\n2 3 k 4 2 1 y\n2 3 k c2 b2 a1 y\n"
                            "2 2 k mown pH y\nn\n");
     const Session& s = session;
+    CHECK(std::string(s.dataName) == "sFormda.txt "); // the derived file names its source
     CHECK(WordsOf(s.chLabel, 2) == Words{"mass", "height"});
     CHECK(RowsOf(s.csm_Float, 3, 2) == Rows{{-999, 4}, {6, 2}, {5, 1}});
-    CHECK(Ints(s.chtype, 2) == std::vector<int>{3, 3});
-    CHECK(Ints(s.onsta, 2) == std::vector<int>{4, 4}); // without trimming they are not recounted
-    CHECK(Ints(s.traitGroups, 2) == std::vector<int>{2, 1});
-    CHECK(Communities() == Words{"c2", "b2", "a1"});
+    CHECK(IntsOf(s.chtype, 2) == Ints{3, 3});
+    CHECK(IntsOf(s.onsta, 2) == Ints{4, 4}); // without trimming they are not recounted
+    CHECK(IntsOf(s.traitGroups, 2) == Ints{2, 1});
+    CHECK(WordsOf(s.reLabel, 3) == Words{"c2", "b2", "a1"});
     CHECK(W() == Rows{{64, 16, 2}, {1, 8, 0}, {6, 4, 1}});
     CHECK(WordsOf(s.envLabel, 2) == Words{"mown", "pH"});
-    CHECK(Ints(s.envVarType, 2) == std::vector<int>{1, 3});
+    CHECK(IntsOf(s.envVarType, 2) == Ints{1, 3});
     CHECK(E() == Rows{{0, 32}, {1, 8}, {0, 1}});
     CHECK(SpeciesMarks() == Words{"111", "110", "101"});
     CHECK(MarksOf(s.cstSppMap, 3, 3) == Words{"001", "010", "100"});
     CHECK(RowsOf(s.phylogenyRese, 3, 3) == Rows{{0, .5, .3}, {.5, 0, .1}, {.3, .1, 0}});
+    CHECK(TimesIn(test.screen.Text(), "empty communities") == 0);
 }
 
-TEST_CASE("a trait named twice stands twice")
-{
-    Derived test;
-    Derived::DeriveAndLoad("2 3 k mass mass colour y\n1\n1\n1\nn\n");
-    CHECK(WordsOf(session.chLabel, 3) == Words{"mass", "mass", "colour"});
-    CHECK(RowsOf(session.csm_Float, 2, 3) == Rows{{5, 5, 1}, {6, 6, 2}});
-}
-
-TEST_CASE("variables of phylogeny follow their OTUs")
+TEST_CASE("a trait named twice stands twice; phylogeny variables follow their OTUs")
 {
     const std::string matrix = "3\n0 .1 .2 .3\n.1 0 .4 .5\n.2 .4 0 .6\n.3 .5 .6 0\n";
     Derived test(Replaced(source, matrix, "2\n2\n3 1\n1 10\n2 20\n3 30\n4 40\n"));
-    Derived::DeriveAndLoad("1\n2 2 k 4 2 y\n1\n1\nn\n");
-    CHECK(session.nClados == 2);
+    Derived::DeriveAndLoad("2 3 k mass mass colour y\n2 2 k 4 2 y\n1\n1\nn\n");
+    CHECK(WordsOf(session.chLabel, 3) == Words{"mass", "mass", "colour"});
+    CHECK(RowsOf(session.csm_Float, 2, 3) == Rows{{-999, -999, 2}, {6, 6, 2}});
     CHECK(RowsOf(session.phylogenyData, 2, 2) == Rows{{4, 40}, {2, 20}});
 }
 
@@ -158,58 +108,107 @@ TEST_CASE("what kind of E is left")
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         Derived test(Replaced(source, "5\n3 2 1", c.kinds));
-        Derived::DeriveAndLoad(keepTraitsAndOTUs + "1\n2 " + c.variables + "\nn\n");
+        Derived::DeriveAndLoad(std::string("1\n1\n1\n2 ") + c.variables + "\nn\n");
         CHECK(session.optEnvVarType == c.option);
     }
 }
 
-TEST_CASE("communities pooled by groups")
+TEST_CASE("communities pooled, as change, or averaged along the series")
 {
     struct Case {
         const char* fact;
-        const char* answers; // number of groups to the end of the partition
+        std::string data, answers; // answers from the option for communities on
         Words labels;
         Rows W, E;
+        Ints types;
         Words species;
+        std::string text; // on the screen, once
     };
+    const std::string groups = "\nEnter group membership (label) for communities:\ncommunities:\t"
+                               "a1\ta2\tb1\tb2\tc1\tc2\t\n";
+    const std::string binary = "\nWarning! Change in environmental variables that are qualitative\n"
+                               "will result in a binary variable: 1 if there is change, 0 if there "
+                               "is not.\n\nTo compute change";
+    const auto window = [](const std::string& count, const std::string& half) {
+        return "\nA formda file for this session, with " + count + " communities, has been created."
+               "\n\nThe first new community is the average of the first " + half +
+               " communities in the series,\n the second new one is an average of the " + half +
+               " communities starting at the second\n community in the series, and so on.\n\n"
+               "Releve labels correspond to the labels of the first\n " + count +
+               " previous communities in the series.\n";
+    };
+    const Rows same = {{1, 2, 3, 4, 5, 6}, {0, 0, 0, 8, 0, 1}, {0, 0, 0, 0, 0, 0},
+                       {2, 4, 8, 16, 32, 64}};
+    const Rows halves = {{3, 3, 3}, {8, 0, 1}, {0, 0, 0}, {14, 28, 56}};
+    const double third = 1 / 3.0;
     // By hand.
-    const Rows betweenE = {{2.5, 1.5, .5}, {14.5, 2, .5}};
     const Case cases[] = {
-        {"membership by label", "2 2 k wet dry y n k wet dry wet dry dry dry y", {"wet", "dry"},
-         {{2, 4.25}, {0, 2.25}, {0, 0}, {5, 29}}, betweenE, {"11", "01", "11"}},
-        {"membership by number", "2 1 n k 1 2 1 2 2 2 y", {"1", "2"},
-         {{2, 4.25}, {0, 2.25}, {0, 0}, {5, 29}}, betweenE, {"11", "01", "11"}},
-        {"ordered by groups; sizes of 5 in all are reentered", "2 1 y 2 3 2 4", {"1", "2"},
-         {{1.5, 4.5}, {0, 2.25}, {0, 0}, {3, 30}}, {{1.5, 1.5, .5}, {15, 2, .5}},
-         {"11", "01", "11"}},
-        {"one group", "1 1 y 6", {"1"}, {{3.5}, {1.5}, {0}, {21}},
-         {{10.5, 11.0 / 6, .5}}, {"1", "1", "1"}},
+        {"groups by label", WithoutNominal(), "3\n2 2 k wet dry y n k wet dry wet dry dry dry y",
+         {"wet", "dry"}, {{2, 4.25}, {0, 2.25}, {0, 0}, {5, 29}}, {{2.5, 1.5, .5}, {14.5, 2, .5}},
+         {3, 3, 3}, {"11", "01", "11"}, groups},
+        {"groups of known size", WithoutNominal(), "3\n2 1 y 2 4", {"1", "2"},
+         {{1.5, 4.5}, {0, 2.25}, {0, 0}, {3, 30}}, {{1.5, 1.5, .5}, {15, 2, .5}}, {3, 3, 3},
+         {"11", "01", "11"}, "\nWarning! Binary environmental variables will be averaged"},
+        // A long word splits into the next label. Nominal soil: 1 where it has changed.
+        {"second halves behind first halves, labels typed again", source,
+         "4\n2 x y z n woodland mead y 1", {"wood", "land", "mead"}, halves,
+         {{7, 1, 1}, {14, 1, -1}, {28, 1, -1}}, {3, 1, 1}, {"111", "101", "111"}, binary},
+        {"following one another: odd ones are pairs, even ones stay zero", source, "4\n1 2",
+         {"1", "2", "3"}, {{1, 0, 1}, {0, 0, 8}, {0, 0, 0}, {2, 0, 8}},
+         {{1, 1, 1}, {0, 0, 0}, {4, 0, 0}}, {3, 1, 1}, {"101", "001", "100"}, binary},
+        {"a window of 2 changes nothing", source, "5\n2", {"a1", "a2", "b1", "b2", "c1", "c2"},
+         same, {{1, 1, 0}, {2, 2, 1}, {4, 2, 1}, {8, 2, 1}, {16, 3, 0}, {32, 1, 0}}, {3, 2, 1},
+         {"111111", "000101", "110011"}, window("6", "1")},
+        {"a window of 4 means pairs of neighbours", source, "5\n4", {"a1", "a2", "b1", "b2", "c1"},
+         {{1.5, 2.5, 3.5, 4.5, 5.5}, {0, 0, 4, 4, .5}, {0, 0, 0, 0, 0}, {3, 6, 12, 24, 48}},
+         {{1.5, 1.5, .5}, {3, 2, 1}, {6, 2, 1}, {12, 2.5, .5}, {24, 2, 0}}, {3, 2, 1},
+         {"11111", "00111", "11011"}, window("5", "2")},
+        {"a window of the whole series", source, "5\n6", {"a1", "a2", "b1", "b2"},
+         {{2, 3, 4, 5}, {0, 8 * third, 8 * third, 3}, {0, 0, 0, 0},
+          {14 * third, 28 * third, 56 * third, 112 * third}},
+         {{7 * third, 5 * third, 2 * third}, {14 * third, 2, 1}, {28 * third, 7 * third, 2 * third},
+          {56 * third, 2, third}}, {3, 2, 1}, {"1111", "0111", "1111"}, window("4", "3")},
     };
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        Derived test(WithoutNominal());
-        Derived::DeriveAndLoad(keepTraitsAndOTUs + "3\n" + c.answers + "\n1\nn\n");
-        const bool reentered = TimesIn(c.fact, "reentered") == 1;
-        CHECK(test.complaints.Text() == (reentered ? "\nError!! Reenter!!\n" : ""));
-        CHECK(Communities() == c.labels);
-        CHECK(W() == c.W);
-        for (std::size_t i = 0; i < c.E.size(); i++)
-            for (std::size_t k = 0; k < 3; k++)
-                CHECK(E()[i][k] == doctest::Approx(c.E[i][k]).epsilon(1e-5)); // 6 digits stored
-        CHECK(Ints(session.envVarType, 3) == std::vector<int>{3, 3, 3}); // no longer binary
+        Derived test(c.data);
+        Derived::DeriveAndLoad("1\n1\n" + c.answers + "\n1\nn\n");
+        const int n = static_cast<int>(c.labels.size());
+        REQUIRE(session.ncsm == n);
+        CHECK(WordsOf(session.reLabel, n) == c.labels);
+        CheckRows(session.cadat, c.W);
+        CheckRows(session.env, c.E);
+        CHECK(IntsOf(session.envVarType, 3) == c.types);
         CHECK(SpeciesMarks() == c.species);
+        CHECK(session.SMWSize == (c.answers[0] == '5' ? (c.answers[2] - '0') / 2 : 1));
+        const std::string screen = test.screen.Text();
+        CHECK(TimesIn(screen, c.text) == 1);
+        CHECK(TimesIn(screen, "must be even.") == 0);
+    }
+}
+
+TEST_CASE("change with an odd number of communities leaves the last one out")
+{
+    for (const bool follow : {false, true}) {
+        CAPTURE(follow);
+        Derived test;
+        Derived::DeriveAndLoad("1\n1\n2 5 k a1 a2 b1 b2 c1 y\n1\nn\n");
+        std::filesystem::rename("aFormda.txt", "sFormda.txt");
+        Derived::DeriveAndLoad(follow ? "1\n1\n4\n1 2\n1\nn\n" : "1\n1\n4\n1 1\n1\nn\n");
+        CHECK(W() == (follow ? Rows{{1, 0}, {0, 0}, {0, 0}, {2, 0}}
+                             : Rows{{2, 2}, {0, 8}, {0, 0}, {6, 12}}));
+        CHECK(TimesIn(test.screen.Text(), "\nThis option is not possible, for the number of "
+                                          "communities must be even.\nTo compute change") == 1);
     }
 }
 
 TEST_CASE("pooling is refused with a nominal variable, and only that")
 {
     Derived test;
-    Derived::DeriveAndLoad(keepTraitsAndOTUs + "3\n1\n1\nn\n");
+    Derived::DeriveAndLoad("1\n1\n3\n1\n1\nn\n");
     const std::string menu =
         "----------------------------------------------------------------------\nCommunities:\n";
-    const std::string screen = test.screen.Text();
-    CHECK(TimesIn(screen, menu) == 2);
-    CHECK(TimesIn(screen,
+    CHECK(TimesIn(test.screen.Text(),
                   "Type option no.: "
                   "\nWarning! Binary environmental variables will be averaged, and therefore "
                   "will become quantitative."
@@ -218,156 +217,24 @@ TEST_CASE("pooling is refused with a nominal variable, and only that")
                       menu) == 1);
 }
 
-TEST_CASE("change between the communities of a pair")
-{
-    struct Case {
-        const char* fact;
-        std::string answers; // labels and order
-        Words labels;
-        Rows W, E;
-        Words species;
-    };
-    // By hand. Nominal soil: 1 where it has changed.
-    const Case cases[] = {
-        {"second halves behind first halves", "2 wood mead lake y 1", {"wood", "mead", "lake"},
-         {{3, 3, 3}, {8, 0, 1}, {0, 0, 0}, {14, 28, 56}}, {{7, 1, 1}, {14, 1, -1}, {28, 1, -1}},
-         {"111", "101", "111"}},
-        {"following one another: odd ones are pairs, even ones stay zero", "1 2", {"1", "2", "3"},
-         {{1, 0, 1}, {0, 0, 8}, {0, 0, 0}, {2, 0, 8}}, {{1, 1, 1}, {0, 0, 0}, {4, 0, 0}},
-         {"101", "001", "100"}},
-        {"labels typed again, a long word splits", "2 x y z n woodland mead y 1",
-         {"wood", "land", "mead"}, {{3, 3, 3}, {8, 0, 1}, {0, 0, 0}, {14, 28, 56}},
-         {{7, 1, 1}, {14, 1, -1}, {28, 1, -1}}, {"111", "101", "111"}},
-    };
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        Derived test;
-        Derived::DeriveAndLoad(keepTraitsAndOTUs + "4\n" + c.answers + "\n1\nn\n");
-        CHECK(Communities() == c.labels);
-        CHECK(W() == c.W);
-        CHECK(E() == c.E);
-        CHECK(Ints(session.envVarType, 3) == std::vector<int>{3, 1, 1});
-        CHECK(SpeciesMarks() == c.species);
-        CHECK(TimesIn(test.screen.Text(),
-                      "\nWarning! Change in environmental variables that are qualitative\nwill "
-                      "result in a binary variable: 1 if there is change, 0 if there is not.\n") ==
-              1);
-        CHECK(TimesIn(test.screen.Text(), "must be even") == 0);
-    }
-}
-
-TEST_CASE("change with an odd number of communities leaves the last one out")
-{
-    std::string odd = Replaced(source, "6\na1 a2 b1 b2 c1 c2", "5\na1 a2 b1 b2 c1");
-    odd = Replaced(odd, "0 0 0 0 0 0\n0 0 0 0 0 0 0\n25", "0 0 0 0 0\n0 0 0 0 0 0 0\n25");
-    odd = Replaced(odd, "1 2 3 4 5 6\n0 0 0 8 0 1\n0 0 0 0 0 0\n2 4 8 16 32 64\n",
-                   "1 2 3 4 9\n0 0 0 8 9\n0 0 0 0 9\n2 4 8 16 9\n");
-    odd = Replaced(odd, "1 2 4 8 16 32\n1 2 2 2 3 1\n0 1 1 1 0 0\n",
-                   "1 2 4 8 16\n1 2 2 2 3\n0 1 1 1 0\n");
-    odd = Replaced(odd, "111111\n000101\n110011\n", "11111\n00010\n11001\n");
-    for (const bool follow : {false, true}) {
-        CAPTURE(follow);
-        Derived test(odd);
-        Derived::DeriveAndLoad(keepTraitsAndOTUs + (follow ? "4\n1 2\n1\nn\n" : "4\n1 1\n1\nn\n"));
-        CHECK(W() == (follow ? Rows{{1, 0}, {0, 0}, {0, 0}, {2, 0}}
-                             : Rows{{2, 2}, {0, 8}, {0, 0}, {6, 12}}));
-        CHECK(TimesIn(test.screen.Text(),
-                      "\nThis option is not possible, for the number of communities must be "
-                      "even.\nTo compute change") == 1);
-    }
-}
-
-TEST_CASE("pooling by a moving window")
-{
-    struct Case {
-        const char* fact;
-        const char* sizes;
-        int half;
-        Words labels;
-        Rows W, E;
-        Words species;
-    };
-    const Rows sameW = {{1, 2, 3, 4, 5, 6}, {0, 0, 0, 8, 0, 1}, {0, 0, 0, 0, 0, 0},
-                        {2, 4, 8, 16, 32, 64}};
-    // By hand.
-    const Case cases[] = {
-        {"size 2 changes nothing", "2", 1, {"a1", "a2", "b1", "b2", "c1", "c2"}, sameW,
-         {{1, 1, 0}, {2, 2, 1}, {4, 2, 1}, {8, 2, 1}, {16, 3, 0}, {32, 1, 0}},
-         {"111111", "000101", "110011"}},
-        {"size 4 means pairs of neighbours; odd sizes are refused", "3 5 4", 2,
-         {"a1", "a2", "b1", "b2", "c1"},
-         {{1.5, 2.5, 3.5, 4.5, 5.5}, {0, 0, 4, 4, .5}, {0, 0, 0, 0, 0}, {3, 6, 12, 24, 48}},
-         {{1.5, 1.5, .5}, {3, 2, 1}, {6, 2, 1}, {12, 2.5, .5}, {24, 2, 0}},
-         {"11111", "00111", "11011"}},
-        {"size of the whole series", "6", 3, {"a1", "a2", "b1", "b2"},
-         {{2, 3, 4, 5}, {0, 8 / 3.0, 8 / 3.0, 3}, {0, 0, 0, 0}, {14 / 3.0, 28 / 3.0, 56 / 3.0,
-         112 / 3.0}}, {{7 / 3.0, 5 / 3.0, 2 / 3.0}, {14 / 3.0, 2, 1}, {28 / 3.0, 7 / 3.0, 2 / 3.0},
-         {56 / 3.0, 2, 1 / 3.0}}, {"1111", "0111", "1111"}},
-    };
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        Derived test;
-        Derived::DeriveAndLoad(keepTraitsAndOTUs + "5\n" + c.sizes + "\n1\nn\n");
-        CHECK(session.SMWSize == c.half);
-        CHECK(Communities() == c.labels);
-        const int nNew = static_cast<int>(c.labels.size());
-        REQUIRE(session.ncsm == nNew);
-        for (int i = 0; i < 4; i++)
-            for (int k = 0; k < nNew; k++)
-                CHECK(session.cadat[i][k] ==
-                      doctest::Approx(c.W[static_cast<std::size_t>(i)][static_cast<std::size_t>(k)])
-                          .epsilon(1e-5)); // 6 digits stored
-        for (int i = 0; i < nNew; i++)
-            for (int k = 0; k < 3; k++)
-                CHECK(session.env[i][k] ==
-                      doctest::Approx(c.E[static_cast<std::size_t>(i)][static_cast<std::size_t>(k)])
-                          .epsilon(1e-5));
-        CHECK(Ints(session.envVarType, 3) == std::vector<int>{3, 2, 1}); // as they were
-        CHECK(SpeciesMarks() == c.species);
-        const std::string screen = test.screen.Text();
-        const std::string count = std::to_string(nNew), half = std::to_string(c.half);
-        CHECK(TimesIn(screen, "\nEnter again. Must be even.") == TimesIn(c.sizes, " "));
-        CHECK(TimesIn(screen, "\nA formda file for this session, with " + count +
-                                  " communities, has been created.\n\nThe first new community is "
-                                  "the average of the first " + half + " communities in the "
-                                  "series,\n the second new one is an average of the " + half +
-                                  " communities starting at the second\n community in the series, "
-                                  "and so on.\n\nReleve labels correspond to the labels of the "
-                                  "first\n " + count + " previous communities in the series.\n") ==
-              1);
-    }
-}
-
 TEST_CASE("OTUs that are absent everywhere are trimmed before communities are pooled")
 {
-    SUBCASE("F and species follow")
-    {
-        Derived test(WithoutNominal());
-        Derived::DeriveAndLoad(keepTraitsAndOTUs + "3\n1 1 y 6\n1\ny\n");
-        CHECK(W() == Rows{{3.5}, {1.5}, {21}});
-        CHECK(Ints(session.onsta, 3) == std::vector<int>{3, 2, 2}); // recounted; a hole is no state
-        CHECK(RowsOf(session.phylogenyRese, 3, 3) == Rows{{0, .1, .3}, {.1, 0, .5}, {.3, .5, 0}});
-        CHECK(MarksOf(session.cstSppMap, 3, 3) == Words{"100", "010", "001"});
-        CHECK(TimesIn(test.screen.Text(), "empty communities") == 0);
-    }
-    SUBCASE("communities that lose all their OTUs are told")
-    {
-        Derived test;
-        Derived::DeriveAndLoad("1\n2 2 k 2 3 y\n1\n1\ny\n");
-        CHECK(W() == Rows{{0, 0, 0, 8, 0, 1}});
-        CHECK(WordsOf(session.spp, session.nSpp) == Words{"Betula pendula"});
-        CHECK(TimesIn(test.screen.Text(), "\nWarning!! There are 4 empty communities!!\n"
-                                          "Inspect file dFormda.txt\n") == 1);
-    }
-    SUBCASE("no OTU is left: the file is written all the same")
-    {
-        Derived test;
-        Derived::DeriveAndLoad("1\n2 1 k 3 y\n1\n1\ny\n");
-        CHECK(session.tcst == 0);
-        CHECK(session.nSpp == 0);
-        CHECK(session.ncsm == 6);
-        CHECK(TimesIn(test.screen.Text(), "There are 6 empty communities!!") == 1);
-    }
+    Derived test(WithoutNominal());
+    Derived::DeriveAndLoad("1\n1\n3\n1 1 y 6\n1\ny\n");
+    CHECK(W() == Rows{{3.5}, {1.5}, {21}});
+    CHECK(IntsOf(session.onsta, 3) == Ints{3, 2, 2}); // recounted; a hole is no state
+    CHECK(RowsOf(session.phylogenyRese, 3, 3) == Rows{{0, .1, .3}, {.1, 0, .5}, {.3, .5, 0}});
+    CHECK(MarksOf(session.cstSppMap, 3, 3) == Words{"100", "010", "001"});
+    CHECK(TimesIn(test.screen.Text(), "empty communities") == 0);
+    Derived::DeriveAndLoad("1\n2 2 k 2 3 y\n1\n1\ny\n");
+    CHECK(W() == Rows{{0, 0, 0, 8, 0, 1}});
+    CHECK(WordsOf(session.spp, session.nSpp) == Words{"Betula pendula"});
+    CHECK(TimesIn(test.screen.Text(), "\nWarning!! There are 4 empty communities!!\n"
+                                      "Inspect file aFormda.txt\n") == 1);
+    // No OTU is left: the file is written all the same.
+    Derived::DeriveAndLoad("1\n2 1 k 3 y\n1\n1\ny\n");
+    CHECK(Ints{session.tcst, session.nSpp, session.ncsm} == Ints{0, 0, 6});
+    CHECK(TimesIn(test.screen.Text(), "There are 6 empty communities!!") == 1);
 }
 
 TEST_CASE("what is wrong is asked again under its heading, and at once")
@@ -418,29 +285,17 @@ TEST_CASE("what is wrong is asked again under its heading, and at once")
 
 TEST_CASE("the track file of the source")
 {
-    const std::string recordMenu =
-        "\nGet partition from: \n   1  keyboard or file \n   2  cluster analysis record \n"
-        "Type option no.: ";
-    SUBCASE("is not there: complained of, and the dialogue goes on")
+    const std::string none = "\ncan't open sTrk.txt \n";
+    SUBCASE("is not there, has no word, or points at other data")
     {
-        Derived test;
-        std::filesystem::remove("sTrk.txt");
-        Derived::DeriveAndLoad("1\n1\n1\n1\nn\n");
-        CHECK(test.complaints.Text() == "\ncan't open sTrk.txt \n");
-    }
-    SUBCASE("has no word in it")
-    {
-        Derived test;
-        WriteText("sTrk.txt", " \n");
-        Derived::DeriveAndLoad("1\n1\n1\n1\nn\n");
-        CHECK(test.complaints.Text().empty());
-    }
-    SUBCASE("points at other data: the description names those that were taken")
-    {
-        Derived test;
-        WriteText("sTrk.txt", "otherFormda.txt\n07Jul17\n");
-        Derived::DeriveAndLoad("1\n1\n1\n1\nn\n");
-        CHECK(std::string(session.dataName) == "sFormda.txt ");
+        for (const char* track : {"", " \n", "otherFormda.txt\n07Jul17\n"}) {
+            Derived test;
+            WriteText("sTrk.txt", track);
+            if (track[0] == '\0') std::filesystem::remove("sTrk.txt");
+            Derived::DeriveAndLoad("1\n1\n1\n1\nn\n");
+            CHECK(test.complaints.Text() == (track[0] == '\0' ? none : ""));
+            CHECK(std::string(session.dataName) == "sFormda.txt "); // the data that were taken
+        }
     }
     SUBCASE("is cut short")
     {
@@ -448,14 +303,13 @@ TEST_CASE("the track file of the source")
         WriteText("sTrk.txt", "sFormda.txt\n07Jul17\nNULL\nNULL\n");
         CHECK(Derived::Derive("1\n1\n1\n1\nn\n") == endOfFile);
         CHECK(test.complaints.Text() == "\nfile sTrk.txt ");
-        CHECK_FALSE(std::filesystem::exists("dFormda.txt"));
+        CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
     }
     SUBCASE("tells of a cluster record: its partition is the one at hand")
     {
-        Derived test(WithoutNominal());
-        std::strcpy(session.whichFormda, "sFormda.txt");
+        Derived test;
+        REQUIRE(LoadData(WithoutNominal()) == 0);
         std::strcpy(session.whichTrack, "sTrk.txt");
-        OpenFormda(1);
         session.hasReClus = session.nPart = 1;
         session.nGroupsP[0] = 2;
         std::strcpy(session.partLabel[0], "old");
@@ -463,83 +317,54 @@ TEST_CASE("the track file of the source")
         const int groups[] = {1, 2, 1, 2, 2, 2};
         std::copy(groups, groups + 6, session.groupRelP[0]);
         WriteTrack(1);
-        std::strcpy(session.whichTrack, "dTrk.txt");
-        Derived::DeriveAndLoad(keepTraitsAndOTUs + "3\n2 1 2\n1\nn\n");
+        std::strcpy(session.whichTrack, "aTrk.txt");
+        Derived::DeriveAndLoad("1\n1\n3\n2 1 2\n1\nn\n");
         CHECK(W() == Rows{{2, 4.25}, {0, 2.25}, {0, 0}, {5, 29}}); // by hand
-        CHECK(TimesIn(test.screen.Text(), recordMenu) == 1);
-        CHECK(TimesIn(test.screen.Text(), "ordered by groups") == 0);
+        CHECK(TimesIn(test.screen.Text(),
+                      "\nGet partition from: \n   1  keyboard or file \n   2  cluster analysis "
+                      "record \nType option no.: ") == 1);
     }
 }
 
 TEST_CASE("a partition of other objects than communities")
 {
-    Derived test;
-    char* labels[] = {new char[groupLabelSize], new char[groupLabelSize],
-                      new char[groupLabelSize]};
-    int group[3] = {}, groups = 0;
-    SUBCASE("by number")
-    {
-        session.hasReClus = 1; // a record of communities
-        Type("2 1 n k 2 1 2 y\n");
-        SettingAnyGroups(3, groups, group, labels, "OTUs");
-        CHECK(Ints(group, 3) == std::vector<int>{2, 1, 2});
-        const std::string screen = test.screen.Text();
-        CHECK(TimesIn(screen, "\nEnter group membership (label) for OTUs:\nOTUs:\t1\t2\t3\t\n") ==
-              1);
-        CHECK(TimesIn(screen, "Get partition from") == 0);
+    struct Case {
+        const char* fact;
+        const char* answers;
+        int n;
+        Ints group;
+        const char* text; // on the screen
+    };
+    const Case cases[] = {
+        {"by number", "2 1 n k 2 1 2 y", 3, {2, 1, 2},
+         "\nEnter group membership (label) for OTUs:\nOTUs:\t1\t2\t3\t\n"},
+        {"by sizes, one of them 0; a label is cut", "3 2 k elm oak ashen y y 1 0 2", 3, {1, 3, 3},
+         "\nEnter number of OTUs per group:\nGroups:            elm oak ashe \nNumber of OTUs: "},
+        {"no groups of no objects", "0 1 y", 0, {}, "\nNumber of OTUs: "},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        SessionTest test;
+        session.hasReClus = 1; // a record of communities, which is not asked for
+        const OwnedTable<char> labels(3, groupLabelSize);
+        int group[3] = {}, groups = 7;
+        CHECK(CodeWith(c.answers, [&] { SettingAnyGroups(c.n, groups, group, labels, "OTUs"); }) ==
+              0);
+        CHECK(groups == c.answers[0] - '0');
+        CHECK(IntsOf(group, c.n) == c.group);
+        CHECK(TimesIn(test.screen.Text(), c.text) == 1);
     }
-    SUBCASE("by sizes, one of them 0")
-    {
-        Type("3 2 k elm oak ash n k elm oak ashen y y 1 0 2\n");
-        SettingAnyGroups(3, groups, group, labels, "OTUs");
-        CHECK(Ints(group, 3) == std::vector<int>{1, 3, 3});
-        CHECK(TimesIn(test.screen.Text(), "\nEnter labels (max. 4 alphanumeric characters):\n") ==
-              1);
-        CHECK(TimesIn(test.screen.Text(), "\nEnter number of OTUs per group:"
-                                          "\nGroups:            elm oak ashe "
-                                          "\nNumber of OTUs: ") == 1);
-    }
-    SUBCASE("no groups of no objects")
-    {
-        Type("0 1 y\n");
-        SettingAnyGroups(0, groups, group, labels, "OTUs");
-        CHECK(groups == 0);
-    }
-    for (char* label : labels) delete[] label;
 }
 
 TEST_CASE("a failure before the end leaves no file")
 {
-    Derived test;
-    SUBCASE("memory ends, at any allocation")
-    {
-        const std::string answers[] = {
-            "2 2 k mass height y\n2 3 k 4 2 1 y\n2 3 k c2 b2 a1 y\n2 2 k mown pH y\ny\n",
-            keepTraitsAndOTUs + "3\n2 1 n k 1 2 1 2 2 2 y\n1\ny\n",
-            keepTraitsAndOTUs + "4\n1 1\n1\ny\n",
-            keepTraitsAndOTUs + "5\n4\n1\ny\n",
-        };
-        WriteText("sFormda.txt", WithoutNominal());
-        for (const std::string& answer : answers) {
-            CAPTURE(answer);
-            std::filesystem::remove("dFormda.txt");
-            int code = outOfMemory, nFailures = -1;
-            for (long k = 1; code != 0; k++) {
-                CHECK_FALSE(std::filesystem::exists("dFormda.txt"));
-                FailAllocation(k);
-                code = Derived::Derive(answer);
-                FailAllocation(0);
-                REQUIRE((code == outOfMemory || code == 0));
-                FreeGlobals2();
-                nFailures++;
-            }
-            CHECK(nFailures > 60);
-        }
-    }
-    SUBCASE("the file cannot be written")
-    {
-        std::filesystem::create_directory("dFormda.txt");
-        CHECK(Derived::Derive("1\n1\n1\n1\nn\n") == cannotOpen);
-        CHECK(test.complaints.Text() == "\ncan't open dFormda.txt \n");
-    }
+    Derived test(WithoutNominal());
+    for (const char* answers :
+         {"2 2 k mass height y\n2 3 k 4 2 1 y\n2 3 k c2 b2 a1 y\n2 2 k mown pH y\ny\n",
+          "1\n1\n3\n2 1 n k 1 2 1 2 2 2 y\n1\ny\n", "1\n1\n4\n1 1\n1\ny\n", "1\n1\n5\n4\n1\ny\n"})
+        FailEachAllocation("aFormda.txt", [answers] { return Derived::Derive(answers); });
+    std::filesystem::remove("aFormda.txt");
+    std::filesystem::create_directory("aFormda.txt");
+    CHECK(Derived::Derive("1\n1\n1\n1\nn\n") == cannotOpen);
+    CHECK(test.complaints.Text() == "\ncan't open aFormda.txt \n");
 }

@@ -1,47 +1,28 @@
 #include "session/rawdata.hpp"
 
-#include <doctest/doctest.h>
-
-#include <cstring>
-
-#include "session/formda.hpp"
 #include "session/rawfile.hpp"
 #include "session/setup.hpp"
-#include "shell/console.hpp"
 #include "unit/session/session_fixture.hpp"
 
 namespace {
 
-struct Dialogue : SessionTest {
-    Dialogue()
+struct RawTest : SessionTest {
+    RawTest()
     {
-        std::strcpy(console.sessionName, "a");
         std::strcpy(session.whichFormda, "aFormda.txt");
-        std::strcpy(session.whichTrack, "aTrk.txt");
         // 2 traits of 3 OTUs, 2 communities
         WriteText("B", "1 2 3\n4 5 6\nHeight Colour");
         WriteText("W", "1 0 2\n0 3 4\nmeadow wood");
         WriteText("E", "7 8\n-999 9\npH soil");
         WriteText("names", "Abies alba\nBetula pendula\nAbies alba\n");
     }
-    ~Dialogue() { console.sessionName[0] = '\0'; }
 
-    /// The code that the dialogue ends with, and the answers that it did not take.
-    static int Format(const std::string& answers, std::string* left = nullptr)
-    {
-        Type(answers + '#');
-        const int code = CodeOf([] { IFFormat(); });
-        for (int c = StandardInput().Get(); c != '#'; c = StandardInput().Get())
-            if (left != nullptr && c != '\n') *left += static_cast<char>(c);
-        return code;
-    }
+    static int Format(const std::string& answers) { return CodeWith(answers, IFFormat); }
 
-    /// Formats, takes the stored data set back in, and expects that all answers were used up.
+    /// Formats and takes the stored data set back in.
     static void FormatAndLoad(const std::string& answers)
     {
-        std::string left;
-        REQUIRE(Format(answers, &left) == 0);
-        REQUIRE(left.empty());
+        REQUIRE(Format(answers) == 0);
         REQUIRE(CodeOf([] { OpenFormda(1); }) == 0);
     }
 };
@@ -59,7 +40,7 @@ TEST_CASE("layouts of raw B and W")
         const char* fact;
         std::string B, W, answers;
         Rows traits, performances; // OTUs as rows
-        std::vector<std::string> traitLabels, communityLabels;
+        Words traitLabels, communityLabels;
     };
     const Rows someB = {{1, 4}, {2, 5}, {3, 6}}, someW = {{1, 0}, {0, 3}, {2, 4}};
     // clang-format off
@@ -82,16 +63,16 @@ TEST_CASE("layouts of raw B and W")
     // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        Dialogue dialogue;
+        RawTest test;
         WriteText("B", c.B);
         WriteText("W", c.W);
-        Dialogue::FormatAndLoad(onlyBAndW + c.answers);
+        RawTest::FormatAndLoad(onlyBAndW + c.answers);
         CHECK(RowsOf(session.csm_Float, 3, 2) == c.traits);
         CHECK(RowsOf(session.cadat, 3, 2) == c.performances);
         CHECK(WordsOf(session.chLabel, 2) == c.traitLabels);
         CHECK(WordsOf(session.reLabel, 2) == c.communityLabels);
-        CHECK(IntsOf(session.chtype, 2) == std::vector<int>{3, 2});
-        CHECK(IntsOf(session.onsta, 2) == std::vector<int>{3, 3});
+        CHECK(IntsOf(session.chtype, 2) == Ints{3, 2});
+        CHECK(IntsOf(session.onsta, 2) == Ints{3, 3});
         CHECK(std::string(session.dataName) == "B ");
         CHECK_FALSE(session.hasPhylogeny);
     }
@@ -99,24 +80,39 @@ TEST_CASE("layouts of raw B and W")
 
 TEST_CASE("short raw matrices leave zeros, with one complaint a file")
 {
-    Dialogue dialogue;
+    RawTest test;
     WriteText("B", "1 2 3 4");
     WriteText("W", "5");
     // Labels by default; those missing at the end of B would throw the stored file out of step.
-    Dialogue::FormatAndLoad(onlyBAndW + "3\n2\n1\n1\nk\n3 2\ny\n0\n2\n1\n1\n");
+    RawTest::FormatAndLoad(onlyBAndW + "3\n2\n1\n1\nk\n3 2\ny\n0\n2\n1\n1\n");
     CHECK(RowsOf(session.csm_Float, 3, 2) == Rows{{1, 4}, {2, 0}, {3, 0}});
     CHECK(RowsOf(session.cadat, 3, 2) == Rows{{5, 0}, {0, 0}, {0, 0}});
-    CHECK(dialogue.complaints.Text() == "\nEnd of file B\n\nEnd of file W\n");
-    CHECK(TimesIn(dialogue.screen.Text(), "\a") == 2);
+    CHECK(test.complaints.Text() == "\nEnd of file B\n\nEnd of file W\n");
+    CHECK(TimesIn(test.screen.Text(), "\a") == 2);
 }
 
-TEST_CASE("trait groups are asked for and stored")
+TEST_CASE("trait groups and species; nothing of an earlier data set")
 {
-    Dialogue dialogue;
-    Dialogue::FormatAndLoad(onlyBAndW + "3\n2\n2\n1\nk\n1 4\ny\n1\nk\n12 11\ny\n" + communities);
+    RawTest test;
+    session.hasPhylogeny = true;
+    session.phylogenyMatrixType = 3;
+    session.SMWSize = 9;
+    RawTest::FormatAndLoad(noPhylogeny + "1\nnames\n0\n3\n2\n2\n1\nk\n1 4\ny\n1\nk\n12 11\ny\n" +
+                           communities + "2\n");
     CHECK(session.hasTraitGroups);
-    CHECK(IntsOf(session.traitGroups, 2) == std::vector<int>{12, 11});
-    CHECK(TimesIn(dialogue.screen.Text(), "Traits:     \t    Height\t    Colour\t\n") == 2);
+    CHECK(IntsOf(session.traitGroups, 2) == Ints{12, 11});
+    CHECK(TimesIn(test.screen.Text(), "Traits:     \t    Height\t    Colour\t\n") == 2);
+    CHECK_FALSE(session.hasPhylogeny);
+    CHECK(Ints{session.SMWSize, session.nenv, session.nSpp} == Ints{1, 0, 2});
+    // The first and third OTU are of one species.
+    CHECK(WordsOf(session.spp, 2) == Words{"Abal Abies alba", "Bepe Betula pendula"});
+    CHECK(MarksOf(session.sppRelMap, 2, 2) == Words{"11", "01"});
+    CHECK(MarksOf(session.cstSppMap, 3, 2) == Words{"10", "01", "10"});
+    CHECK(std::string(session.whichSpp) == "names ");
+    // Labels that the names begin with.
+    RawTest::FormatAndLoad(noPhylogeny + "1\nnames\n0\n" + traits + communities + "1\n");
+    CHECK_FALSE(session.hasTraitGroups);
+    CHECK(WordsOf(session.spp, 2) == Words{"Abies alba", "Betula pendula"});
 }
 
 TEST_CASE("formats of phylogenetic resemblances")
@@ -145,38 +141,15 @@ TEST_CASE("formats of phylogenetic resemblances")
     // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        Dialogue dialogue;
+        RawTest test;
         WriteText("F", c.F);
-        Dialogue::FormatAndLoad("B\n1\nF\nW\n0\n0\n" + traits + c.format + "\n" + communities);
+        RawTest::FormatAndLoad("B\n1\nF\nW\n0\n0\n" + traits + c.format + "\n" + communities);
         CHECK(session.hasPhylogeny);
         CHECK(session.phylogenyMatrixType == c.type);
         CHECK(RowsOf(session.phylogenyRese, 3, 3) == c.stored);
-        CHECK((TimesIn(dialogue.screen.Text(), "\nPhylogenetic distances were normalized") == 1) ==
+        CHECK((TimesIn(test.screen.Text(), "\nPhylogenetic distances were normalized") == 1) ==
               c.normalized);
     }
-}
-
-TEST_CASE("nothing of an earlier data set gets into the next")
-{
-    Dialogue dialogue;
-    session.hasPhylogeny = true;
-    session.phylogenyMatrixType = 3;
-    session.SMWSize = 9;
-    Dialogue::FormatAndLoad(onlyBAndW + traits + communities);
-    CHECK_FALSE(session.hasPhylogeny);
-    CHECK((session.SMWSize == 1 && session.nSpp == 0 && session.nenv == 0));
-}
-
-TEST_CASE("species names in raw data")
-{
-    Dialogue dialogue;
-    Dialogue::FormatAndLoad(noPhylogeny + "1\nnames\n0\n" + traits + communities + "2\n");
-    CHECK(session.nSpp == 2); // the first and third OTU are of one species
-    CHECK(WordsOf(session.spp, 2) ==
-          std::vector<std::string>{"Abal Abies alba", "Bepe Betula pendula"});
-    CHECK(std::string(session.sppRelMap[0], 2) + std::string(session.sppRelMap[1], 2) == "1101");
-    CHECK(std::string(session.cstSppMap[2], 2) == "10");
-    CHECK(std::string(session.whichSpp) == "names ");
 }
 
 TEST_CASE("ecosystem variables")
@@ -185,9 +158,9 @@ TEST_CASE("ecosystem variables")
         const char* fact;
         std::string E, answers; // answers from the number of variables on
         Rows env;
-        std::vector<std::string> labels;
+        Words labels;
         int option;
-        std::vector<int> types;
+        Ints types;
         int nWarnings;
     };
     const Rows byCommunities = {{7, 8}, {-999, 9}};
@@ -213,17 +186,17 @@ TEST_CASE("ecosystem variables")
     // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        Dialogue dialogue;
+        RawTest test;
         WriteText("E", c.E);
         WriteText("W", "0 0 0 0 -999 -999 m w"); // a community without OTUs gets no warning
-        Dialogue::FormatAndLoad(noPhylogeny + "0\n1\nE\n" + traits + communities + c.answers);
+        RawTest::FormatAndLoad(noPhylogeny + "0\n1\nE\n" + traits + communities + c.answers);
         const int nenv = static_cast<int>(c.types.size());
         REQUIRE(session.nenv == nenv);
         CHECK(RowsOf(session.env, 2, nenv) == c.env);
         CHECK(WordsOf(session.envLabel, nenv) == c.labels);
         CHECK(session.optEnvVarType == c.option);
         CHECK(IntsOf(session.envVarType, nenv) == c.types);
-        const std::string screen = dialogue.screen.Text();
+        const std::string screen = test.screen.Text();
         CHECK(TimesIn(screen, "\nPlease check matrix E. Sampling unit ") == c.nWarnings);
         CHECK(TimesIn(screen, "Please check matrix W.") == 0);
     }
@@ -236,57 +209,42 @@ TEST_CASE("an E that cannot be read ends in code 2")
                           "--8 8 9 1 pH soil", "++8 8 9 1 pH soil", "+-8 8 9 1 pH soil", "",
                           "7 8 9 10 label"}) {
         CAPTURE(E);
-        Dialogue dialogue;
+        RawTest test;
         WriteText("E", E);
-        CHECK(Dialogue::Format(noPhylogeny + "0\n1\nE\n" + traits + communities + "2\n2\n2\nn\n") ==
+        CHECK(RawTest::Format(noPhylogeny + "0\n1\nE\n" + traits + communities + "2\n2\n2\nn\n") ==
               endOfFile);
-        CHECK(dialogue.complaints.Text() == "\nfile E ");
+        CHECK(test.complaints.Text() == "\nfile E ");
         CHECK(session.csm_Float == nullptr);
         CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
     }
 }
 
-TEST_CASE("counts that no machine can hold end in code 1")
+TEST_CASE("counts that no machine can hold, and memory that ends anywhere, are code 1")
 {
-    const std::string huge = "2147483647\n";
-    for (const std::string& counts : {huge + "2\n", "3\n" + huge, huge + huge}) {
-        CAPTURE(counts);
-        Dialogue dialogue;
-        CHECK(Dialogue::Format(onlyBAndW + counts) == outOfMemory);
+    RawTest test;
+    const std::string huge = "2147483647\n", withE = noPhylogeny + "0\n1\nE\n";
+    for (const std::string& answers :
+         {onlyBAndW + huge + "2\n", onlyBAndW + "3\n" + huge, onlyBAndW + huge + huge,
+          onlyBAndW + traits + huge, withE + traits + communities + huge}) {
+        CAPTURE(answers);
+        CHECK(RawTest::Format(answers) == outOfMemory);
     }
-    Dialogue dialogue;
-    CHECK(Dialogue::Format(onlyBAndW + traits + huge) == outOfMemory);
-    CHECK(Dialogue::Format(noPhylogeny + "0\n1\nE\n" + traits + communities + huge) == outOfMemory);
-}
-
-TEST_CASE("running out of memory at any allocation of the dialogue")
-{
-    Dialogue dialogue;
     WriteText("F", "0 1 4 1 0 2 4 2 0");
-    const std::string answers =
-        "B\n1\nF\nW\n1\nnames\n1\nE\n" + traits + "1\n" + communities + "2\n2\n2\n2\nn\n";
-    int code = outOfMemory;
-    int nFailures = -1;
-    for (long k = 1; code != 0; k++) {
-        FailAllocation(k);
-        code = Dialogue::Format(answers);
-        FailAllocation(0);
-        REQUIRE((code == outOfMemory || code == 0));
-        nFailures++;
-    }
-    CHECK(nFailures > 30);
+    FailEachAllocation("aFormda.txt", [] {
+        return RawTest::Format("B\n1\nF\nW\n1\nnames\n1\nE\n" + traits + "1\n" + communities +
+                               "2\n2\n2\n2\nn\n");
+    });
 }
 
 TEST_CASE("a file name is asked for until the file opens")
 {
-    Dialogue dialogue;
+    RawTest test;
     std::filesystem::create_directory("folder");
-    Type("none\nfolder\nB\n");
-    char name[52];
-    const OutputFile file(ReadDataFileName(name));
+    char name[fileNameLength + 1];
+    CHECK(CodeWith("none\nfolder\nB\n", [&] { const OutputFile file(ReadDataFileName(name)); }) == 0);
     CHECK(std::string(name) == "B");
-    CHECK(TimesIn(dialogue.screen.Text(), "Enter data file name: ") == 3);
-    CHECK(dialogue.complaints.Text() == "\ncan't open none \n\ncan't open folder \n");
+    CHECK(TimesIn(test.screen.Text(), "Enter data file name: ") == 3);
+    CHECK(test.complaints.Text() == "\ncan't open none \n\ncan't open folder \n");
 }
 
 TEST_CASE("ways to set up the data of a session")
@@ -315,20 +273,26 @@ TEST_CASE("ways to set up the data of a session")
     // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
-        Dialogue dialogue;
-        REQUIRE(Dialogue::Format(onlyBAndW + traits + communities) == 0);
+        RawTest test;
+        REQUIRE(RawTest::Format(onlyBAndW + traits + communities) == 0);
         std::filesystem::rename("aFormda.txt", "otherFormda.txt");
         const std::string other = TextOfFile("otherFormda.txt");
         WriteText("oldFormda.txt", Replaced(Replaced(other, "meadow\twood", "lake\tshore"),
                                             "25Jun2016", "18Jan2008"));
-        Type(c.answers);
+        session.nPart = session.nPartCst = session.nGroups = session.nCstGroups = 3;
+        session.hasReClus = session.hasRo = 1;
+        session.whichLevelGrCST = 2;
         int result = -1;
-        CHECK(CodeOf([&result] { result = SetFormda(); }) == 0);
+        CHECK(CodeWith(c.answers, [&result] { result = SetFormda(); }) == 0);
         CHECK(result == c.result);
+        // Data taken over bring no results and no partitions along.
+        const bool isNew = c.result == 0 && c.answers != formatted;
+        CHECK(Ints{session.nPart, session.nPartCst, session.nGroups, session.nCstGroups,
+                   session.hasReClus, session.hasRo, session.whichLevelGrCST} ==
+              (isNew ? Ints{0, 0, 0, 0, 0, 0, 1} : Ints{3, 3, 3, 3, 1, 1, 2}));
         CHECK(TextOfFile("aTrk.txt") == c.track);
-        const std::string screen = dialogue.screen.Text();
+        const std::string screen = test.screen.Text();
         CHECK(TimesIn(screen, "   3  merge formatted data from two sessions\n") == c.nMenus);
         CHECK(TimesIn(screen, "DATA FOR SESSION") == 1);
     }
 }
-

@@ -3,30 +3,79 @@
 
 #include <doctest/doctest.h>
 
+#include <cmath>
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "session/formda.hpp"
 #include "session/session.hpp"
 #include "shell/arrays.hpp"
+#include "shell/console.hpp"
 #include "unit/shell/shell_fixture.hpp"
 
-/// A scratch folder, both standard streams captured, and no session before and after.
+using Ints = std::vector<int>;
+using Words = std::vector<std::string>;
+using Rows = std::vector<std::vector<double>>;
+
+/// A scratch folder, both standard streams captured, and a session of name "a" without data.
 struct SessionTest {
-    SessionTest() { Reset(); }
-    ~SessionTest() { Reset(); }
+    SessionTest() { Reset("a"); }
+    ~SessionTest() { Reset(""); }
     SessionTest(const SessionTest&) = delete;
     SessionTest& operator=(const SessionTest&) = delete;
 
-    static void Reset()
+    static void Reset(const char* name)
     {
         FreeGlobals2();
         session = Session();
+        std::strcpy(console.sessionName, name);
+        std::strcpy(session.whichTrack, "aTrk.txt");
     }
 
     ScratchFolder folder;
     Captured screen{stdout};
     Captured complaints{stderr};
 };
+
+/// The code that loading a data file of this text ends with.
+inline int LoadData(const std::string& text)
+{
+    WriteText("sFormda.txt", text);
+    std::strcpy(session.whichFormda, "sFormda.txt");
+    return CodeOf([] { OpenFormda(1); });
+}
+
+/// The code that a dialogue ends with. An answer that it did not take is a fault.
+template <typename Dialogue>
+int CodeWith(const std::string& answers, Dialogue dialogue)
+{
+    Type(answers + " #");
+    const int code = CodeOf(dialogue);
+    std::string left;
+    for (int c = StandardInput().Get(); c != '#' && c != EOF; c = StandardInput().Get())
+        if (c > ' ') left += static_cast<char>(c);
+    if (code == 0) CHECK(left == "");
+    return code;
+}
+
+/// Fails each allocation of the work in turn: code 1 and no such file, until none fails.
+template <typename Work>
+void FailEachAllocation(const char* file, Work work)
+{
+    std::filesystem::remove(file);
+    int code = outOfMemory, nFailures = -1;
+    for (long k = 1; code != 0; k++) {
+        CHECK_FALSE(std::filesystem::exists(file));
+        FailAllocation(k);
+        code = work();
+        FailAllocation(0);
+        REQUIRE((code == outOfMemory || code == 0));
+        FreeGlobals2();
+        nFailures++;
+    }
+    CHECK(nFailures > 40);
+}
 
 inline std::string Replaced(std::string text, const std::string& part, const std::string& by)
 {
@@ -35,8 +84,6 @@ inline std::string Replaced(std::string text, const std::string& part, const std
     return text.replace(at, part.size(), by);
 }
 
-using Rows = std::vector<std::vector<double>>;
-
 inline Rows RowsOf(double** table, int rows, int columns)
 {
     Rows copy;
@@ -44,6 +91,24 @@ inline Rows RowsOf(double** table, int rows, int columns)
     return copy;
 }
 
-inline std::vector<std::string> WordsOf(char** words, int n) { return {words, words + n}; }
+/// Equal but for what six stored digits lose; NaN equals NaN.
+inline void CheckRows(double** table, const Rows& expected)
+{
+    for (std::size_t i = 0; i < expected.size(); i++)
+        for (std::size_t k = 0; k < expected[i].size(); k++) {
+            const double cell = table[i][k];
+            CHECK((cell == doctest::Approx(expected[i][k]).epsilon(1e-5) ||
+                   (std::isnan(cell) && std::isnan(expected[i][k]))));
+        }
+}
 
-inline std::vector<int> IntsOf(const int* values, int n) { return {values, values + n}; }
+inline Words WordsOf(char** words, int n) { return {words, words + n}; }
+
+inline Words MarksOf(char** marks, int rows, int columns)
+{
+    Words copy;
+    for (int i = 0; i < rows; i++) copy.emplace_back(marks[i], static_cast<std::size_t>(columns));
+    return copy;
+}
+
+inline Ints IntsOf(const int* values, int n) { return {values, values + n}; }

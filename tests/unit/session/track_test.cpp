@@ -1,10 +1,5 @@
 #include "session/track.hpp"
 
-#include <doctest/doctest.h>
-
-#include <cstring>
-
-#include "session/formda.hpp"
 #include "unit/session/session_fixture.hpp"
 
 namespace {
@@ -28,14 +23,10 @@ const std::string whole = head + settings + partitions + selections;
 
 int Load(const std::string& track)
 {
-    WriteText("dFormda.txt", dataSet);
     WriteText("Trk.txt", track);
-    std::strcpy(session.whichFormda, "dFormda.txt");
     std::strcpy(session.whichTrack, "Trk.txt");
-    return CodeOf([] {
-        OpenFormda(1);
-        ReadTrack();
-    });
+    REQUIRE(LoadData(dataSet) == 0);
+    return CodeOf([] { ReadTrack(); });
 }
 
 } // namespace
@@ -46,21 +37,20 @@ TEST_CASE("a full track file loads item by item, and is written as it was")
     REQUIRE(Load(whole) == 0);
     const Session& s = session;
     CHECK(std::string(s.whichHier) == "aHie.txt");
-    CHECK((s.traitBasedOpt == 1 && s.hasHier == 1));
-    CHECK(std::vector<int>{s.optEnvStruct, s.rese_opt, s.reseCstOpt, s.part, s.fuzzy, s.reseTypeOrd,
-                           s.keepRichness} == std::vector<int>{21, 6, 1, 23, 3, 31, 39});
-    CHECK(IntsOf(s.nchor, 2) == std::vector<int>{2, 1});
-    CHECK(IntsOf(s.rcst, 2) == std::vector<int>{3, 2});
+    CHECK(Ints{s.traitBasedOpt, s.hasHier, s.optEnvStruct, s.rese_opt, s.reseCstOpt, s.part,
+               s.fuzzy, s.reseTypeOrd, s.keepRichness} == Ints{1, 1, 21, 6, 1, 23, 3, 31, 39});
+    CHECK(IntsOf(s.nchor, 2) == Ints{2, 1});
+    CHECK(IntsOf(s.rcst, 2) == Ints{3, 2});
     CHECK((s.nGrPoly[0] == 3 && s.fuzziness == 1.25));
     CHECK(std::string(s.partLabel[1]) == "site");
     CHECK(s.nGroups == 3); // the second partition is the current one
-    CHECK(WordsOf(s.grLabel, 3) == std::vector<std::string>{"a", "b", "c"});
-    CHECK(IntsOf(s.groupRel, 3) == std::vector<int>{3, 1, 2});
-    CHECK((s.whichPartCstAOC == 42 && s.whichLevelGrCST == 2 && s.nCstGroups == 3));
-    CHECK(WordsOf(s.grCstLabel, 3) == std::vector<std::string>{"x", "yy", "z"});
-    CHECK(IntsOf(s.groupCst, 4) == std::vector<int>{1, 3, 2, 0});
-    CHECK(std::vector<int>{s.relSelect[2], s.doDistrib, s.adjacentRelOpt, s.clusMethPoolCSTs,
-                           s.SMWSize} == std::vector<int>{1, 51, 52, 55, 2});
+    CHECK(WordsOf(s.grLabel, 3) == Words{"a", "b", "c"});
+    CHECK(IntsOf(s.groupRel, 3) == Ints{3, 1, 2});
+    CHECK(Ints{s.whichPartCstAOC, s.whichLevelGrCST, s.nCstGroups} == Ints{42, 2, 3});
+    CHECK(WordsOf(s.grCstLabel, 3) == Words{"x", "yy", "z"});
+    CHECK(IntsOf(s.groupCst, 4) == Ints{1, 3, 2, 0});
+    CHECK(Ints{s.relSelect[2], s.doDistrib, s.adjacentRelOpt, s.clusMethPoolCSTs, s.SMWSize} ==
+          Ints{1, 51, 52, 55, 2});
 
     WriteTrack(1);
     CHECK(TextOfFile("Trk.txt") == whole);
@@ -69,40 +59,30 @@ TEST_CASE("a full track file loads item by item, and is written as it was")
     std::strcpy(session.grCstLabel[0], "abc"); // of three characters: no blank behind it
     WriteTrack(1);
     CHECK(TimesIn(TextOfFile("Trk.txt"), "\nabcyy z  \n") == 1);
+    std::strcpy(session.whichTrack, "nowhere/Trk.txt");
+    CHECK(CodeOf([] { ReadTrack(); }) == cannotOpen);
+    CHECK(CodeOf([] { WriteTrack(0); }) == cannotOpen);
 }
 
 TEST_CASE("track files that load without their settings")
 {
-    struct Case {
-        const char* fact;
-        std::string track;
-        bool complains;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {"short", head, false},
-        {"short, no line end", "otherFormda.txt 07Jul17", false},
-        {"another version, full", Replaced(whole, "07Jul17", "07Jul18"), true},
-        {"another version with the old integer", "otherFormda.txt\n07Jul1\n12\n", true},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
+    // The second is of another version with an integer that older programs wrote.
+    for (const std::string& track : {head, std::string("otherFormda.txt\n07Jul1\n12\n"),
+                                     Replaced(whole, "07Jul17", "07Jul18")}) {
+        CAPTURE(track);
         SessionTest test;
-        CHECK(Load(c.track) == 0);
+        CHECK(Load(track) == 0);
         CHECK(std::string(session.whichFormda) == "otherFormda.txt");
         CHECK(session.fuzzy == 0);
         CHECK(std::string(session.whichHier) == "NULL");
         CHECK(session.groupRel == session.groupRelP[0]);
-        const std::string screen = test.screen.Text();
-        CHECK((TimesIn(screen,
-                       "\n\aFormda file is compatible, but other files of the session are "
-                       "not compatible with this program version.") == 1) == c.complains);
-        CHECK(screen.empty() == !c.complains);
+        CHECK(TimesIn(test.screen.Text(),
+                      "\n\aFormda file is compatible, but other files of the session are "
+                      "not compatible with this program version.") == (track == head ? 0 : 1));
     }
 }
 
-TEST_CASE("a full track file cut short anywhere ends in code 2")
+TEST_CASE("what cannot be a track file ends in code 2")
 {
     SessionTest test;
     const std::size_t end = whole.size() - 1;
@@ -112,23 +92,13 @@ TEST_CASE("a full track file cut short anywhere ends in code 2")
         const bool isShort = length > head.find('\n') + 1 && length <= head.size();
         CHECK(Load(whole.substr(0, length)) == (isShort || length >= end ? 0 : endOfFile));
     }
-}
-
-TEST_CASE("counts and indices of a track file that cannot be")
-{
-    struct Case {
-        const char* fact;
-        const char* part;
-        const char* by;
-    };
     // clang-format off
-    const Case cases[] = {
+    const char* const cases[][3] = {
         {"negative number of partitions", "39\n2\n1\n", "39\n-2\n1\n"},
         {"more partitions than characters", "39\n2\n1\n", "39\n2000000000\n1\n"},
         {"current partition above 9", "39\n2\n1\n", "39\n2\n10\n"},
         {"more groups than characters", "site \n2 3", "site \n2 2000000000"},
         {"current level above the traits", "41 42 \n2\n", "41 42 \n3\n"},
-        {"negative partitions of OTUs", "42 \n2\n1\n", "42 \n2\n-1\n"},
         {"current partition of OTUs above 9", "42 \n2\n1\n0\n", "42 \n2\n1\n10\n"},
         {"level of a partition above the traits", "z  \n1 \n", "z  \n3 \n"},
         {"negative length of a row of groups", "2 1 \n3 2 \n", "2 1 \n-3 2 \n"},
@@ -136,35 +106,35 @@ TEST_CASE("counts and indices of a track file that cannot be")
         {"labels of groups that run together", "x  yy z  ", "xxxyy z  "},
     };
     // clang-format on
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        SessionTest test;
-        CHECK(Load(Replaced(whole, c.part, c.by)) == endOfFile);
-        CHECK(test.complaints.Text() == "\nfile Trk.txt ");
+    for (const auto& [fact, part, by] : cases) {
+        CAPTURE(fact);
+        SessionTest one;
+        CHECK(Load(Replaced(whole, part, by)) == endOfFile);
+        CHECK(one.complaints.Text() == "\nfile Trk.txt ");
     }
 }
 
 TEST_CASE("what there is no room for is read and dropped")
 {
     SessionTest test;
-    std::string twelve = "12\n9\n";
-    for (int i = 0; i < 12; i++) twelve += "p" + std::to_string(i) + " ";
-    for (int i = 0; i < 12; i++) twelve += " 5"; // groups, of 3 communities
-    for (int i = 0; i < 12; i++) twelve += " a b c d e" + std::to_string(i);
-    for (int i = 0; i < 12; i++) twelve += " 1 2 " + std::to_string(i);
-    REQUIRE(Load(head + settings + twelve +
-                 " 41 42 \n2\n1\n0\ntypes \n6 \n"
-                 "x  yy z  u  v  w  \n1 \n1 3 2 \n" +
+    std::string text = head + Replaced(settings, "\n3 2 \n", "\n600 2 \n") + "12\n9\n", row;
+    for (int i = 0; i < 12; i++) text += "p" + std::to_string(i) + " ";
+    for (int i = 0; i < 12; i++) text += " 5"; // groups, of 3 communities
+    for (int i = 0; i < 12; i++) text += " a b c d e" + std::to_string(i);
+    for (int i = 0; i < 12; i++) text += " 1 2 " + std::to_string(i);
+    for (int i = 0; i < 600; i++) row += "77 "; // groups at level 1, of 4 OTUs
+    REQUIRE(Load(text + " 41 42 \n2\n1\n0\ntypes \n6 \nx  y  z  u  v  w  \n1 \n" + row + '\n' +
                  selections) == 0);
-    CHECK(session.nPart == 10);
-    CHECK(std::string(session.partLabel[9]) == "p9");
-    CHECK(session.nGroups == 3);
-    CHECK(WordsOf(session.grLabel, 3) == std::vector<std::string>{"a", "b", "c"});
-    CHECK(session.groupRel[2] == 9);
-    CHECK(session.whichPartAOC == 41);
-    CHECK(session.nCstGroups == 4);
-    CHECK(std::string(session.grCstLabel[3]) == "u");
-    CHECK(session.SMWSize == 2);
+    const Session& s = session;
+    CHECK(Ints{s.nPart, s.nGroups, s.groupRel[2], s.whichPartAOC, s.nCstGroups, s.SMWSize} ==
+          Ints{10, 3, 9, 41, 4, 2});
+    CHECK(std::string(s.partLabel[9]) == "p9");
+    CHECK(WordsOf(s.grLabel, 3) == Words{"a", "b", "c"});
+    CHECK(std::string(s.grCstLabel[3]) == "u");
+    CHECK(IntsOf(s.groupCst, 4) == Ints{77, 77, 77, 77});
+    CHECK(s.groupCstP[1][0] == 0);
+    WriteTrack(1);
+    CHECK(TimesIn(TextOfFile("Trk.txt"), "77 ") == 4);
 }
 
 TEST_CASE("no partitions: the first entries of the tables are the current ones")
@@ -176,12 +146,4 @@ TEST_CASE("no partitions: the first entries of the tables are the current ones")
     CHECK(session.groupRel == session.groupRelP[0]);
     WriteTrack(1);
     CHECK(TextOfFile("Trk.txt") == none);
-}
-
-TEST_CASE("track files that cannot be opened")
-{
-    SessionTest test;
-    std::strcpy(session.whichTrack, "nowhere/Trk.txt");
-    CHECK(CodeOf([] { ReadTrack(); }) == cannotOpen);
-    CHECK(CodeOf([] { WriteTrack(0); }) == cannotOpen);
 }
