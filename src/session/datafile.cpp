@@ -67,11 +67,20 @@ void DataFile::ReadMatrix(int rows, int columns, double** matrix)
     for (int i = 0; i < rows; i++) ReadDoubles(columns, matrix[i]);
 }
 
+char DataFile::ReadMark()
+{
+    int mark = stream.Get();
+    while ((mark >= 0 && mark <= ' ') || mark == 127) mark = stream.Get();
+    if (mark == EOF) return static_cast<char>(ScanChar(stream, "0 1", name)); // its complaint
+    if (mark != '0' && mark != '1') Refuse();
+    return static_cast<char>(mark);
+}
+
 void DataFile::ReadMarks(int rows, int columns, char** marks, int firstColumn)
 {
     for (int i = 0; i < rows; i++)
         for (int k = 0; k < columns; k++)
-            marks[i][firstColumn + k] = static_cast<char>(ScanChar(stream, "0 1", name));
+            marks[i][firstColumn + k] = ReadMark();
 }
 
 void DataFile::ReadWord(char* word, int wordSize) { freadckWord(stream, word, wordSize, name); }
@@ -88,6 +97,7 @@ void DataFile::CheckRoom(long rows, long columns)
 
 void DataFile::Refuse()
 {
+    CheckText();
     stream.Close();
     Complain("\nfile %s ", name);
     Bell();

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "shell/files.hpp"
+#include "shell/scanners.hpp"
 
 /// A session file that is being read. Whatever cannot be read, or cannot be, ends in code 2 after
 /// "\nfile %s " with its name.
@@ -23,7 +24,7 @@ public:
     void ReadInts(int n, int* values);
     void ReadDoubles(int n, double* values);
     void ReadMatrix(int rows, int columns, double** matrix);
-    /// Rows of '0' and '1', into the table's columns from firstColumn on.
+    /// Rows of '0' and '1', blanks between them or not, into the table's columns from firstColumn on.
     void ReadMarks(int rows, int columns, char** marks, int firstColumn = 0);
     /// Words of at most size - 1 characters; what is longer is cut.
     void ReadWord(char* word, int size);
@@ -31,6 +32,8 @@ public:
 
     /// The file must have room for rows x columns items of one character at the least.
     void CheckRoom(long rows, long columns);
+    /// What has been read must be plain text.
+    void CheckText() { CheckPlainText(stream, name); }
     /// The complaint and code 2.
     [[noreturn]] void Refuse();
 
@@ -38,5 +41,7 @@ public:
     InputStream stream;
 
 private:
+    char ReadMark();
+
     long size; // in characters
 };

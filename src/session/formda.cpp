@@ -30,9 +30,16 @@ constexpr int versionWordSize = 64;
 
 // --- Writing
 
+/// A label without a character would be missing from the words of the file, so its number stands
+/// for it.
 void WriteLabels(std::FILE* file, int n, char** labels)
 {
-    for (int i = 0; i < n; i++) std::fprintf(file, "%s\t", labels[i]);
+    for (int i = 0; i < n; i++) {
+        if (labels[i][0] == '\0')
+            std::fprintf(file, "%d\t", i + 1);
+        else
+            std::fprintf(file, "%s\t", labels[i]);
+    }
     std::fprintf(file, "\n");
 }
 
@@ -326,6 +333,7 @@ void OpenFormda(int /*mode*/)
     ReadWindowSize(file);
     ReadPhylogeny(file);
     ReadTraitGroups(file, hasStoredGroups);
+    file.CheckText();
     session.dirtyOrig = 0;
 }
 

@@ -252,6 +252,7 @@ bool ReadEnd(Merge& merge)
 {
     char word[wordSize];
     merge.file.ReadWord(word, sizeof word);
+    merge.file.CheckText();
     merge.file.stream.Close();
     return true;
 }

@@ -132,7 +132,7 @@ void SpecifyTraits(RawFile& file)
         file.ReadLabels(s.nch, s.chLabel);
     else
         NumberLabels(s.nch, s.chLabel, labelSize);
-    file.stream->Close();
+    file.Finish();
     AskTraitTypes();
     AskTraitGroups();
 }
@@ -204,7 +204,7 @@ void SpecifyPhylogeny(RawFile& file)
         s.phylogenyMatrixType = format == 1 ? 3 : 1;
         if (format == 1) NormalizeDistances();
     }
-    file.stream->Close();
+    file.Finish();
     PrintRule();
 }
 
@@ -280,7 +280,7 @@ void SpecifyCommunities(RawFile& file)
         file.ReadLabels(s.ncsm, s.reLabel);
     else
         NumberLabels(s.ncsm, s.reLabel, labelSize);
-    file.stream->Close();
+    file.Finish();
     WarnOfW();
 }
 
@@ -302,6 +302,7 @@ void SpecifySpecies(RawFile& file)
     s.spp = dim2Dchar(s.tcst, speciesNameSize);
     for (int i = 0; i < s.tcst; i++)
         freadlineckTEMP(*file.stream, speciesNameSize - 1, s.spp[i], file.name);
+    CheckPlainText(*file.stream, file.name);
     file.stream->Close();
     s.sppRelMap = dim2Dchar(s.tcst, s.ncsm);
     s.cstSppMap = dim2Dchar(s.tcst, s.tcst);
@@ -316,7 +317,7 @@ void ClearDataSet()
 {
     Session& s = session;
     s.tcst = s.nch = s.nSpp = s.ncsm = s.nenv = 0;
-    s.hasPhylogeny = s.hasTraitGroups = false;
+    s.hasPhylogeny = false;
     s.phylogenyMatrixType = 0;
     s.SMWSize = 1;
 }

@@ -147,6 +147,6 @@ void SpecifyEnvironment(RawFile& file)
     for (int k = 0; labelsInFile && k < s.nenv; k++)
         freadckWord(*file.stream, s.envLabel[k], labelSize, file.name);
     if (!labelsInFile) NumberLabels(s.nenv, s.envLabel, labelSize);
-    file.stream->Close();
+    file.Finish();
     WarnOfE();
 }

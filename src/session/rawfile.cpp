@@ -1,6 +1,7 @@
 #include "session/rawfile.hpp"
 
 #include "session/session.hpp"
+#include "shell/complaint.hpp"
 #include "shell/console.hpp"
 #include "shell/prompts.hpp"
 #include "shell/scanners.hpp"
@@ -19,8 +20,17 @@ bool RawFile::ReadCell(double& cell) { return freadck1(*stream, cell, name); }
 
 void RawFile::ReadLabels(int n, char** labels)
 {
+    NumberLabels(n, labels, labelSize);
     for (int i = 0; i < n; i++)
         if (!freadck1Word(*stream, labels[i], labelSize, name)) return;
+}
+
+void RawFile::Finish()
+{
+    const bool hasMore = HasNumberLeft(*stream);
+    CheckPlainText(*stream, name);
+    stream->Close();
+    if (hasMore) Complain("numbers left over in file %s: check the counts\n", name);
 }
 
 bool AskLabelsInFile(const RawFile& file, const char* heading, const char* byDefault)

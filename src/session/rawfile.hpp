@@ -31,8 +31,12 @@ struct RawFile {
             for (int k = 0; k < columns; k++)
                 if (!ReadCell(at(i, k))) return;
     }
-    /// n words of at most 10 characters; what is longer is cut.
+    /// n words of at most 10 characters; what is longer is cut. A label that is not there is the
+    /// number of its row or column.
     void ReadLabels(int n, char** labels);
+    /// Closes the file. Numbers behind what was read tell of a wrong count: one line says so. What
+    /// is no plain text ends in code 2.
+    void Finish();
 };
 
 /// Asks where labels come from; true if they stand at the end of the file. The heading and the line

@@ -49,7 +49,10 @@ int InputStream::Get()
     if (file == nullptr) return EOF;
     // A prompt without a line end must stand on the screen before its answer is waited for.
     if (file == stdin) std::fflush(stdout);
-    return getc_unlocked(file);
+    const int character = getc_unlocked(file);
+    if (character == '\n') line++;
+    if (character == '\0' && nulLine == 0) nulLine = line;
+    return character;
 }
 
 void InputStream::Unget(int character)

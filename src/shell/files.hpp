@@ -28,9 +28,12 @@ public:
     void Close();
     /// True once the forgiving number reader has complained of this stream's end.
     bool endAnnounced = false;
+    /// Line, from 1, of the first NUL byte that was read; 0 if none was. A text has none.
+    long nulLine = 0;
 
 private:
     std::FILE* file;
+    long line = 1;
     std::string givenBack; // last character first out
 };
 

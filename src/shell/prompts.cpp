@@ -200,8 +200,9 @@ int ReadLongInput(int n, int maxLength, char** labels, const char* what)
     const auto askName = [] {
         std::fprintf(console.out, "Enter name of file containing the labels: ");
     };
-    const auto fromFile = [&](InputStream& file, const char*) {
+    const auto fromFile = [&](InputStream& file, const char* name) {
         ReadLabels(file, n, maxLength, labels);
+        if (!IsPlainText(file, name)) return false;
         std::fprintf(console.out, "%s:\t", what);
         PrintRow(console.out, n, labels);
         std::fprintf(console.out, "\n");
@@ -224,6 +225,7 @@ int ReadLongInput(int n, int* numbers, const char* what, const char* accept)
     };
     const auto fromFile = [&](InputStream& file, const char* name) {
         const bool isComplete = ReadNumbers(file, n, numbers, name, accept);
+        if (!IsPlainText(file, name)) return false;
         std::fprintf(console.out, "%s:\t", what);
         PrintRow(console.out, n, numbers);
         std::fprintf(console.out, "\n");

@@ -38,7 +38,7 @@ void GiveBack(InputStream& stream, const std::string& text, std::size_t from)
 [[noreturn]] void EndOfCheckedRead(InputStream& stream, const char* name)
 {
     stream.Close();
-    Complain("\nfile %s ", name);
+    if (IsPlainText(stream, name)) Complain("\nfile %s ", name);
     Bell();
     Fail(endOfFile);
 }
@@ -180,6 +180,34 @@ void ReadLine(InputStream& stream, int maxLength, char* destination, const char*
 }
 
 } // namespace
+
+bool IsPlainText(const InputStream& stream, const char* name)
+{
+    if (stream.nulLine == 0) return true;
+    Complain("\nfile %s line %ld: NUL byte; save it as plain text, not as UTF-16\n", name,
+             stream.nulLine);
+    return false;
+}
+
+void CheckPlainText(InputStream& stream, const char* name)
+{
+    if (stream.nulLine != 0) EndOfCheckedRead(stream, name);
+}
+
+bool HasNumberLeft(InputStream& stream)
+{
+    bool atStart = true;
+    for (int c = stream.Get(); c != EOF; c = stream.Get()) {
+        std::string number;
+        if (atStart && !IsWhite(c)) {
+            stream.Unget(c);
+            if (TakeDecimal(stream, number)) return true;
+            stream.Get();
+        }
+        atStart = IsWhite(c);
+    }
+    return false;
+}
 
 bool TryRead(InputStream& stream, int& value)
 {

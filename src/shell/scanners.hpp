@@ -19,6 +19,14 @@ void freadckWord(InputStream& stream, char* word, int size, const char* name);
 /// next word.
 void freadckPart(InputStream& stream, char* word, int width, const char* name);
 
+/// False, after "\nfile %s line %ld: " and what is wrong, if a NUL byte was read from the stream: the
+/// file is no plain text but, as a rule, UTF-16, of which every number would be read wrongly.
+bool IsPlainText(const InputStream& stream, const char* name);
+/// The same; what is no plain text ends in code 2.
+void CheckPlainText(InputStream& stream, const char* name);
+/// True if a word of what is left of the stream begins with a number; reads up to it.
+bool HasNumberLeft(InputStream& stream);
+
 // --- The same without a complaint: false if nothing can be read; a wrong token stays unread.
 bool TryRead(InputStream& stream, int& value);
 bool TryRead(InputStream& stream, double& value);

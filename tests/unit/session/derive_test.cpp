@@ -54,6 +54,7 @@ Words SpeciesMarks() { return MarksOf(session.sppRelMap, session.nSpp, session.n
 TEST_CASE("traits, OTUs, communities and variables are chosen, in any order")
 {
     Derived test;
+    session.emptyReleves = 5; // of another data set
     Derived::DeriveAndLoad("2 2 k mass height y\n2 3 k 4 2 1 y\n2 3 k c2 b2 a1 y\n"
                            "2 2 k mown pH y\nn\n");
     const Session& s = session;
@@ -87,7 +88,7 @@ TEST_CASE("a trait named twice stands twice; phylogeny variables follow their OT
 TEST_CASE("what kind of E is left")
 {
     struct Case {
-        const char* fact;
+        std::string fact;
         const char* kinds; // option and types
         const char* variables;
         int option;
@@ -113,10 +114,11 @@ TEST_CASE("what kind of E is left")
     }
 }
 
+// Groups by label, second halves behind first ones and a window of 4 are in whole sessions.
 TEST_CASE("communities pooled, as change, or averaged along the series")
 {
     struct Case {
-        const char* fact;
+        std::string fact;
         std::string data, answers; // answers from the option for communities on
         Words labels;
         Rows W, E;
@@ -124,8 +126,6 @@ TEST_CASE("communities pooled, as change, or averaged along the series")
         Words species;
         std::string text; // on the screen, once
     };
-    const std::string groups = "\nEnter group membership (label) for communities:\ncommunities:\t"
-                               "a1\ta2\tb1\tb2\tc1\tc2\t\n";
     const std::string binary = "\nWarning! Change in environmental variables that are qualitative\n"
                                "will result in a binary variable: 1 if there is change, 0 if there "
                                "is not.\n\nTo compute change";
@@ -139,30 +139,19 @@ TEST_CASE("communities pooled, as change, or averaged along the series")
     };
     const Rows same = {{1, 2, 3, 4, 5, 6}, {0, 0, 0, 8, 0, 1}, {0, 0, 0, 0, 0, 0},
                        {2, 4, 8, 16, 32, 64}};
-    const Rows halves = {{3, 3, 3}, {8, 0, 1}, {0, 0, 0}, {14, 28, 56}};
     const double third = 1 / 3.0;
     // By hand.
     const Case cases[] = {
-        {"groups by label", WithoutNominal(), "3\n2 2 k wet dry y n k wet dry wet dry dry dry y",
-         {"wet", "dry"}, {{2, 4.25}, {0, 2.25}, {0, 0}, {5, 29}}, {{2.5, 1.5, .5}, {14.5, 2, .5}},
-         {3, 3, 3}, {"11", "01", "11"}, groups},
         {"groups of known size", WithoutNominal(), "3\n2 1 y 2 4", {"1", "2"},
          {{1.5, 4.5}, {0, 2.25}, {0, 0}, {3, 30}}, {{1.5, 1.5, .5}, {15, 2, .5}}, {3, 3, 3},
          {"11", "01", "11"}, "\nWarning! Binary environmental variables will be averaged"},
         // A long word splits into the next label. Nominal soil: 1 where it has changed.
-        {"second halves behind first halves, labels typed again", source,
-         "4\n2 x y z n woodland mead y 1", {"wood", "land", "mead"}, halves,
-         {{7, 1, 1}, {14, 1, -1}, {28, 1, -1}}, {3, 1, 1}, {"111", "101", "111"}, binary},
-        {"following one another: odd ones are pairs, even ones stay zero", source, "4\n1 2",
-         {"1", "2", "3"}, {{1, 0, 1}, {0, 0, 8}, {0, 0, 0}, {2, 0, 8}},
+        {"following one another: odd ones are pairs, even ones stay zero", source,
+         "4\n2 x y z n woodland mead y 2", {"wood", "land", "mead"}, {{1, 0, 1}, {0, 0, 8}, {0, 0, 0}, {2, 0, 8}},
          {{1, 1, 1}, {0, 0, 0}, {4, 0, 0}}, {3, 1, 1}, {"101", "001", "100"}, binary},
         {"a window of 2 changes nothing", source, "5\n2", {"a1", "a2", "b1", "b2", "c1", "c2"},
          same, {{1, 1, 0}, {2, 2, 1}, {4, 2, 1}, {8, 2, 1}, {16, 3, 0}, {32, 1, 0}}, {3, 2, 1},
          {"111111", "000101", "110011"}, window("6", "1")},
-        {"a window of 4 means pairs of neighbours", source, "5\n4", {"a1", "a2", "b1", "b2", "c1"},
-         {{1.5, 2.5, 3.5, 4.5, 5.5}, {0, 0, 4, 4, .5}, {0, 0, 0, 0, 0}, {3, 6, 12, 24, 48}},
-         {{1.5, 1.5, .5}, {3, 2, 1}, {6, 2, 1}, {12, 2.5, .5}, {24, 2, 0}}, {3, 2, 1},
-         {"11111", "00111", "11011"}, window("5", "2")},
         {"a window of the whole series", source, "5\n6", {"a1", "a2", "b1", "b2"},
          {{2, 3, 4, 5}, {0, 8 * third, 8 * third, 3}, {0, 0, 0, 0},
           {14 * third, 28 * third, 56 * third, 112 * third}},
@@ -184,6 +173,7 @@ TEST_CASE("communities pooled, as change, or averaged along the series")
         const std::string screen = test.screen.Text();
         CHECK(TimesIn(screen, c.text) == 1);
         CHECK(TimesIn(screen, "must be even.") == 0);
+        CHECK(TimesIn(screen, "\nWarning! Binary") == (c.answers[0] == '4' ? 0 : 1));
     }
 }
 
@@ -208,13 +198,11 @@ TEST_CASE("pooling is refused with a nominal variable, and only that")
     Derived::DeriveAndLoad("1\n1\n3\n1\n1\nn\n");
     const std::string menu =
         "----------------------------------------------------------------------\nCommunities:\n";
-    CHECK(TimesIn(test.screen.Text(),
-                  "Type option no.: "
-                  "\nWarning! Binary environmental variables will be averaged, and therefore "
-                  "will become quantitative."
-                  "\nThis option not allowed with this data: pooling environmental variables "
-                  "that are qualitative is not possible.\n" +
-                      menu) == 1);
+    const std::string notes =
+        "\nWarning! Binary environmental variables will be averaged, and therefore will become "
+        "quantitative.\nThis option not allowed with this data: pooling environmental variables "
+        "that are qualitative is not possible.\n";
+    CHECK(TimesIn(test.screen.Text(), "Type option no.: " + notes + menu) == 1);
 }
 
 TEST_CASE("OTUs that are absent everywhere are trimmed before communities are pooled")
@@ -240,7 +228,7 @@ TEST_CASE("OTUs that are absent everywhere are trimmed before communities are po
 TEST_CASE("what is wrong is asked again under its heading, and at once")
 {
     struct Case {
-        const char* fact;
+        std::string fact;
         std::string before, wrong, right;
         const char* heading;
         const char* complaint;
@@ -285,51 +273,48 @@ TEST_CASE("what is wrong is asked again under its heading, and at once")
 
 TEST_CASE("the track file of the source")
 {
-    const std::string none = "\ncan't open sTrk.txt \n";
-    SUBCASE("is not there, has no word, or points at other data")
-    {
-        for (const char* track : {"", " \n", "otherFormda.txt\n07Jul17\n"}) {
-            Derived test;
-            WriteText("sTrk.txt", track);
-            if (track[0] == '\0') std::filesystem::remove("sTrk.txt");
-            Derived::DeriveAndLoad("1\n1\n1\n1\nn\n");
-            CHECK(test.complaints.Text() == (track[0] == '\0' ? none : ""));
-            CHECK(std::string(session.dataName) == "sFormda.txt "); // the data that were taken
-        }
-    }
-    SUBCASE("is cut short")
-    {
+    struct Case {
+        std::string fact;
+        const char* track; // null: none
+        int code;
+        const char* complaint;
+    };
+    const Case cases[] = {
+        {"is not there", nullptr, 0, "\ncan't open sTrk.txt \n"},
+        {"has no word", " \n", 0, ""},
+        {"points at other data", "otherFormda.txt\n07Jul17\n", 0, ""},
+        {"is cut short", "sFormda.txt\n07Jul17\nNULL\n", endOfFile, "\nfile sTrk.txt "},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
         Derived test;
-        WriteText("sTrk.txt", "sFormda.txt\n07Jul17\nNULL\nNULL\n");
-        CHECK(Derived::Derive("1\n1\n1\n1\nn\n") == endOfFile);
-        CHECK(test.complaints.Text() == "\nfile sTrk.txt ");
-        CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
+        std::filesystem::remove("sTrk.txt");
+        if (c.track != nullptr) WriteText("sTrk.txt", c.track);
+        CHECK(Derived::Derive("1\n1\n1\n1\nn\n") == c.code);
+        CHECK(test.complaints.Text() == c.complaint);
+        CHECK(TextOfFile("aFormda.txt").substr(0, 12) == (c.code == 0 ? "sFormda.txt " : ""));
     }
-    SUBCASE("tells of a cluster record: its partition is the one at hand")
-    {
-        Derived test;
-        REQUIRE(LoadData(WithoutNominal()) == 0);
-        std::strcpy(session.whichTrack, "sTrk.txt");
-        session.hasReClus = session.nPart = 1;
-        session.nGroupsP[0] = 2;
-        std::strcpy(session.partLabel[0], "old");
-        for (int g = 0; g < 2; g++) std::strcpy(session.grLabelP[0][g], "x");
-        const int groups[] = {1, 2, 1, 2, 2, 2};
-        std::copy(groups, groups + 6, session.groupRelP[0]);
-        WriteTrack(1);
-        std::strcpy(session.whichTrack, "aTrk.txt");
-        Derived::DeriveAndLoad("1\n1\n3\n2 1 2\n1\nn\n");
-        CHECK(W() == Rows{{2, 4.25}, {0, 2.25}, {0, 0}, {5, 29}}); // by hand
-        CHECK(TimesIn(test.screen.Text(),
-                      "\nGet partition from: \n   1  keyboard or file \n   2  cluster analysis "
-                      "record \nType option no.: ") == 1);
-    }
+    // It tells of a cluster record: its partition is the one at hand.
+    Derived test;
+    REQUIRE(LoadData(WithoutNominal()) == 0);
+    std::strcpy(session.whichTrack, "sTrk.txt");
+    session.hasReClus = session.nPart = 1;
+    session.nGroupsP[0] = 2;
+    std::strcpy(session.partLabel[0], "old");
+    for (int g = 0; g < 2; g++) std::strcpy(session.grLabelP[0][g], "x");
+    for (int i = 0; i < 6; i++) session.groupRelP[0][i] = i == 0 || i == 2 ? 1 : 2;
+    WriteTrack(1);
+    std::strcpy(session.whichTrack, "aTrk.txt");
+    Derived::DeriveAndLoad("1\n1\n3\n2 1 2\n1\nn\n");
+    CHECK(W() == Rows{{2, 4.25}, {0, 2.25}, {0, 0}, {5, 29}}); // by hand
+    CHECK(TimesIn(test.screen.Text(), "\nGet partition from: \n   1  keyboard or file \n   2  "
+                                      "cluster analysis record \nType option no.: ") == 1);
 }
 
 TEST_CASE("a partition of other objects than communities")
 {
     struct Case {
-        const char* fact;
+        std::string fact;
         const char* answers;
         int n;
         Ints group;

@@ -72,7 +72,7 @@ TEST_CASE("the writer gives back the bytes that were read")
 TEST_CASE("layouts of the formatted data file")
 {
     struct Case {
-        const char* fact;
+        std::string fact;
         std::string text;
         Rows B;
         Ints sizes; // nenv, nSpp, SMWSize, hasPhylogeny, hasTraitGroups
@@ -117,11 +117,13 @@ TEST_CASE("a label or a name that is too long is cut")
     SessionTest test;
     REQUIRE(LoadData(Replaced(whole, "Height", "Heightened12")) == 0);
     CHECK(WordsOf(session.chLabel, 2) == Words{"Heightened", "Colour"});
-    // 70 characters make a name; the rest of the line is taken for the next one, and the name that
-    // follows stands among the marks, where its characters are stepped over.
+    // 70 characters make a name; the rest of a longer line is taken for the next one, and the name
+    // that follows stands among the marks, where no word belongs.
     const std::string start(70, 'x');
-    REQUIRE(LoadData(Replaced(whole, "Abal Abies alba", start + "rest")) == 0);
-    CHECK(WordsOf(session.spp, 2) == Words{start, "rest"});
+    REQUIRE(LoadData(Replaced(whole, "Bepe Betula pendula", start)) == 0);
+    CHECK(WordsOf(session.spp, 2) == Words{"Abal Abies alba", start});
+    CHECK(LoadData(Replaced(whole, "Abal Abies alba", start + "rest")) == endOfFile);
+    CHECK(test.complaints.Text() == "\nfile sFormda.txt ");
 }
 
 TEST_CASE("what cannot be a data set ends in code 2")
@@ -134,7 +136,8 @@ TEST_CASE("what cannot be a data set ends in code 2")
     }
     // clang-format off
     const std::string texts[] = {
-        std::string("\x00\xff\x01\x80 \n \xfe", 8),
+        "\xff\x01\x80 \n \xfe",
+        whole.substr(0, whole.find("Height") + 2) + '\0' + whole.substr(whole.find("Height") + 3),
         Replaced(whole, "0.75", "tall"),
         Replaced(whole, "Site1", "Site 1"),
         Replaced(whole, "meadow \n2", "meadow \n-2"),
@@ -168,6 +171,10 @@ TEST_CASE("data files that cannot be opened, written or held in memory")
         CHECK(CodeOf([] { OpenFormda(1); }) == cannotOpen);
     }
     REQUIRE(LoadData(whole) == 0);
+    // A label without a character would be missing from the words of the file.
+    session.reLabel[1][0] = session.envLabel[0][0] = '\0';
+    WriteLoaded("b.txt");
+    CHECK(TimesIn(TextOfFile("b.txt"), "\nSite1\t2\t\n") + TimesIn(TextOfFile("b.txt"), "\n1\tmown\t\n") == 2);
     CHECK(CodeOf([] { WriteLoaded("nowhere/b.txt"); }) == cannotOpen);
     CHECK(CodeOf([] { WriteLoaded("folder"); }) == cannotOpen);
     CHECK(CodeOf([] { WriteLoaded("/dev/full"); }) == failedPrint);

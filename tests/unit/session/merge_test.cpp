@@ -77,9 +77,11 @@ TEST_CASE("two data sets without species in one")
     CHECK(IntsOf(s.traitGroups, 2) == Ints{7, 8});
     CHECK(test.screen.Text().empty());
 
-    // Phylogeny variables, and an OTU that is absent everywhere.
+    // Phylogeny variables; an OTU that is absent everywhere; a row of W takes as many numbers as
+    // the first session has communities, whatever the second has.
     MergeAndLoad(Replaced(one, "1\n1 .5\n.5 1\n1\n7 8", "2\n2\n3 1\n11 12\n21 22\n0"),
-                 Replaced(other, "7 8\n9 10", "0 0\n9 10"));
+                 Replaced(Replaced(other, "7 8\n9 10", "0 0\n9 10"), "2\nb1 b2\n3\n0 0", "1\nb1\n3\n0"));
+    CHECK(RowsOf(s.cadat, s.tcst, s.ncsm) == Rows{{3, 4, 0}, {5, 6, 0}, {9, 10, 0}, {0, 11, 0}});
     CHECK(RowsOf(s.csm_Float, s.tcst, 2) == Rows{{1, 1}, {2, 2}, {4, 2}, {5, 1}});
     CHECK(RowsOf(s.phylogenyData, 4, 2) == Rows{{11, 12}, {21, 22}, {0, 0}, {0, 0}});
 
@@ -122,7 +124,7 @@ TEST_CASE("variables are merged, but two file names are one word too many")
 TEST_CASE("a merge is refused at the first item that differs, though the file ends there")
 {
     struct Case {
-        const char* fact;
+        std::string fact;
         std::string one, other;
         const char* part; // of the other file
         const char* by;   // ends with the item that differs

@@ -1,5 +1,7 @@
 #include "session/rawdata.hpp"
 
+#include <algorithm>
+
 #include "session/rawfile.hpp"
 #include "session/setup.hpp"
 #include "unit/session/session_fixture.hpp"
@@ -10,210 +12,172 @@ struct RawTest : SessionTest {
     RawTest()
     {
         std::strcpy(session.whichFormda, "aFormda.txt");
+        // Left from another data set.
+        session.hasPhylogeny = true;
+        session.phylogenyMatrixType = 1;
+        session.SMWSize = 9;
         // 2 traits of 3 OTUs, 2 communities
         WriteText("B", "1 2 3\n4 5 6\nHeight Colour");
         WriteText("W", "1 0 2\n0 3 4\nmeadow wood");
-        WriteText("E", "7 8\n-999 9\npH soil");
         WriteText("names", "Abies alba\nBetula pendula\nAbies alba\n");
-    }
-
-    static int Format(const std::string& answers) { return CodeWith(answers, IFFormat); }
-
-    /// Formats and takes the stored data set back in.
-    static void FormatAndLoad(const std::string& answers)
-    {
-        REQUIRE(Format(answers) == 0);
-        REQUIRE(CodeOf([] { OpenFormda(1); }) == 0);
     }
 };
 
-const std::string noPhylogeny = "B\n0\nW\n";
-const std::string onlyBAndW = noPhylogeny + "0\n0\n";
-const std::string traits = "3\n2\n2\n1\nk\n3 2\ny\n0\n"; // labels in B, traits as rows
-const std::string communities = "2\n2\n1\n";             // labels in W, communities as rows
+/// File names are lines, so each answer is one.
+int Format(std::string answers)
+{
+    std::replace(answers.begin(), answers.end(), ' ', '\n');
+    return CodeWith(answers, IFFormat);
+}
+
+const std::string noPhylogeny = "B 0 W ", withF = "B 1 F W 0 0 ", onlyBAndW = noPhylogeny + "0 0 ";
+const std::string traits = "3 2 2 1 k 3 2 y 0 "; // labels in B, traits as rows
+const std::string communities = "2 2 1 ";        // labels in W, communities as rows
+const std::string withE = noPhylogeny + "0 1 E " + traits + communities;
+const std::string someB = "1\t4\t\n2\t5\t\n3\t6\t\n\n", someW = "1\t0\t\n0\t3\t\n2\t4\t\n\n";
+
+/// A matrix E as it is stored: types, labels, rows of variables.
+std::string Stored(const std::string& types, const std::string& labels, const std::string& cells)
+{
+    return "97Sep08 \n" + types + "\t\n" + labels + "\t\nE \n" + cells;
+}
 
 } // namespace
 
-TEST_CASE("layouts of raw B and W")
+TEST_CASE("raw data and what is stored of them")
 {
     struct Case {
-        const char* fact;
-        std::string B, W, answers;
-        Rows traits, performances; // OTUs as rows
-        Words traitLabels, communityLabels;
+        std::string fact;
+        std::vector<Words> files; // name and text, where they are not the usual ones
+        std::string answers;
+        Words stored;       // parts of the data file
+        Words seen;         // parts of the screen
+        std::string errors; // the whole of standard error
     };
-    const Rows someB = {{1, 4}, {2, 5}, {3, 6}}, someW = {{1, 0}, {0, 3}, {2, 4}};
+    const std::string byDefault = "3 2 1 2 k 3 2 y 0 2 1 "; // OTUs as rows
+    const std::string hole = "\nPlease check matrix E. Sampling unit wood has all values missing "
+                             "(-999), which will generate unreliable results.";
+    const std::string left = ": check the counts\n", over = "numbers left over in file ";
+    const std::string normalized = "\nPhylogenetic distances were normalized to values in the range "
+                                   "[0,1] by Dnorm = D/Dmax\n";
+    const std::string cells = "     7\t  -999\t\n     8\t     9\t\n";
+    // By hand.
     // clang-format off
     const Case cases[] = {
-        {"traits as rows, communities as rows", "1 2 3 4 5 6 Height Colour", "1 0 2 0 3 4 m w",
-         traits + communities, someB, someW, {"Height", "Colour"}, {"m", "w"}},
-        {"OTUs as rows, communities as columns", "1 4 2 5 3 6", "1 0 0 3 2 4",
-         "3\n2\n1\n2\nk\n3 2\ny\n0\n2\n1\n2\n", someB, someW, {"1", "2"}, {"1", "2"}},
-        {"a vector longer than there are OTUs", "1 4 2 5 3 6", "7 8 9 10 11",
-         "3\n2\n1\n2\nk\n3 2\ny\n0\n2\n1\n3\nk\n2 3\ny\n", someB, {{7, 0}, {8, 0}, {0, 9}},
-         {"1", "2"}, {"1", "2"}},
-        {"words between the numbers, digits in them count", "NA 1 2ergs 3 x4 5 6 A B",
-         "tall1 0 2 0 3 4 m w", traits + communities, someB, someW, {"A", "B"}, {"m", "w"}},
-        {"long labels are cut", "1 2 3 4 5 6 elevencharac B", "1 0 2 0 3 4 m meadow-and-wood",
-         traits + communities, someB, someW, {"elevenchar", "B"}, {"m", "meadow-and"}},
-        {"six digits are stored", "1.23456789 2 3 4 5 6 A B", "1e-7 0 2 0 3 1234567 m w",
-         traits + communities, {{1.23457, 4}, {2, 5}, {3, 6}}, {{1e-7, 0}, {0, 3}, {2, 1.23457e6}},
-         {"A", "B"}, {"m", "w"}},
+        {"traits as rows, communities as rows", {}, onlyBAndW + traits + communities,
+         {"B \n2 \nHeight\tColour\t\n 3\t 2\t\n0\t0\t\n 3\t 3\t\n2 \nmeadow\twood\t\n3 \n",
+          someB + someW + "0 \n0 \nSMW 1\n0\n0\n"}, {}, ""},
+        {"OTUs as rows, communities as columns", {{"B", "1 4 2 5 3 6"}, {"W", "1 0 0 3 2 4"}},
+         onlyBAndW + byDefault + "2 ", {"\n1\t2\t\n 3\t 2\t\n", someB + someW}, {}, ""},
+        {"a vector longer than there are OTUs", {{"B", "1 4 2 5 3 6"}, {"W", "7 8 9 10 11"}},
+         onlyBAndW + byDefault + "3 k 2 3 y ", {someB + "7\t0\t\n8\t0\t\n0\t9\t\n\n"},
+         {"Communities:       \t1\t2\t\n"}, ""},
+        {"words between the numbers, digits in them count; six digits are stored; labels are cut",
+         {{"B", "NA 1.23456789 2ergs 3 x4 5 6 elevencharac B"},
+          {"W", "tall1e-7 0 2 0 3 1234567 m meadow-and-wood"}}, onlyBAndW + traits + communities,
+         {"\nelevenchar\tB\t\n", "\nm\tmeadow-and\t\n",
+          "1.23457\t4\t\n2\t5\t\n3\t6\t\n\n1e-07\t0\t\n0\t3\t\n2\t1.23457e+06\t\n\n"}, {}, ""},
+        {"short files: zeros, and numbers for labels", {{"B", "1 2 3 4"}, {"W", "1 0 2 0 3 4 m"}},
+         onlyBAndW + traits + communities,
+         {"\n1\t2\t\n 3\t 2\t\n", "\nm\t2\t\n", "\n1\t4\t\n2\t0\t\n3\t0\t\n\n" + someW},
+         {"Traits:     \t         1\t         2\t\n"}, "\nEnd of file B\n\nEnd of file W\n"},
+        {"numbers left over", {{"B", "1 2 3 4 5 6 Height Colour x -7"}, {"W", "1 0 2 0 3 4 m w 5,5"},
+          {"F", "1 0 0 0 1 0 0 0 1 .5"}, {"E", "1 2 pH 3"}},
+         "B 1 F W 0 1 E " + traits + "2 " + communities + "1 2 1 ", {"\nHeight\tColour\t\n", "\npH\t\n"},
+         {}, over + "B" + left + over + "F" + left + over + "W" + left + over + "E" + left},
+        {"words left over are none, not even with digits",
+         {{"B", "1 4 2 5 3 6 x1 sp-2 .a"}, {"W", "1 0 0 3 2 4 tall3 -"}}, onlyBAndW + byDefault + "2 ",
+         {someB + someW}, {}, ""},
+        {"trait groups, and species with labels", {},
+         noPhylogeny + "1 names 0 3 2 2 1 k 1 4 y 1 k 12 11 y " + communities + "2 ",
+         {"2 \nnames \nAbal Abies alba\nBepe Betula pendula\n11\n01\n10\n01\n10\nSMW",
+          "\n0\n1\n12\t11\t\n"}, {"groups of traits? 0/1 Traits:     \t    Height\t    Colour\t\n"}, ""},
+        {"names that begin with their labels", {}, noPhylogeny + "1 names 0 " + traits + communities + "1 ",
+         {"\nAbies alba\nBetula pendula\n11\n"}, {}, ""},
+        {"distances above 1 are divided by the largest", {{"F", "0 1 4\n1 0 2\n4 2 0"}},
+         withF + traits + "1 " + communities, {"\n1\n3\n0\t0.25\t1\t\n0.25\t0\t0.5\t\n1\t0.5\t0\t\n"},
+         {normalized}, ""},
+        {"the upper triangle counts, and the diagonal", {{"F", "1 1 .5\n8 2 .2\n.4 .2 0"}},
+         withF + traits + "1 " + communities, {"\n1\n3\n0.5\t0.5\t0.25\t\n4\t1\t0.1\t\n0.2\t0.1\t0\t\n"},
+         {normalized}, ""},
+        {"the lower triangle does not", {{"F", "0 1 .5\n5 0 .2\n.4 9 0"}}, withF + traits + "1 " + communities,
+         {"\n1\n3\n0\t1\t0.5\t\n5\t0\t0.2\t\n0.4\t9\t0\t\n"}, {}, ""},
+        {"similarities are not divided", {{"F", "1 .5 3\n.5 1 .25\n0 .25 1"}},
+         withF + traits + "2 " + communities, {"\n1\n1\n1\t0.5\t3\t\n0.5\t1\t0.25\t\n0\t0.25\t1\t\n"}, {}, ""},
+        {"a half matrix is not stored", {{"F", "1\n.5 1\n0 .25 1"}}, withF + traits + "3 " + communities,
+         {"SMW 1\n1\n0\n0\n"}, {}, ""},
+        {"E by communities, labels in the file", {{"E", "7 8 -999 9 pH soil"}}, withE + "2 2 2 n ",
+         {"97Sep08 \n2 \n3\t3\t\npH\tsoil\t\nE \n" + cells}, {hole}, ""},
+        {"E by variables, default labels", {{"E", "7 -999 8 9"}}, withE + "2 1 1 t ",
+         {Stored("1 \n3\t3", "1\t2", cells)}, {hole}, ""},
+        {"one variable: its layout is not asked for", {{"E", "7 8 pH"}}, withE + "1 2 3 ",
+         {Stored("3 \n2", "pH", "     7\t     8\t\n")}, {}, ""},
+        {"several types, ordinal ones being quantitative", {{"E", "7 8 -999 9"}}, withE + "2 1 5 k 4 2 y n ",
+         {Stored("5 \n4\t2", "1\t2", cells)}, {"Variable:    \t" + std::string(22, ' ') + "Read"}, ""},
+        {"said to be several, all nominal", {{"E", "7 8 -999 9"}}, withE + "2 1 5 k 2 2 y n n ",
+         {Stored("3 \n2\t2", "1\t2", cells)}, {"Data not mixed as indicated!!!\n"}, ""},
+        {"corrected: the first try leaves no trace", {{"E", "7 8 -999 9"}},
+         withE + "2 1 5 k 1 1 y y k 3 3 y n n ", {Stored("2 \n3\t3", "1\t2", cells)}, {}, ""},
+        {"all binary", {{"E", "7 8 -999 9"}}, withE + "2 1 5 k 1 1 y n n ",
+         {Stored("4 \n1\t1", "1\t2", cells)}, {}, ""},
+        {"a warning for each leading hole, and none for W",
+         {{"E", "5 1 1 -999 -999 -999"}, {"W", "0 0 0 0 -999 -999 m wood"}}, withE + "3 1 1 n ", {},
+         {hole + hole + hole}, ""},
     };
     // clang-format on
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         RawTest test;
-        WriteText("B", c.B);
-        WriteText("W", c.W);
-        RawTest::FormatAndLoad(onlyBAndW + c.answers);
-        CHECK(RowsOf(session.csm_Float, 3, 2) == c.traits);
-        CHECK(RowsOf(session.cadat, 3, 2) == c.performances);
-        CHECK(WordsOf(session.chLabel, 2) == c.traitLabels);
-        CHECK(WordsOf(session.reLabel, 2) == c.communityLabels);
-        CHECK(IntsOf(session.chtype, 2) == Ints{3, 2});
-        CHECK(IntsOf(session.onsta, 2) == Ints{3, 3});
-        CHECK(std::string(session.dataName) == "B ");
-        CHECK_FALSE(session.hasPhylogeny);
-    }
-}
-
-TEST_CASE("short raw matrices leave zeros, with one complaint a file")
-{
-    RawTest test;
-    WriteText("B", "1 2 3 4");
-    WriteText("W", "5");
-    // Labels by default; those missing at the end of B would throw the stored file out of step.
-    RawTest::FormatAndLoad(onlyBAndW + "3\n2\n1\n1\nk\n3 2\ny\n0\n2\n1\n1\n");
-    CHECK(RowsOf(session.csm_Float, 3, 2) == Rows{{1, 4}, {2, 0}, {3, 0}});
-    CHECK(RowsOf(session.cadat, 3, 2) == Rows{{5, 0}, {0, 0}, {0, 0}});
-    CHECK(test.complaints.Text() == "\nEnd of file B\n\nEnd of file W\n");
-    CHECK(TimesIn(test.screen.Text(), "\a") == 2);
-}
-
-TEST_CASE("trait groups and species; nothing of an earlier data set")
-{
-    RawTest test;
-    session.hasPhylogeny = true;
-    session.phylogenyMatrixType = 3;
-    session.SMWSize = 9;
-    RawTest::FormatAndLoad(noPhylogeny + "1\nnames\n0\n3\n2\n2\n1\nk\n1 4\ny\n1\nk\n12 11\ny\n" +
-                           communities + "2\n");
-    CHECK(session.hasTraitGroups);
-    CHECK(IntsOf(session.traitGroups, 2) == Ints{12, 11});
-    CHECK(TimesIn(test.screen.Text(), "Traits:     \t    Height\t    Colour\t\n") == 2);
-    CHECK_FALSE(session.hasPhylogeny);
-    CHECK(Ints{session.SMWSize, session.nenv, session.nSpp} == Ints{1, 0, 2});
-    // The first and third OTU are of one species.
-    CHECK(WordsOf(session.spp, 2) == Words{"Abal Abies alba", "Bepe Betula pendula"});
-    CHECK(MarksOf(session.sppRelMap, 2, 2) == Words{"11", "01"});
-    CHECK(MarksOf(session.cstSppMap, 3, 2) == Words{"10", "01", "10"});
-    CHECK(std::string(session.whichSpp) == "names ");
-    // Labels that the names begin with.
-    RawTest::FormatAndLoad(noPhylogeny + "1\nnames\n0\n" + traits + communities + "1\n");
-    CHECK_FALSE(session.hasTraitGroups);
-    CHECK(WordsOf(session.spp, 2) == Words{"Abies alba", "Betula pendula"});
-}
-
-TEST_CASE("formats of phylogenetic resemblances")
-{
-    struct Case {
-        const char* fact;
-        const char* F;
-        const char* format;
-        int type;
-        Rows stored;
-        bool normalized;
-    };
-    // clang-format off
-    const Case cases[] = {
-        {"distances above 1 are divided by the largest", "0 1 4\n1 0 2\n4 2 0", "1", 3,
-         {{0, 0.25, 1}, {0.25, 0, 0.5}, {1, 0.5, 0}}, true},
-        {"only the upper triangle is looked at", "0 1 .5\n5 0 .2\n.4 9 0", "1", 3,
-         {{0, 1, .5}, {5, 0, .2}, {.4, 9, 0}}, false},
-        {"the diagonal belongs to it", "2 1 .5\n8 0 .2\n.4 .2 0", "1", 3,
-         {{1, .5, .25}, {4, 0, .1}, {.2, .1, 0}}, true},
-        {"similarities", "1 .5 3\n.5 1 .25\n0 .25 1", "2", 1,
-         {{1, .5, 3}, {.5, 1, .25}, {0, .25, 1}}, false},
-        {"a half matrix is not stored", "1\n.5 1\n0 .25 1", "3", 0,
-         {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}}, false},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        RawTest test;
-        WriteText("F", c.F);
-        RawTest::FormatAndLoad("B\n1\nF\nW\n0\n0\n" + traits + c.format + "\n" + communities);
-        CHECK(session.hasPhylogeny);
-        CHECK(session.phylogenyMatrixType == c.type);
-        CHECK(RowsOf(session.phylogenyRese, 3, 3) == c.stored);
-        CHECK((TimesIn(test.screen.Text(), "\nPhylogenetic distances were normalized") == 1) ==
-              c.normalized);
-    }
-}
-
-TEST_CASE("ecosystem variables")
-{
-    struct Case {
-        const char* fact;
-        std::string E, answers; // answers from the number of variables on
-        Rows env;
-        Words labels;
-        int option;
-        Ints types;
-        int nWarnings;
-    };
-    const Rows byCommunities = {{7, 8}, {-999, 9}};
-    // clang-format off
-    const Case cases[] = {
-        {"by communities", "7 8 -999 9 pH soil", "2\n2\n2\nn\n", byCommunities, {"pH", "soil"}, 2,
-         {3, 3}, 1},
-        {"by variables, default labels", "7 -999 8 9", "2\n1\n1\nt\n", byCommunities, {"1", "2"},
-         1, {3, 3}, 1},
-        {"one variable: its layout is not asked for", "7 8 pH", "1\n2\n3\n", {{7}, {8}}, {"pH"}, 3,
-         {2}, 0},
-        {"several types", "7 8 -999 9", "2\n1\n5\nk\n4 2\ny\nn\n", byCommunities, {"1", "2"}, 5,
-         {4, 2}, 1},
-        {"said to be several, all nominal", "7 8 -999 9", "2\n1\n5\nk\n2 2\ny\nn\nn\n",
-         byCommunities, {"1", "2"}, 3, {2, 2}, 1},
-        {"said to be several, all binary", "7 8 -999 9", "2\n1\n5\nk\n1 1\ny\nn\nn\n",
-         byCommunities, {"1", "2"}, 4, {1, 1}, 1},
-        {"corrected: the first try leaves no trace", "7 8 -999 9",
-         "2\n1\n5\nk\n1 1\ny\ny\nk\n3 3\ny\nn\nn\n", byCommunities, {"1", "2"}, 2, {3, 3}, 1},
-        {"a warning for each leading hole", "-999 -999 5 1 -999 -999", "3\n1\n1\nn\n",
-         {{-999, -999, 5}, {1, -999, -999}}, {"1", "2", "3"}, 1, {3, 3, 3}, 2},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        RawTest test;
-        WriteText("E", c.E);
-        WriteText("W", "0 0 0 0 -999 -999 m w"); // a community without OTUs gets no warning
-        RawTest::FormatAndLoad(noPhylogeny + "0\n1\nE\n" + traits + communities + c.answers);
-        const int nenv = static_cast<int>(c.types.size());
-        REQUIRE(session.nenv == nenv);
-        CHECK(RowsOf(session.env, 2, nenv) == c.env);
-        CHECK(WordsOf(session.envLabel, nenv) == c.labels);
-        CHECK(session.optEnvVarType == c.option);
-        CHECK(IntsOf(session.envVarType, nenv) == c.types);
-        const std::string screen = test.screen.Text();
-        CHECK(TimesIn(screen, "\nPlease check matrix E. Sampling unit ") == c.nWarnings);
+        for (const Words& file : c.files) WriteText(file[0], file[1]);
+        REQUIRE(Format(c.answers) == 0);
+        const std::string text = TextOfFile("aFormda.txt"), screen = test.screen.Text();
+        for (const std::string& part : c.stored) {
+            CAPTURE(part);
+            CHECK(TimesIn(text, part) == 1);
+        }
+        for (const std::string& part : c.seen) CHECK(TimesIn(screen, part) == 1);
+        if (c.seen.empty()) CHECK(TimesIn(screen, normalized) + TimesIn(screen, hole) <= 1);
         CHECK(TimesIn(screen, "Please check matrix W.") == 0);
+        CHECK(test.complaints.Text() == c.errors);
+        CHECK(session.csm_Float == nullptr);
+        CHECK(CodeOf([] { OpenFormda(1); }) == 0);
     }
 }
 
-TEST_CASE("an E that cannot be read ends in code 2")
+TEST_CASE("raw data that cannot be read end in code 2 and store nothing")
 {
-    // All but the last two have two labels behind the numbers, so only the numbers can be wrong.
-    for (const char* E : {"7 8 -999 pH soil", "7 8 nan 9 pH soil", "7 8 -inf 9 pH soil",
-                          "--8 8 9 1 pH soil", "++8 8 9 1 pH soil", "+-8 8 9 1 pH soil", "",
-                          "7 8 9 10 label"}) {
-        CAPTURE(E);
+    const auto nulAt = [](const char* file, int line) {
+        return std::string("\nfile ") + file + " line " + std::to_string(line) +
+               ": NUL byte; save it as plain text, not as UTF-16\n";
+    };
+    const std::string nul(1, '\0');
+    const std::string all = "B 1 F W 1 names 1 E " + traits + "2 " + communities + "1 2 2 2 n ";
+    const Words cases[] = {
+        // All of E but the last two have two labels behind the numbers: only these can be wrong.
+        {"E", "7 8 -999 pH soil", "\nfile E "},
+        {"E", "7 8 nan 9 pH soil", "\nfile E "},
+        {"E", "7 8 -inf 9 pH soil", "\nfile E "},
+        {"E", "--8 8 9 1 pH soil", "\nfile E "},
+        {"E", "++8 8 9 1 pH soil", "\nfile E "},
+        {"E", "+-8 8 9 1 pH soil", "\nfile E "},
+        {"E", "", "\nfile E "},
+        {"E", "7 8 9 10 label", "\nfile E "},
+        {"E", "7 8\n9" + nul + "1 pH soil", nulAt("E", 2)},
+        {"E", "7 8\n9 1\npH so" + nul, nulAt("E", 3)},
+        {"B", "1" + nul + "\n" + nul + "2 3 4 5 6 a b", nulAt("B", 1)},
+        {"B", "1 2 3 4 5 6\n" + nul + "a b", nulAt("B", 2)},
+        {"W", "1 0 2 0 3 4 m w\n\n" + nul, nulAt("W", 3)},
+        {"F", "1 1 1 1 1 1 1 1 1" + nul, nulAt("F", 1)},
+        {"names", "Abies\nBet" + nul + "ula\nCedrus", nulAt("names", 2)},
+    };
+    for (const Words& c : cases) {
+        CAPTURE(c[1]);
         RawTest test;
-        WriteText("E", E);
-        CHECK(RawTest::Format(noPhylogeny + "0\n1\nE\n" + traits + communities + "2\n2\n2\nn\n") ==
-              endOfFile);
-        CHECK(test.complaints.Text() == "\nfile E ");
+        WriteText("F", "1 0 0 0 1 0 0 0 1");
+        WriteText("E", "7 8 9 1 pH soil");
+        WriteText(c[0], c[1]);
+        CHECK(Format(all) == endOfFile);
+        CHECK(test.complaints.Text() == c[2]);
         CHECK(session.csm_Float == nullptr);
         CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
     }
@@ -222,17 +186,18 @@ TEST_CASE("an E that cannot be read ends in code 2")
 TEST_CASE("counts that no machine can hold, and memory that ends anywhere, are code 1")
 {
     RawTest test;
-    const std::string huge = "2147483647\n", withE = noPhylogeny + "0\n1\nE\n";
+    const std::string huge = "2147483647 ";
     for (const std::string& answers :
-         {onlyBAndW + huge + "2\n", onlyBAndW + "3\n" + huge, onlyBAndW + huge + huge,
-          onlyBAndW + traits + huge, withE + traits + communities + huge}) {
+         {onlyBAndW + huge + "2 ", onlyBAndW + "3 " + huge, onlyBAndW + huge + huge,
+          onlyBAndW + traits + huge, withE + huge}) {
         CAPTURE(answers);
-        CHECK(RawTest::Format(answers) == outOfMemory);
+        WriteText("E", "");
+        CHECK(Format(answers) == outOfMemory);
     }
     WriteText("F", "0 1 4 1 0 2 4 2 0");
+    WriteText("E", "7 8 -999 9 pH soil");
     FailEachAllocation("aFormda.txt", [] {
-        return RawTest::Format("B\n1\nF\nW\n1\nnames\n1\nE\n" + traits + "1\n" + communities +
-                               "2\n2\n2\n2\nn\n");
+        return Format("B 1 F W 1 names 1 E " + traits + "1 " + communities + "2 2 2 2 n ");
     });
 }
 
@@ -249,9 +214,10 @@ TEST_CASE("a file name is asked for until the file opens")
 
 TEST_CASE("ways to set up the data of a session")
 {
-    const std::string formatted = "1\n" + onlyBAndW + traits + communities;
+    std::string formatted = "1 " + onlyBAndW + traits + communities;
+    std::replace(formatted.begin(), formatted.end(), ' ', '\n');
     struct Case {
-        const char* fact;
+        std::string fact;
         std::string answers;
         int result;
         const char* track; // empty: none
@@ -274,7 +240,7 @@ TEST_CASE("ways to set up the data of a session")
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         RawTest test;
-        REQUIRE(RawTest::Format(onlyBAndW + traits + communities) == 0);
+        REQUIRE(Format(onlyBAndW + traits + communities) == 0);
         std::filesystem::rename("aFormda.txt", "otherFormda.txt");
         const std::string other = TextOfFile("otherFormda.txt");
         WriteText("oldFormda.txt", Replaced(Replaced(other, "meadow\twood", "lake\tshore"),

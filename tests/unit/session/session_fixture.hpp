@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,22 @@ struct SessionTest {
     Captured screen{stdout};
     Captured complaints{stderr};
 };
+
+/// A data file up to its matrices, with traits of type 3, labels T1, ... and C1, ...
+inline std::string HeadOf(std::size_t nch, std::size_t ncsm, std::size_t tcst)
+{
+    std::ostringstream text;
+    text << "d\n" << nch;
+    for (std::size_t j = 1; j <= nch; j++) text << " T" << j;
+    for (const char* item : {" 3", " 0", " 2"}) // types, ranges, numbers of states
+        for (std::size_t j = 0; j < nch; j++) text << item;
+    text << ' ' << ncsm;
+    for (std::size_t j = 1; j <= ncsm; j++) text << " C" << j;
+    text << ' ' << tcst;
+    for (std::size_t j = 0; j < ncsm + nReservedNumbers; j++) text << " 0";
+    text << "\n25Jun2016\n";
+    return text.str();
+}
 
 /// The code that loading a data file of this text ends with.
 inline int LoadData(const std::string& text)

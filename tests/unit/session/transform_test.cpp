@@ -10,7 +10,7 @@ TEST_CASE("pooling by groups and change within pairs, on plain matrices")
     double* in[] = {row, other};
     const OwnedRows out(2, 3);
     struct Case {
-        const char* fact;
+        std::string fact;
         Ints columnGroups;
         int nColumnGroups, mode;
         Rows pooled, changed; // changed: the groups taken for pairs
