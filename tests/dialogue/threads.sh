@@ -3,8 +3,9 @@
 #
 #   threads.sh KELPRA_BINARY
 #
-# Plays sessions of this folder with more permutations and 1, 2, 3 and all processors, and compares
-# reports, formatted data and track files with those of 1. A date or an elapsed time is masked.
+# Plays sessions of this folder with more permutations and 1, 2, 3, all and too many processors, and
+# compares reports, formatted data and track files with those of 1. A date or an elapsed time is
+# masked.
 set -u
 export LC_ALL=C
 
@@ -37,7 +38,7 @@ play() { # session, number of processors, folder
 
 faults=0
 for session in $sessions; do
-    for processors in 1 2 3 0; do
+    for processors in 1 2 3 0 2147483647; do
         folder=$scratch/$session-$processors
         if ! play "$session" "$processors" "$folder"; then
             echo "FAULT: $session with $processors processors did not run"
