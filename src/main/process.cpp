@@ -51,14 +51,9 @@ void mainInit()
 
 void InitGlobals()
 {
+    console = Console{};
     console.in = &StandardInput();
     console.out = stdout;
-    console.outm = nullptr;
-    console.runMacro = false;
-    console.createMacro = false;
     preferences = Preferences{};
-    session.nGroups = session.nPart = session.nCstGroups = session.nPartCst = 0;
-    session.rndTestOpt = 0;
-    session.whichLevelGrCST = 1;
-    session.SMWSize = 1;
+    session = Session{};
 }

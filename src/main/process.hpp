@@ -3,5 +3,5 @@
 
 /// GSL's error handler off, defaults, clocks, banner, main menu. Does not return.
 void mainInit();
-/// All defaults of the shell.
+/// Defaults of all three records; answers come from standard input, prompts go to standard output.
 void InitGlobals();

@@ -6,8 +6,8 @@
 
 #include <cstdio>
 
-/// preferences.sDigits, as far as a number can have them: the user may ask for two thousand million,
-/// and printf would want room for all of them.
+/// preferences.sDigits, as far as a number can have them: the user may ask for two thousand
+/// million, and printf would want room for all of them.
 int SignificantDigits();
 /// Width of the fields in which rankings print their values: SignificantDigits() + 6.
 int ValueWidth();
