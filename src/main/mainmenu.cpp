@@ -64,27 +64,19 @@ bool NameSession(int answer)
     return canOpen;
 }
 
-void OpenSession(int answer)
-{
-    if (NameSession(answer)) {
-        IFSession();
-        NameStructures();
-    }
-}
-
 /// Carries out one answer to the main menu.
 void FollowMainMenu(int answer)
 {
     switch (answer) {
     case 'N':
-    case 'O': OpenSession(answer); return;
+    case 'O':
+        if (NameSession(answer)) IFSession();
+        break;
     case 'A': IFAssemblyRulesSimulation_EnvFeedback_TypeI_II_Error(); break;
     case 'S': SetPreferences(); break;
     case 'M': IFMacro(); break; // Deliberate: the menu accepts no M, so no user gets here
-    default: break;
+    default: std::exit(0);
     }
-    NameStructures();
-    if (answer == 'X') std::exit(0);
 }
 
 } // namespace

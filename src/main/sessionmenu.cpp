@@ -69,7 +69,6 @@ void SessionMenu()
         std::fprintf(console.out, "\n\n");
         if (session.optmain1 == 'V') AnalysisMenu();
         if (session.optmain1 == 'S') SetPreferences();
-        NameStructures();
     } while (session.optmain1 != 'C');
 }
 
@@ -94,7 +93,7 @@ void FailSession(FailureCode code)
 
 void RunSession()
 {
-    NameStructures();
+    if (preferences.saveStruct == 'y') SessionFileName(session.whichStructures, structExt);
     if (!ReadFormdaName() && SetFormda() != 0) return;
     LoadSession();
     SessionMenu();
@@ -112,9 +111,4 @@ void IFSession()
     } catch (const std::bad_alloc&) {
         FailSession(outOfMemory);
     }
-}
-
-void NameStructures()
-{
-    if (preferences.saveStruct == 'y') SessionFileName(session.whichStructures, structExt);
 }

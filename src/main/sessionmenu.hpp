@@ -4,6 +4,3 @@
 /// Loads the session named in `console` and runs its menus; the one place to which a failure in a
 /// session returns.
 void IFSession();
-
-/// Names the file of saved structures after the session, if the preferences ask for one.
-void NameStructures();
