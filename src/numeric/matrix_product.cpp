@@ -2,16 +2,10 @@
 #include <cmath>
 
 #include "numeric/matrix.hpp"
+#include "numeric/product_kernels.hpp"
 #include "numeric/statistics.hpp"
 
 namespace {
-
-// How the three factors of a term are multiplied; the orders differ in the last bit.
-enum TermOrder {
-    weightTimesA, ///< (weight A) B
-    weightTimesB, ///< (weight B) A
-    weightLast    ///< (A B) weight
-};
 
 /// The operands of a product. A is rows x inner, B inner x cols.
 struct Operands {
@@ -32,14 +26,6 @@ struct CellSums {
     double all = 0.0;      // A[i][k] over all k, a missing one as -999
     bool skipped = false;  // a term was left out
 };
-
-template <TermOrder order>
-inline double Term(double a, double b, double weight)
-{
-    if (order == weightTimesA) return weight * a * b;
-    if (order == weightTimesB) return weight * b * a;
-    return a * b * weight;
-}
 
 /// The plain form: one cell at a time, whatever the operands hold.
 template <TermOrder order>
@@ -66,25 +52,6 @@ CellSums PlainCell(const Operands& x, int i, int j)
 constexpr int blockRows = 16;
 constexpr int blockCols = 128;
 constexpr int blockInner = 16;
-
-// The kernels are compiled twice, and the wider one is taken where the processor has it. Both do
-// the same operations on each cell, so the bits do not depend on the processor.
-#if defined(__GNUC__) && defined(__x86_64__)
-#define KERNEL_INLINE inline __attribute__((always_inline))
-#define KERNEL_WIDE __attribute__((target("avx2")))
-bool HasWideLanes()
-{
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
-#else
-#define KERNEL_INLINE inline
-#define KERNEL_WIDE
-bool HasWideLanes()
-{
-    return false;
-}
-#endif
 
 // Cells below this size cannot overflow: three factors stay under 1e290, and so do their sums.
 constexpr double tameLimit = 1e140;
@@ -125,15 +92,6 @@ struct Block {
     bool colSkipped[blockCols];
 };
 
-/// What one OTU present in a community contributes to a stretch of columns.
-struct Factor {
-    double a;           // its cell of A
-    double weight;      // of its k
-    double weightedA;   // weight times a
-    const double* b;    // its row of B, from the block's first column on; holes hold 0
-    const double* hasB; // the same cells: 1 where B is present, 0 in a hole; only if B is holed
-};
-
 /// A stretch of rows of a holed B, its holes set to 0. What a hole then adds to a sum is a zero,
 /// which leaves it as it is: a sum that began at +0 is never -0.
 struct Filled {
@@ -151,60 +109,10 @@ void FillHoles(const Operands& x, int k0, int k1, const Block& block, Filled& fi
         }
 }
 
-/// A term; where all weights are 0 or 1, or the weight comes before A anyway, the product of the
-/// two is taken once for all columns. (A mask's factor of 1 leaves every bit as it is, one of 0
-/// gives a zero in any order.)
-template <TermOrder order, bool isSimple>
-KERNEL_INLINE double Lane(const Factor& f, double b)
-{
-    return isSimple ? f.weightedA * b : Term<order>(f.a, b, f.weight);
-}
-
-/// Adds the terms of one k after the other to each of `width` neighbouring cells. The lanes are
-/// separate sums, each of which grows in order of k; nothing is regrouped.
-template <TermOrder order, bool isSimple>
-KERNEL_INLINE void AddWhole(int width, const Factor* factors, int nFactors, double* terms)
-{
-    int c = 0;
-    for (; c + 4 <= nFactors; c += 4) {
-        const Factor f0 = factors[c], f1 = factors[c + 1], f2 = factors[c + 2], f3 = factors[c + 3];
-        #pragma omp simd
-        for (int j = 0; j < width; j++) {
-            double sum = terms[j];
-            sum += Lane<order, isSimple>(f0, f0.b[j]);
-            sum += Lane<order, isSimple>(f1, f1.b[j]);
-            sum += Lane<order, isSimple>(f2, f2.b[j]);
-            sum += Lane<order, isSimple>(f3, f3.b[j]);
-            terms[j] = sum;
-        }
-    }
-    for (; c < nFactors; c++) {
-        const Factor f = factors[c];
-        #pragma omp simd
-        for (int j = 0; j < width; j++) terms[j] += Lane<order, isSimple>(f, f.b[j]);
-    }
-}
-
-/// The same where B has holes, together with `weighted` and `present` of each column.
-template <TermOrder order, bool isSimple>
-KERNEL_INLINE void AddHoled(int width, const Factor* factors, int nFactors, double* terms,
-                            double* weighted, double* present)
-{
-    AddWhole<order, isSimple>(width, factors, nFactors, terms);
-    for (int c = 0; c < nFactors; c++) {
-        const Factor f = factors[c];
-        #pragma omp simd
-        for (int j = 0; j < width; j++) {
-            weighted[j] += f.weightedA * f.hasB[j];
-            present[j] += f.a * f.hasB[j];
-        }
-    }
-}
-
 /// Collects the OTUs k0..k1-1 present in row `row` of A, and keeps the sums that no column alters.
 /// `filled` is null unless B is holed.
 int CollectFactors(const Operands& x, int k0, int k1, int row, const Filled* filled, Block& block,
-                   Factor* factors)
+                   ProductFactor* factors)
 {
     const int r = row - block.firstRow;
     int nFactors = 0;
@@ -223,7 +131,7 @@ int CollectFactors(const Operands& x, int k0, int k1, int row, const Filled* fil
         // With a weight of 0 the terms are zeros too; only `present` of a holed B wants them.
         if (weight == 0.0 && filled == nullptr) continue;
         factors[nFactors++] =
-            Factor{a, weight, weight * a,
+            ProductFactor{a, weight, weight * a,
                    filled == nullptr ? x.B[k] + block.firstCol : filled->b[k - k0],
                    filled == nullptr ? nullptr : filled->hasB[k - k0]};
     }
@@ -242,10 +150,10 @@ void ClearSums(Block& block)
 }
 
 /// Fills the block's sums, k ascending.
-template <TermOrder order, bool isSimple>
-KERNEL_INLINE void FillSums(const Operands& x, Content contentB, Block& block)
+void FillSums(const Operands& x, Content contentB, TermOrder order, bool isSimple, Block& block)
 {
-    Factor factors[blockInner];
+    const ProductKernels& kernels = ActiveProductKernels();
+    ProductFactor factors[blockInner];
     Filled filled;
     for (int k0 = 0; k0 < x.inner; k0 += blockInner) {
         const int k1 = std::min(k0 + blockInner, x.inner);
@@ -255,34 +163,12 @@ KERNEL_INLINE void FillSums(const Operands& x, Content contentB, Block& block)
                                                 contentB == holed ? &filled : nullptr, block,
                                                 factors);
             if (contentB == holed)
-                AddHoled<order, isSimple>(block.nCols, factors, nFactors, block.terms[r],
-                                          block.weighted[r], block.present[r]);
+                kernels.addHoled[order][isSimple](block.nCols, factors, nFactors, block.terms[r],
+                                                  block.weighted[r], block.present[r]);
             else
-                AddWhole<order, isSimple>(block.nCols, factors, nFactors, block.terms[r]);
+                kernels.addWhole[order][isSimple](block.nCols, factors, nFactors, block.terms[r]);
         }
     }
-}
-
-template <TermOrder order, bool isSimple>
-void FillSumsNarrow(const Operands& x, Content contentB, Block& block)
-{
-    FillSums<order, isSimple>(x, contentB, block);
-}
-
-template <TermOrder order, bool isSimple>
-KERNEL_WIDE void FillSumsWide(const Operands& x, Content contentB, Block& block)
-{
-    FillSums<order, isSimple>(x, contentB, block);
-}
-
-using Filler = void (*)(const Operands&, Content, Block&);
-
-template <TermOrder order>
-Filler ChooseFiller(const Operands& x)
-{
-    if (order == weightTimesA || IsMask(x))
-        return HasWideLanes() ? FillSumsWide<order, true> : FillSumsNarrow<order, true>;
-    return HasWideLanes() ? FillSumsWide<order, false> : FillSumsNarrow<order, false>;
 }
 
 /// Which of the block's columns hold a missing cell of B.
@@ -317,7 +203,7 @@ void Multiply(const Operands& x, double** out, Finish finish)
             for (int j = 0; j < x.cols; j++) out[i][j] = finish(j, PlainCell<order>(x, i, j));
         return;
     }
-    const Filler fill = ChooseFiller<order>(x);
+    const bool isSimple = order == weightTimesA || IsMask(x);
     Block block;
     for (int j0 = 0; j0 < x.cols; j0 += blockCols) {
         block.firstCol = j0;
@@ -327,7 +213,7 @@ void Multiply(const Operands& x, double** out, Finish finish)
             block.firstRow = i0;
             block.nRows = std::min(blockRows, x.rows - i0);
             ClearSums(block);
-            fill(x, contentB, block);
+            FillSums(x, contentB, order, isSimple, block);
             for (int r = 0; r < block.nRows; r++)
                 for (int j = 0; j < block.nCols; j++)
                     out[i0 + r][j0 + j] = finish(j0 + j, SumsOf(block, contentB, r, j));

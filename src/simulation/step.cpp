@@ -9,19 +9,8 @@
 #include "numeric/statistics.hpp"
 #include "shell/console.hpp"
 #include "simulation/model.hpp"
+#include "simulation/step_kernels.hpp"
 #include "simulation/stepfiles.hpp"
-
-// The kernel is compiled twice, and the wider one is taken where the processor has it. Both do the
-// same operations on each cell, so the bits do not depend on the processor.
-#if defined(__GNUC__) && defined(__x86_64__)
-#define KERNEL_INLINE inline __attribute__((always_inline))
-#define KERNEL_WIDE __attribute__((target("avx2")))
-#define HAS_WIDE_LANES __builtin_cpu_supports("avx2")
-#else
-#define KERNEL_INLINE inline
-#define KERNEL_WIDE
-#define HAS_WIDE_LANES 0
-#endif
 
 namespace {
 
@@ -44,40 +33,6 @@ void ExpectAverages(const Simulation& run, Metacommunity& m)
                            m.expected);
 }
 
-/// Root mean square difference of each OTU to what site s expects; OTUs side by side, so that each
-/// sum runs over the traits in order.
-KERNEL_INLINE void DistancesOfSite(const Metacommunity& m, int s)
-{
-    double* const out = m.dist[s];
-    const int n = m.nOTUs;
-    const double nTraits = m.nTraits;
-    for (int t = 0; t < m.nTraits; t++) {
-        const double* const trait = m.traitsByOTU[t];
-        const double expected = m.expected[t][s];
-        if (t == 0) {
-            #pragma omp simd
-            for (int o = 0; o < n; o++)
-                out[o] = (trait[o] - expected) * (trait[o] - expected);
-        } else {
-            #pragma omp simd
-            for (int o = 0; o < n; o++)
-                out[o] += (trait[o] - expected) * (trait[o] - expected);
-        }
-    }
-    #pragma omp simd
-    for (int o = 0; o < n; o++) out[o] = std::sqrt(out[o] / nTraits);
-}
-
-void DistancesPlain(const Metacommunity& m)
-{
-    for (int s = 0; s < m.nSites; s++) DistancesOfSite(m, s);
-}
-
-KERNEL_WIDE void DistancesWide(const Metacommunity& m)
-{
-    for (int s = 0; s < m.nSites; s++) DistancesOfSite(m, s);
-}
-
 double LargestCell(int rows, int cols, double** M)
 {
     double largest = 0.0;
@@ -91,11 +46,8 @@ double LargestCell(int rows, int cols, double** M)
 /// capping and scaling wait until a cell is read.
 void MeasureDistances(Metacommunity& m)
 {
-    static const bool wide = HAS_WIDE_LANES;
-    if (wide)
-        DistancesWide(m);
-    else
-        DistancesPlain(m);
+    ActiveStepKernels().distances(m.nSites, m.nOTUs, m.nTraits, m.traitsByOTU, m.expected,
+                                  m.dist);
     m.cap = m.percentile.Select(m.dist, capFraction);
     // The cap is a cell of the matrix, hence the largest one after capping, unless no value has a
     // rank as high as that (most cells are equal).

@@ -1,0 +1,10 @@
+#include "numeric/product_kernels.hpp"
+
+#include "numeric/vectorpath.hpp"
+
+KELPRA_DECLARE_ON_PATHS(const ProductKernels productKernels)
+
+const ProductKernels& ActiveProductKernels()
+{
+    return KELPRA_ON_ACTIVE_PATH(productKernels);
+}
