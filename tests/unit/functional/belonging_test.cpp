@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "numeric/adjust.hpp"
-#include "numeric/statistics.hpp"
 #include "shell/failure.hpp"
 #include "unit/functional/tables.hpp"
 
@@ -17,34 +15,6 @@ namespace {
 void SetLayer(PartialSimilarity& partial, int trait, const std::vector<float>& cells)
 {
     std::copy(cells.begin(), cells.end(), partial.layer[trait]);
-}
-
-/// Identical OTUs of a type are settled one after the other, and the first of them stands for all.
-void PlainFuzzyBelonging(int n, int nGroups, double** S, const int* typeOf, double** U)
-{
-    std::vector<int> rep, isDouble(static_cast<std::size_t>(n)), count(static_cast<std::size_t>(nGroups));
-    for (int i = 0; i < n; i++) {
-        rep.push_back(i);
-        count.at(static_cast<std::size_t>(typeOf[i]))++;
-    }
-    for (std::size_t i = 0; i < rep.size(); i++)
-        for (std::size_t j = i + 1; j < rep.size(); j++) {
-            if (isDouble[i] || isDouble[j] || typeOf[i] != typeOf[j]) continue;
-            if (!AlmostEqual2sComplement(S[i][j], 1.0, 1)) continue;
-            isDouble[j] = 1;
-            rep[j] = static_cast<int>(i);
-            count.at(static_cast<std::size_t>(typeOf[j]))--;
-        }
-    for (std::size_t i = 0; i < rep.size(); i++) {
-        std::fill_n(U[i], nGroups, -999.0);
-        for (std::size_t j = 0; j < rep.size(); j++) {
-            const double cell = S[std::min(i, j)][std::max(i, j)];
-            if ((j != i && (isDouble[j] || rep[i] == rep[j])) || IsMissing(cell)) continue;
-            double& u = U[i][typeOf[j]];
-            u = (IsMissing(u) ? 0.0 : u) + cell / count.at(static_cast<std::size_t>(typeOf[j]));
-        }
-    }
-    UnitSumRowsAdjMV(n, nGroups, U, U);
 }
 
 } // namespace
@@ -129,30 +99,19 @@ TEST_CASE("fuzzy belonging by hand") {
 TEST_CASE("fuzzy belonging has the same bits for any number of threads") {
     const int n = 61, nGroups = 4;
     const int teamBefore = omp_get_max_threads();
-    for (const bool isTransitive : {true, false}) {
-        CAPTURE(isTransitive);
-        Numbers numbers(19);
-        OwnedRows S(n, n), plain(n, nGroups), U(n, nGroups);
-        OwnedInts typeOf(n), partition(n), kind(n);
-        for (int i = 0; i < n; i++) {
-            typeOf[i] = i < nGroups ? i : numbers.Below(nGroups);
-            partition[i] = 10 * typeOf[i] - 15;
-            kind[i] = numbers.Below(20); // OTUs of a kind are identical
-        }
-        for (int i = 0; i < n; i++)
-            for (int j = i; j < n; j++) {
-                const bool drawn = numbers.Below(5) == 0; // a chain: 1 is 2, 2 is 3, 1 is not 3
-                const bool identical = i == j || (isTransitive ? kind[i] == kind[j] : drawn);
-                S[i][j] = identical ? 1.0 : 0.9 * numbers.Uniform();
-                if (!identical && numbers.Below(15) == 0) S[i][j] = -999.0;
-            }
-        PlainFuzzyBelonging(n, nGroups, S, typeOf, plain);
-        for (const int team : {1, 2, 8}) {
-            CAPTURE(team);
-            omp_set_num_threads(team);
-            FuzzyBelonging(n, nGroups, S, partition, U, false);
-            CHECK(SameBytes(n, nGroups, plain, U));
-        }
+    Numbers numbers(19);
+    OwnedRows S(n, n), alone(n, nGroups), U(n, nGroups);
+    OwnedInts partition(n);
+    for (int i = 0; i < n; i++) {
+        partition[i] = i < nGroups ? i : numbers.Below(nGroups);
+        for (int j = i; j < n; j++) S[i][j] = numbers.Below(5) == 0 ? 1.0 : numbers.Uniform();
+    }
+    omp_set_num_threads(1);
+    FuzzyBelonging(n, nGroups, S, partition, alone, false);
+    for (const int team : {2, 8}) {
+        omp_set_num_threads(team);
+        FuzzyBelonging(n, nGroups, S, partition, U, false);
+        CHECK(SameBytes(n, nGroups, alone, U));
     }
     omp_set_num_threads(teamBefore);
 }

@@ -101,29 +101,13 @@ TEST_CASE("the functional analysis asks everything in order") {
     CHECK(IntsOf(session.partition_OTUs_Phyl, 4) == std::vector<int>{3, 1, 3, 2});
     CHECK(session.nTaxa == 3);
 
-    const char* const prompts[] = {
-        "FUNCTIONAL ANALYSIS SETTINGS", "\nTrait-based scaling-up", "\nThe partition of OTUs",
-        "Read group memberships", "Enter the group of each OTU:\nOTU:    \t1\t2\t3\t4\nGroups: ",
-        "\nFuzzy set adjustment:\n", "\nPerform randomization", "Enter number of iterations",
-        "Null model based on", "OTU permutation restrictions", "Specify the nesting criterion",
-        "Read nesting group",
-        "Enter the nesting group of each OTU:\nOTU:            \t1\t2\t3\t4\n",
-        "\nInitialization of the random",
-        "\nEnter seed (integer in the 0 to 4294967295 interval):\n",
-        "\nMeasuring congruence using\n", "  5 analysis of variance",
-        "\nSpecify resemblance function between communities:\nResemblance function option:\n",
-        "\nVariables in matrix E", "Select variables:\n", "ph slope \n", "\nTraits in matrix B",
-        "Select traits:\n", "sla height seed \n", "Set weights for traits", "\nOTUs in matrix B",
-        "Enter 0 for exclusion or 1 for inclusion for 4 OTUs\n", "Restrict fuzzy-weighting",
-        "Despite excluding OTUs", "\nStandardize community data", "\nInclude detailed results",
-    };
+    // What each question reads, a dialogue shows; here are those that no dialogue comes to.
     const std::string screen = dialogue.Screen();
-    std::size_t at = 0;
-    for (const char* prompt : prompts) {
-        CAPTURE(prompt);
-        at = screen.find(prompt, at);
-        REQUIRE(at != std::string::npos);
-    }
+    for (const char* const prompt :
+         {"Enter the group of each OTU:\nOTU:    \t1\t2\t3\t4\nGroups: ",
+          "Enter the nesting group of each OTU:\nOTU:            \t1\t2\t3\t4\n",
+          "\nEnter seed (integer in the 0 to 4294967295 interval):\n", "ph slope \n"})
+        CHECK(TimesIn(screen, prompt) == 1);
 }
 
 TEST_CASE("each kind of analysis asks its own questions") {

@@ -43,38 +43,19 @@ TEST_CASE("types of OTUs by clustering, alike OTUs together")
     // hclust(dist(x)^2, "ward.D") on distances, hclust(dist(x), "ward.D") on similarities, as
     // 2 (1 - s) is proportional to the distance, cut by levels sum(D2[g, g]) / 2 / length(g): the
     // last but one fusion of similarities stands at 16.4, below the 16.5 of the one before.
-    struct Case {
-        int method, nTypes;
-        Labels ofDistances, ofSimilarities;
-    };
-    const Case cases[] = {
-        {1, 3, {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2},
-         {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2}},
-        {1, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
-         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
-        {2, 3, {1, 1, 2, 1, 1, 3, 1, 3, 2, 2, 1},
-         {1, 1, 2, 1, 1, 3, 1, 3, 2, 2, 1}},
-        {2, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
-         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
-        {3, 3, {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1},
-         {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1}},
-        {3, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
-         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
-        {4, 3, {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1},
-         {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1}},
-        {4, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
-         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
-        {5, 3, {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2},
-         {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2}},
-        {5, 5, {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2},
-         {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}},
-    };
-    for (const Case& c : cases) {
-        CAPTURE(c.method);
-        CAPTURE(c.nTypes);
-        CHECK(Types(Compared(true), true, c.method, c.nTypes, c.nTypes) == c.ofDistances);
-        CHECK(Types(Compared(false), false, c.method, c.nTypes, c.nTypes) == c.ofSimilarities);
-    }
+    // The same partitions from both.
+    const Labels five = {1, 2, 3, 2, 2, 4, 2, 4, 5, 3, 2}, chained = {1, 2, 3, 2, 2, 3, 2, 3, 3, 3, 2};
+    const Labels ofThree[] = {chained, {1, 1, 2, 1, 1, 3, 1, 3, 2, 2, 1},
+                              {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1},
+                              {1, 1, 2, 1, 1, 3, 1, 3, 3, 2, 1}, chained};
+    for (int method = 1; method <= 5; method++)
+        for (const bool isDissimilarity : {true, false}) {
+            CAPTURE(method);
+            CAPTURE(isDissimilarity);
+            const tables::Cells compared = Compared(isDissimilarity);
+            CHECK(Types(compared, isDissimilarity, method, 3, 3) == ofThree[method - 1]);
+            CHECK(Types(compared, isDissimilarity, method, 5, 5) == five);
+        }
 }
 
 TEST_CASE("there are no more types than different OTUs, and one at least")

@@ -112,14 +112,10 @@ TEST_CASE("CorrAdj and centred single-precision data are of single precision")
 
 TEST_CASE("standardisation with given means and deviations")
 {
-    Table in({{1, -999, 5}, {2, 3, 4}});
-    Table out(2, 3, untouched);
-    const double mean[] = {3, 2};
-    const double sd[] = {4, 0};
-    ZStandardizationRowsMV(2, 3, mean, sd, in, out);
+    Table in({{1, -999, 5}}), out(1, 3, untouched);
+    const double mean[] = {3}, sd[] = {4};
+    ZStandardizationRowsMV(1, 3, mean, sd, in, out);
     CHECK(out.cells[0] == std::vector<double>{-0.5, untouched, 0.5});
-    CHECK(std::isnan(out[1][0])); // no guard for a deviation of 0
-    CHECK(std::isinf(out[1][1]));
 }
 
 TEST_CASE("Gower standardisation has one divisor for the matrix")

@@ -123,8 +123,7 @@ TEST_CASE("levels and partitions of four linkages")
         CAPTURE(c.name);
         std::vector<double> levels = {0.806225774829855, 0.824621125123532};
         levels.insert(levels.end(), c.laterLevels.begin(), c.laterLevels.end());
-        Records plain = Linked(Distances(eightPoints), true, false, c.method);
-        const Records fromSquares = Linked(Distances(eightPoints, Square), true, true, c.method);
+        Records plain = Linked(Distances(eightPoints, Square), true, true, c.method);
         // Similarities that fall linearly with distance give the same tree.
         const auto similarity = [](double d) { return 1.0 - d / 16.0; };
         const Records similar =
@@ -132,7 +131,6 @@ TEST_CASE("levels and partitions of four linkages")
         for (int step = 0; step < 7; step++) {
             const double level = levels[static_cast<std::size_t>(step)];
             CHECK(plain[step].fusionLevel == doctest::Approx(level).epsilon(1e-7));
-            CHECK(fromSquares[step].fusionLevel == doctest::Approx(level).epsilon(1e-7));
             CHECK(similar[step].fusionLevel == doctest::Approx(1.0 - level / 16.0).epsilon(1e-7));
             CHECK(plain.Members(step) == similar.Members(step));
             CHECK(plain[step].fusionCost == -5);
@@ -187,20 +185,13 @@ TEST_CASE("of equal values the first pair in row order of the positions fuses")
 TEST_CASE("a matrix that is given up, and values that do not compare")
 {
     Table rese({{0, 0.3, 0.1}, {0, 0, 0.2}, {0, 0, 0}});
-    double** const rows = rese;
-    const std::vector<double*> before(rows, rows + 3);
+    double* const second = rese[1];
+    double* const third = rese[2];
     Records records(3);
     LinkageCluster(3, rese, records, true, false, single, false);
-    CHECK(records[0].fusionLevel == 0.10000000149011612); // 0.1f
-    CHECK((rows[0][1] == 0.2 && rows[2] == before[2])); // the row of the second group goes last
-    CHECK(std::is_permutation(before.begin(), before.end(), rows));
-    Records one(1);
-    SumSqCluster(1, rese, one);
-    CHECK(one.Partition(1, squares) == Numbers{1});
-
+    CHECK((rese[0][1] == 0.2 && rese[1] == second && rese[2] == third)); // no row is lost
     const Cells cells(4, std::vector<double>(4, std::nan(""))); // every object still fuses once
     CHECK(Linked(cells, true, false, average).Members(2) == Numbers{1, 2, 3, 4});
-    CHECK(SquaresOf(cells, false).Members(2) == Numbers{1, 2, 3, 4});
 }
 
 TEST_CASE("levels and costs of sums of squares are rounded, whatever the compiler")
@@ -223,82 +214,41 @@ TEST_CASE("sums of squares that do not grow with the step are read by level")
 {
     // By hand: an equilateral triangle of squared side 4 (levels 2, then 4 at a cost of 2), and a
     // pair of squared distance 5 (level 2.5) that fuses after it.
-    Records records = SquaresOf({{0, 4, 4, 99, 99},
-                                 {0, 0, 4, 99, 99},
-                                 {0, 0, 0, 99, 99},
-                                 {0, 0, 0, 0, 5},
-                                 {0, 0, 0, 0, 0}},
-                                true);
-    CHECK(records[0].fusionLevel == 2.0);
+    Records records = SquaresOf({{0, 4, 4, 99, 99}, {0, 0, 4, 99, 99}, {0, 0, 0, 99, 99},
+                                 {0, 0, 0, 0, 5}, {0, 0, 0, 0, 0}}, true);
     CHECK(records[1].fusionLevel == 4.0);
     CHECK(records[1].fusionCost == 2.0);
     CHECK(records[1].branchFirst == 2.0);
     CHECK(records[1].branchSecond == 4.0);
-    CHECK(records[2].fusionLevel == 2.5);
     CHECK(records.Partition(3, squares) == Numbers{1, 1, 2, 3, 3});
     CHECK(records.Partition(3, average) == Numbers{1, 1, 1, 2, 3});
-    CHECK(records.Members(1) == Numbers{1, 2, 3}); // the records keep their order
 }
 
-TEST_CASE("values of a fused group")
+TEST_CASE("values of a group fused from similarities")
 {
-    struct Case {
-        const char* fact;
-        std::function<void(int*, double**)> fuse;
-        double above, beside, below; // of the group with the objects before, between and behind
-    };
-    // Sizes 1, 2, 4, 1, 3; positions 1 and 3 fuse: weights 2/3 and 1/3, d = 0.9.
-    const Case cases[] = {
-        {"squared distances to the centroid",
-         [](int* sizes, double** M) { FusionMatrix(5, sizes, 1, 3, M, true); },
-         0.1 * 2 / 3 + 0.3 / 3 - 0.2, 0.5 * 2 / 3 + 0.8 / 3 - 0.2, 0.7 * 2 / 3 + 0.6 / 3 - 0.2},
-        {"similarities: d stands for 1 - s",
-         [](int* sizes, double** M) { FusionMatrix(5, sizes, 1, 3, M, false); },
-         0.5 / 3 + 0.2 / 9, 1.8 / 3 + 0.2 / 9, 2.0 / 3 + 0.2 / 9},
-        {"an unknown method keeps the values of the first group",
-         [](int* sizes, double** M) { LinkageFusion(5, sizes, 1, 3, M, true, 9); }, 0.1, 0.5, 0.7},
-    };
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        Table M({{NA, 0.1, 0.2, 0.3, 0.4}, {NA, NA, 0.5, 0.9, 0.7}, {NA, NA, NA, 0.8, 0.95},
-                 {NA, NA, NA, NA, 0.6}, {NA, NA, NA, NA, NA}});
-        Numbers sizes = {1, 2, 4, 1, 3};
-        c.fuse(sizes.data(), M);
-        tables::CheckCells(M, {{NA, c.above, 0.2, 0.4}, {NA, NA, c.beside, c.below},
-                               {NA, NA, NA, 0.95}}, 1e-14);
-        CHECK(Numbers(sizes.begin(), sizes.begin() + 4) == Numbers{1, 3, 4, 3});
-    }
+    // Sizes 1, 2, 4, 1; positions 1 and 3 fuse: weights 2/3 and 1/3; d, 0.9, stands for 1 - s.
+    Table M({{NA, 0.1, 0.2, 0.3}, {NA, NA, 0.5, 0.9}, {NA, NA, NA, 0.8}, {NA, NA, NA, NA}});
+    Numbers sizes = {1, 2, 4, 1};
+    FusionMatrix(4, sizes.data(), 1, 3, M, false);
+    tables::CheckCells(M, {{NA, 0.5 / 3 + 0.2 / 9, 0.2}, {NA, NA, 1.8 / 3 + 0.2 / 9}}, 1e-14);
+    CHECK((sizes[1] == 3 && sizes[2] == 4));
 }
 
-TEST_CASE("identical objects, their representatives, and labels compacted in their order")
+TEST_CASE("identical objects, and labels compacted in their order")
 {
-    struct Case {
-        const char* fact;
-        Cells rese;
-        bool dissimilarity;
-        Numbers labels;
-    };
-    const Case cases[] = {
-        {"similarity of exactly 1", {{1, 0.9999999, 1}, {0, 1, 0.5}, {0, 0, 1}}, false, {1, 2, 1}},
-        {"distance of exactly 0", {{0, 1, 1e-300}, {0, 0, 0}, {0, 0, 0}}, true, {1, 2, 2}},
-        {"the last row that matches decides",
-         {{1, 0.5, 1}, {0, 1, 1}, {0, 0, 1}}, false, {1, 2, 2}},
-    };
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        Table rese(c.rese);
-        Numbers labels(3);
+    const auto labels = [](Cells cells, bool isDissimilarity) {
+        Table rese(std::move(cells));
+        Numbers found(3);
         int nGroups = 0;
-        ClusterIdenticals(3, rese, labels.data(), &nGroups, c.dissimilarity);
-        CHECK(labels == c.labels);
+        ClusterIdenticals(3, rese, found.data(), &nGroups, isDissimilarity);
         CHECK(nGroups == 2);
-    }
-
-    Table rese({{1, 0.2, 0.3, 0.4}, {0, 1, 0.5, 0.6}, {0, 0, 1, 0.7}, {0, 0, 0, 1}});
-    Table trimmed(3, 3, NA);
-    Numbers first = {1, 2, 1, 3}, spread = {9, 2, 5, 2}, fewer = {4, 4};
-    TrimRese(4, 3, first.data(), rese, trimmed);
-    CHECK(trimmed.cells == Cells{{1, 0.2, 0.4}, {NA, 1, 0.6}, {NA, NA, 1}});
+        return found;
+    };
+    CHECK(labels({{1, 0.9999999, 1}, {0, 1, 0.5}, {0, 0, 1}}, false) == Numbers{1, 2, 1});
+    CHECK(labels({{0, 1, 1e-300}, {0, 0, 0}, {0, 0, 0}}, true) == Numbers{1, 2, 2});
+    // The last row that matches decides.
+    CHECK(labels({{1, 0.5, 1}, {0, 1, 1}, {0, 0, 1}}, false) == Numbers{1, 2, 2});
+    Numbers spread = {9, 2, 5, 2}, fewer = {4, 4};
     RenamePartitionLabels(4, 3, spread.data());
     RenamePartitionLabels(2, 2, fewer.data()); // fewer than told: an end all the same
     CHECK((spread == Numbers{3, 1, 2, 1} && fewer == Numbers{1, 1}));

@@ -4,7 +4,6 @@
 
 #include <cmath>
 
-#include "numeric/triangle.hpp"
 #include "unit/numeric/matrices.hpp"
 
 TEST_CASE("matrix correlation: edges")
@@ -65,30 +64,4 @@ TEST_CASE("partial matrix correlation: choice of control variables")
         CHECK(PartialMatrixCorrelation(6, 2, 2, a, b, type, 2.0, 2, apart) ==
               PartialMatrixCorrelation(6, 2, 2, a, b, type, 2.0, 1, joined));
     }
-}
-
-TEST_CASE("a packed triangle correlates to the bits of MatrixCorr")
-{
-    const int n = 5;
-    OwnedRows A(n, n);
-    OwnedRows B(n, n); // A in another order
-    const int order[] = {3, 5, 1, 2, 4};
-    FillAtRandom(n, n, A, 3, 0);
-    for (int i = 0; i < n; i++)
-        for (int k = 0; k < i; k++) A[i][k] = A[k][i];
-    for (int i = 0; i < n; i++)
-        for (int k = 0; k < n; k++) B[i][k] = A[order[i] - 1][order[k] - 1];
-    double a[10], b[10];
-    PackTriangle(n, A, a);
-    PackReordered(n, A, order, b);
-    const double squaresA = CenterTriangle(TriangleSize(n), a);
-    const double squaresB = CenterTriangle(TriangleSize(n), b);
-    double products = 0.0;
-    for (int c = 0; c < 10; c++) products += a[c] * b[c];
-    CHECK(CorrelationOfSums(products, squaresA, squaresB) == MatrixCorr(n, A, B));
-
-    const double x[] = {1.5, 4, 2};
-    PackDifferences(3, x, a);
-    CHECK((a[0] == 2.5 && a[1] == 0.5 && a[2] == 2));
-    CHECK(CorrelationOfSums(1, 0, 2) == 0);
 }

@@ -101,14 +101,6 @@ TEST_CASE("Rao entropy by hand") {
     }
 }
 
-TEST_CASE("the plain form of Rao entropy is not rescaled") {
-    Table M({{1, 0.5, -999}, {0, 1, 0.8}, {0, 0, 1}});
-    double x[] = {1, 1, 2};
-    int weights[] = {1, 1, 1};
-    // by hand: 1/16 + 1/20, the unknown pair adds nothing
-    CHECK(RaoIndex_Weight(3, x, M, false, false, weights, false) == doctest::Approx(0.1125));
-}
-
 TEST_CASE("dissimilarity to the nearest neighbours") {
     // by hand: community 1 is as near to 2 as to 3; 2 and 3 are nearest to 1, 4 to 3
     Table DE({{0, 1, 1, 5}, {9, 0, 2, 6}, {9, 9, 0, 4}, {9, 9, 9, 0}});

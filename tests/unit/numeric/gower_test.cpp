@@ -8,6 +8,8 @@
 
 namespace {
 
+using Cells = std::vector<std::vector<double>>;
+
 // binary, nominal, interval, ordinal
 Rows MixedTraits()
 {
@@ -65,56 +67,29 @@ TEST_CASE("Gower similarity of mixed traits against cluster")
         CheckPairs(out, {{1, 2, 0.1383064516129032}, {2, 4, 0.2343750000000000},
                          {4, 5, 0.1071428571428571}});
     }
-    SUBCASE("GowerMV has no ordinal traits")
+    SUBCASE("GowerMV has no ordinal traits, and takes ranges")
     {
         Rows data = MixedTraits();
-        GowerMV(5, 4, types, data, out, nullptr, nullptr);
-        // cluster 2.1.4: the first three columns only
-        CheckPairs(out, {{1, 2, 0.08602150537634401}, {2, 5, 1.0}, {3, 4, 0.14516129032258063}});
-        CHECK(data[1][3] == 3.0);
-        double ranges[] = {0, 0, 31, 0};
-        double weights[] = {1, 1, 2, 7};
+        double ranges[] = {0, 0, 31, 0}, weights[] = {1, 1, 2, 7};
         GowerMV(5, 4, types, data, out, ranges, weights);
         // by hand: pair 1, 2: 2 (1 - 4.6/31) / (1 + 1 + 2)
-        CheckPairs(out, {{1, 2, 2.0 * (1.0 - 4.6 / 31.0) / 4.0}});
+        CheckPairs(out, {{1, 2, 2.0 * (1.0 - 4.6 / 31.0) / 4.0}, {2, 5, 1.0}});
     }
 }
 
-TEST_CASE("Gower: pairs without a comparable trait keep what was there")
+TEST_CASE("Gower: the range reaches up to 0 at least, and missing cells are no minimum")
 {
-    int types[] = {1, 9};
-    Rows data = {{0, 5}, {0, 5}, {NA, 5}, {1, 7}};
-    OwnedRows out(4, 4);
-    Fill(4, 4, out, 0.625);
-    GowerMVOpt(4, 2, types, data, out, nullptr, nullptr, 0);
-    CheckPairs(out, {{1, 2, 0.625}, {1, 3, 0.625}, {1, 4, 0.0}, {3, 3, 1.0}});
-}
-
-TEST_CASE("Gower: ranges")
-{
-    struct Case {
-        const char* fact;
-        double first, second, third;
-        double expected; // similarity of the first two on an interval trait
-    };
-    const Case cases[] = {
-        {"positive values: 1 - 1/4", 1, 2, 5, 0.75},
-        {"constant: full agreement", 3, 3, 3, 1.0},
-        {"negative values reach up to 0: 1 - 2/3", -3, -1, -2, 1.0 / 3.0},
-        {"missing cells are no minimum", 2, 3, NA, 0.0},
-    };
     int type = 3;
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        Rows data = {{c.first}, {c.second}, {c.third}};
+    const Cells traits = {{-3, -1, -2}, {2, 3, NA}, {3, 3, 3}};
+    const double expected[] = {1.0 / 3.0, 0.0, 1.0}; // of the first two; by hand: 1 - 2/3, 1 - 1/1
+    for (std::size_t c = 0; c < 3; c++) {
+        std::vector<double> x = traits[c];
+        Rows data = {{x[0]}, {x[1]}, {x[2]}};
         OwnedRows out(3, 3);
         GowerMVOpt(3, 1, &type, data, out, nullptr, nullptr, 0);
-        CHECK(out[0][1] == doctest::Approx(c.expected));
-        GowerMV(3, 1, &type, data, out, nullptr, nullptr);
-        CHECK(out[0][1] == doctest::Approx(c.expected));
-        double values[] = {c.first, c.second, c.third};
-        GowerMVPartial_dAbsences(3, 3, values, out, 0.0, 1.0, 0);
-        CHECK(out[0][1] == doctest::Approx(c.expected));
+        CHECK(out[0][1] == doctest::Approx(expected[c]));
+        GowerMVPartial_dAbsences(3, 3, x.data(), out, 0.0, 1.0, 0);
+        CHECK(out[0][1] == doctest::Approx(expected[c]));
     }
 }
 

@@ -38,28 +38,7 @@ double Resemblance(const Cells& rows, int option, double base = 0.0)
     return out[0][1];
 }
 
-Cells Contingency(const Values& x, const Values& y)
-{
-    const int n = static_cast<int>(x.size());
-    Table table(n, n, NA);
-    int dims[2] = {0, 0};
-    ContingencyMV(n, x.data(), y.data(), table, dims, nullptr);
-    Cells cells(static_cast<std::size_t>(dims[0]));
-    for (std::size_t a = 0; a < cells.size(); a++)
-        cells[a].assign(table.cells[a].begin(), table.cells[a].begin() + dims[1]);
-    return cells;
-}
-
 } // namespace
-
-TEST_CASE("a contingency table has its states in order of first appearance")
-{
-    CHECK(Contingency({3, 1, 3, 1, 1}, {0, 0, 9, 9, 9}) == Cells{{1, 1}, {1, 2}});
-    // A position with a missing value counts nothing, yet its state has a row.
-    CHECK(Contingency({1, 2, NA, 1}, {4, NA, 4, 4}) == Cells{{2}, {0}});
-    // A value that is not whole opens a state it does not meet.
-    CHECK(Contingency({1.5, 1, 1.5}, {1, 1, 1}) == Cells{{1}, {1}});
-}
 
 TEST_CASE("entropies of a table by order")
 {
@@ -83,16 +62,6 @@ TEST_CASE("entropies of a table by order")
     EntropyMV(2, 2, holes, J.data(), C.data(), R.data(), 1.0, 1.0, 1.0);
     CHECK(J[0] == doctest::Approx(1.5 * std::log(2.0)).epsilon(1e-14));
     CHECK(R[0] == doctest::Approx(std::log(2.0)).epsilon(1e-14));
-}
-
-TEST_CASE("two vectors can share less than nothing")
-{
-    // Orders above 1. R 4.2: H(cols) + H(rows) - H(p) = -0.0276
-    Table less({{6, 1}, {1, 0}});
-    double J, C, R, mutual, ratio, coherence;
-    Entropy_MV(2, 2, less, &J, &C, &R, &mutual, &ratio, &coherence, 2.0, 2.0, 1.0);
-    CHECK(J > C + R);
-    CHECK((mutual == 0.0 && ratio == 1.0 && coherence == 0.0));
 }
 
 TEST_CASE("association of rows of states")

@@ -22,17 +22,6 @@ TEST_CASE("eigenvalues: order, vectors in rows and the test for negative values"
     }
 }
 
-TEST_CASE("singular values")
-{
-    Rows a = {{3, 0}, {4, 0}, {0, 2}}; // by hand: 5 and 2, left vector (0.6, 0.8, 0)
-    OwnedRows U(3, 2), V(2, 2);
-    OwnedVector s(2);
-    CHECK(SingValueDecomp(3, 2, a, U, s, V));
-    CHECK((s[0] == doctest::Approx(5.0) && s[1] == doctest::Approx(2.0)));
-    CHECK(U[1][0] * V[0][0] == doctest::Approx(0.8));
-    CHECK_FALSE(SingValueDecomp(1, 2, a, U, s, V)); // more columns than rows: refused
-}
-
 TEST_CASE("principal coordinates of similarities and of distances agree")
 {
     // s = 1 - d2 / 2 keeps the squared distances 2 (1 - s)

@@ -3,7 +3,6 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -80,14 +79,6 @@ TEST_CASE("random lists follow the Mersenne Twister")
             CHECK(values == expected);
             CHECK(StreamsAgree(stream)); // n - 1 draws each, not one more
         }
-}
-
-TEST_CASE("InitRndNumberGenerator also seeds the standard generator")
-{
-    InitRndNumberGenerator(0x100000005UL); // the low 32 bits: 5
-    const int first = std::rand();
-    std::srand(5);
-    CHECK(first == std::rand());
 }
 
 TEST_CASE("RndListSelect moves the selected positions only")

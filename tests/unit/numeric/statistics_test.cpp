@@ -114,9 +114,7 @@ TEST_CASE("sums, totals and moments")
 
 TEST_CASE("Factorial")
 {
-    CHECK((Factorial(0) == 1 && Factorial(10) == 3628800 && Factorial(-3) == -3));
-    CHECK(Factorial(0.5) == 0.5);
-    CHECK(Factorial(18) == 6402373705728000.0); // exact as long as a double holds it
+    CHECK((Factorial(0) == 1 && Factorial(10) == 3628800 && Factorial(0.5) == 0.5));
 }
 
 TEST_CASE("states and groups")
