@@ -1,6 +1,8 @@
 #include "main/process.hpp"
 
+#include <fcntl.h>
 #include <gsl/gsl_errno.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -31,11 +33,21 @@ void PrintBanner()
     std::fprintf(console.out, "%s\n", lineL);
 }
 
+/// Standard streams that were closed when the program was started take what is written nowhere:
+/// otherwise the first files to be opened would get their numbers, and a report the dialogue.
+void OpenStandardStreams()
+{
+    int opened = 0;
+    while (opened >= 0 && opened <= 2) opened = open("/dev/null", O_RDWR);
+    if (opened > 2) close(opened);
+}
+
 } // namespace
 
 void mainInit()
 {
     try {
+        OpenStandardStreams();
         gsl_set_error_handler_off();
         InitGlobals();
         InitIFLibG();
