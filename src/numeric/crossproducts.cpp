@@ -5,7 +5,7 @@
 #include <functional>
 #include <limits>
 
-#include "shell/failure.hpp"
+#include "shell/arrays.hpp"
 
 namespace
 {
@@ -95,7 +95,7 @@ CongruenceEstimator::CongruenceEstimator(int nObjects, int p, const MovingProduc
     for (std::size_t order = 1; order <= Size(moving.m); order++) {
         valueSpaces[order].reset(gsl_eigen_symm_alloc(order));
         vectorSpaces[order].reset(gsl_eigen_symmv_alloc(order));
-        if (!valueSpaces[order] || !vectorSpaces[order]) Fail(outOfMemory);
+        if (!valueSpaces[order] || !vectorSpaces[order]) NoRoom();
     }
 }
 

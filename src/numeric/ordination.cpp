@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 
 #include "numeric/adjust.hpp"
@@ -14,7 +13,6 @@
 #include "numeric/statistics.hpp"
 #include "shell/arrays.hpp"
 #include "shell/console.hpp"
-#include "shell/failure.hpp"
 
 namespace {
 
@@ -35,10 +33,7 @@ std::size_t Size(int n)
 template <typename Owner>
 Owner Obtained(Owner object)
 {
-    if (!object) {
-        std::putchar(7);
-        Fail(outOfMemory);
-    }
+    if (!object) NoRoom();
     return object;
 }
 

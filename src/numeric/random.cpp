@@ -1,6 +1,5 @@
 #include "numeric/random.hpp"
 
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -8,7 +7,6 @@
 
 #include "numeric/statistics.hpp"
 #include "shell/arrays.hpp"
-#include "shell/failure.hpp"
 
 gsl_rng* r = nullptr;
 
@@ -135,10 +133,7 @@ void WriteCombination(int n, int k, const Combinations& table, int* out)
 void InitRndNumberGenerator(unsigned long seed)
 {
     gsl_rng* const generator = gsl_rng_alloc(gsl_rng_default);
-    if (generator == nullptr) {
-        std::putchar(7);
-        Fail(outOfMemory);
-    }
+    if (generator == nullptr) NoRoom();
     if (r != nullptr) gsl_rng_free(r);
     r = generator;
     gsl_rng_set(r, seed);

@@ -2,19 +2,18 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <type_traits>
 
+#include "shell/complaint.hpp"
 #include "shell/failure.hpp"
 
 namespace {
 
 constexpr std::size_t rowAlignment = 64;
-// What the allocator adds to a small block, for the estimate of a table's true size.
-constexpr std::size_t blockOverhead = 16;
+constexpr std::size_t blockAlignment = 16;
 
 long failingAllocation = 0;
 
@@ -32,12 +31,6 @@ std::size_t MachineMemory()
     return static_cast<std::size_t>(pages) * static_cast<std::size_t>(pageSize);
 }
 
-[[noreturn]] void NoRoom()
-{
-    std::putchar(7);
-    Fail(outOfMemory);
-}
-
 std::size_t AtLeastOne(long count) { return count < 1 ? 1 : static_cast<std::size_t>(count); }
 
 bool FitsMachine(std::size_t count, std::size_t size)
@@ -46,11 +39,25 @@ bool FitsMachine(std::size_t count, std::size_t size)
     return size == 0 || count <= memory / size;
 }
 
+std::size_t RoundUp(std::size_t bytes, std::size_t grain)
+{
+    return (bytes + grain - 1) / grain * grain;
+}
+
+/// What a row of a table takes of the memory at the most: itself, its pointer, the allocator's
+/// header, and, where it starts on a boundary of its own, the gaps up to there and behind it.
+std::size_t RowSpace(std::size_t bytes, bool isAligned)
+{
+    const std::size_t space = isAligned ? RoundUp(bytes, rowAlignment) + 2 * rowAlignment
+                                        : RoundUp(bytes, blockAlignment) + blockAlignment;
+    return space + sizeof(void*);
+}
+
 void* AlignedRow(std::size_t size, long columns)
 {
     const std::size_t count = AtLeastOne(columns);
     if (!AllocationMayGoOn() || !FitsMachine(count, size)) return nullptr;
-    const std::size_t bytes = (count * size + rowAlignment - 1) / rowAlignment * rowAlignment;
+    const std::size_t bytes = RoundUp(count * size, rowAlignment);
     void* row = std::aligned_alloc(rowAlignment, bytes);
     if (row != nullptr) std::memset(row, 0, bytes);
     return row;
@@ -81,6 +88,12 @@ T*** Tables(long d1, long d2, long d3)
 
 } // namespace
 
+void NoRoom()
+{
+    Bell();
+    Fail(outOfMemory);
+}
+
 void* dim1D_Clear(std::size_t count, std::size_t size)
 {
     if (!AllocationMayGoOn() || !FitsMachine(count, size)) return nullptr;
@@ -102,8 +115,9 @@ double* dim1Double(long count) { return static_cast<double*>(dim1D(sizeof(double
 template <typename T>
 T** dim2D(long rows, long columns)
 {
-    const std::size_t rowBytes = AtLeastOne(columns) * sizeof(T) + blockOverhead;
-    if (!FitsMachine(AtLeastOne(columns), sizeof(T)) || !FitsMachine(AtLeastOne(rows), rowBytes))
+    const std::size_t nColumns = AtLeastOne(columns);
+    if (!FitsMachine(nColumns, sizeof(T)) ||
+        !FitsMachine(AtLeastOne(rows), RowSpace(nColumns * sizeof(T), std::is_same_v<T, double>)))
         NoRoom();
     T** table = static_cast<T**>(dim1D(sizeof(T*), rows));
     for (long i = 0; i < rows; i++) {

@@ -4,6 +4,9 @@
 #include <cstddef>
 #include <utility>
 
+/// What an allocation that gives nothing comes to, here and in other libraries: BEL, failure code 1.
+[[noreturn]] void NoRoom();
+
 /// `count` elements of `size` bytes, all bytes zero; null if there is no room. No message.
 void* dim1D_Clear(std::size_t count, std::size_t size);
 
