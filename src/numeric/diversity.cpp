@@ -7,6 +7,21 @@
 #include "numeric/matrix.hpp"
 #include "numeric/statistics.hpp"
 
+double Dissimilarity(double resemblance, bool isDissimilarity, bool sqrtDissim)
+{
+    double d = isDissimilarity ? resemblance : 1.0 - resemblance;
+    if (!sqrtDissim) return d;
+    // Averages of rounded similarities end a hair above 1: identical OTUs, not a NaN.
+    if (!isDissimilarity && d < 0.0) d = 0.0;
+    return std::sqrt(d);
+}
+
+int PairWeight(int a, int b, bool restrictWithin)
+{
+    if (restrictWithin) return a * b;
+    return a == 1 || b == 1 ? 1 : 0;
+}
+
 namespace {
 
 /// An OTU that takes part in the sums of one community.
@@ -23,21 +38,6 @@ struct Sums {
     double known = 0.0;   // B: share of pairs with a dissimilarity
     double full = 0.0;    // share of all pairs
 };
-
-double Dissimilarity(double resemblance, bool isDissimilarity, bool sqrtDissim)
-{
-    double d = isDissimilarity ? resemblance : 1.0 - resemblance;
-    if (!sqrtDissim) return d;
-    // Averages of rounded similarities end a hair above 1: identical OTUs, not a NaN.
-    if (!isDissimilarity && d < 0.0) d = 0.0;
-    return std::sqrt(d);
-}
-
-int PairWeight(int a, int b, bool restrictWithin)
-{
-    if (restrictWithin) return a * b;
-    return a == 1 || b == 1 ? 1 : 0;
-}
 
 /// Nothing missing, negative, infinite or NaN.
 bool IsPlainComposition(int s, const double* x)

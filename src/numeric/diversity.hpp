@@ -25,6 +25,13 @@ double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool 
 double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool sqrtDissim,
                        int* weights, bool restrictWithin);
 
+// What the entropies above are made of, for those that sum up pairs by themselves.
+
+/// d of a pair, from a cell of M that is not missing.
+double Dissimilarity(double resemblance, bool isDissimilarity, bool sqrtDissim);
+/// 1 if a pair of OTUs of these weights counts, otherwise 0; with restrictWithin their product.
+int PairWeight(int a, int b, bool restrictWithin);
+
 /// The dissimilarity d of every pair of OTUs, with its square root, computed once for all the
 /// communities and permutations that need it. A copy: M is read (upper triangle) and not kept.
 struct RaoDissimilarity {

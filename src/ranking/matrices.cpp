@@ -10,19 +10,19 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
-SubsetMatrices::SubsetMatrices(SharedMatrices& shared)
+SubsetMatrices::SubsetMatrices(SharedMatrices& shared, int nSearchers)
     : all(shared), select(all.t), rawT(all.n, all.t), subsetT(all.n, all.t),
       similarity(all.needs.types ? all.s : 0, all.s), Qrows(all.s, all.g),
       Xrows(all.n, all.needs.types ? all.s : 0), rao(all.n, 1), dark(all.n, 1),
-      columns(all.g, all.n), unitRows(all.n, all.g), dt(all.n), dx(all.needs.types ? all.n : 0),
+      columns(all.g, all.n), column(1, all.n), unitRows(all.n, all.g), dt(all.n), dx(all.needs.types ? all.n : 0),
       dr(all.n), ds(all.n), traits(static_cast<std::size_t>(all.t))
 {
     if (!IsQuick()) return;
     const long nCells = TriangleSize(all.n);
-    squareSums = std::make_unique<PrefixSums<double>>(nCells, SharedMatrices::Levels(nCells));
+    squareSums = std::make_unique<PrefixSums<double>>(nCells, SharedMatrices::Levels(nCells, nSearchers));
     if (!all.needs.types) return;
     const long nPairs = static_cast<long>(all.s) * (all.s + 1L) / 2;
-    const int nLevels = SharedMatrices::Levels(nPairs);
+    const int nLevels = SharedMatrices::Levels(nPairs, nSearchers);
     similaritySums = std::make_unique<PrefixSums<float>>(nPairs, nLevels);
     if (!all.wholeTraits) countSums = std::make_unique<PrefixSums<float>>(nPairs, nLevels);
     belonging = std::make_unique<TypeBelonging>(all.s, all.g, session.partition_OTUs);
@@ -187,18 +187,39 @@ double** SubsetMatrices::Rao()
     // Deliberate: only the first g OTUs count, g being the number of types; users' earlier results
     // depend on it. The same holds for Dark.
     for (int i = 0; i < all.n; i++)
-        rao[i][0] = RaoIndex_Weight(all.g, all.W0[i], S(), false,
-                                    preferences.sqrtDissimOpt_RaoTraits, session.weight_OTUs,
-                                    session.restrictRaoWithinOpt);
+        rao[i][0] = IsQuick() ? EntropyQuickly(i)
+                              : RaoIndex_Weight(all.g, all.W0[i], S(), false,
+                                                preferences.sqrtDissimOpt_RaoTraits,
+                                                session.weight_OTUs, session.restrictRaoWithinOpt);
     return rao;
+}
+
+/// The pairs in the order of RaoIndex_Weight, with shares that are known and similarities that none
+/// is missing of.
+double SubsetMatrices::EntropyQuickly(int community)
+{
+    double Q = 0.0;
+    const auto& members = all.entropyMembers[static_cast<std::size_t>(community)];
+    for (const SharedMatrices::Member& i : members)
+        for (const SharedMatrices::Member& j : members) {
+            const double d = Dissimilarity(S()[i.otu][j.otu], false,
+                                           preferences.sqrtDissimOpt_RaoTraits);
+            const double weight = PairWeight(i.weight, j.weight, session.restrictRaoWithinOpt);
+            Q += weight * j.share * d * i.share;
+        }
+    return Q;
 }
 
 Structure& SubsetMatrices::DR()
 {
     if (made.DR) return dr;
     made.DR = true;
-    AbsValFunctionMV(all.n, 1, Rao(), dr.rows);
-    if (IsQuick()) dr.TakeRows();
+    if (IsQuick()) {
+        TransposeMatrix(all.n, 1, Rao(), column);
+        dr.TakeDifferences(1, column);
+    } else {
+        AbsValFunctionMV(all.n, 1, Rao(), dr.rows);
+    }
     return dr;
 }
 
@@ -215,8 +236,12 @@ Structure& SubsetMatrices::DS()
 {
     if (made.DS) return ds;
     made.DS = true;
-    EucliDistMV(all.n, 1, Dark(), ds.rows);
-    if (IsQuick()) ds.TakeRows();
+    if (IsQuick()) {
+        TransposeMatrix(all.n, 1, Dark(), column);
+        ds.TakeDistances(1, column);
+    } else {
+        EucliDistMV(all.n, 1, Dark(), ds.rows);
+    }
     return ds;
 }
 

@@ -20,7 +20,8 @@ struct Columns {
 /// construction.
 class SubsetMatrices {
 public:
-    explicit SubsetMatrices(SharedMatrices& all);
+    /// One of nSearchers, which share the memory for partial sums.
+    explicit SubsetMatrices(SharedMatrices& all, int nSearchers = 1);
     SubsetMatrices(const SubsetMatrices&) = delete;
     SubsetMatrices& operator=(const SubsetMatrices&) = delete;
 
@@ -52,9 +53,11 @@ private:
     void AverageQuickly();
     void ComposeQuickly();
     void CompareQuickly();
+    double EntropyQuickly(int community);
 
     const OwnedRows rawT, subsetT, similarity, Qrows, Xrows, rao, dark;
-    const OwnedRows columns;  // g x n
+    const OwnedRows columns;  // g x n, work space
+    const OwnedRows column;   // 1 x n, work space
     const OwnedRows unitRows; // n x g, rows of unit length
     Structure dt, dx, dr, ds;
     std::vector<int> traits; // of the subset, from 0

@@ -268,7 +268,7 @@ void PrintKept(std::FILE* report, const KeepTable& kept)
 {
     for (int slot = kept.Last(); slot >= 1; slot--) {
         if (kept[slot].size == 0) continue;
-        PrintValue(report, kept[slot].value);
+        PrintValue(report, kept[slot].value.value);
         PrintSubset(report, kept[slot].traits.data(), kept[slot].size);
         std::fprintf(report, "\n");
     }
@@ -278,7 +278,7 @@ void PrintKept(std::FILE* report, const KeepTable& kept)
 void PrintKeptWithTypes(std::FILE* report, const KeepTable& kept)
 {
     for (int slot = kept.Last(); slot >= 1; slot--) {
-        PrintValue(report, kept[slot].value);
+        PrintValue(report, kept[slot].value.value);
         std::fprintf(report, "%d groups\t", kept[slot].nTypes);
         PrintSubset(report, kept[slot].traits.data(), kept[slot].size);
         std::fprintf(report, "\n");
@@ -298,7 +298,7 @@ void PrintTitle(std::FILE* report, const Criterion& criterion)
 
 bool IsNone(const Criterion& criterion, const RankedSubset& best)
 {
-    return criterion.noneAtZero && best.value == 0.0;
+    return criterion.noneAtZero && best.value.value == 0.0;
 }
 
 void PrintBestBySize(std::FILE* report, const Criterion& criterion,
@@ -308,7 +308,7 @@ void PrintBestBySize(std::FILE* report, const Criterion& criterion,
                  "\n\nTrait subsets with maximum rank for each number of traits:\n%-*s\tSubset of traits\n",
                  ValueWidth(), "TRC");
     for (const RankedSubset& one : best) {
-        std::fprintf(report, "%-13.*g\t", SignificantDigits(), one.value);
+        std::fprintf(report, "%-13.*g\t", SignificantDigits(), one.value.value);
         if (IsNone(criterion, one)) {
             std::fprintf(report, "none\n");
         } else {
@@ -337,7 +337,7 @@ void OverwriteHead(std::FILE* report, const std::vector<RankedSubset>& best)
     for (const RankedSubset& one : best) std::fprintf(report, "%-5d\t", one.nTypes);
     std::fprintf(report, "\n");
     for (const RankedSubset& one : best)
-        std::fprintf(report, "%-13.*g\t", SignificantDigits(), one.value);
+        std::fprintf(report, "%-13.*g\t", SignificantDigits(), one.value.value);
     std::fprintf(report, "\n");
 }
 
@@ -398,16 +398,16 @@ void PrintSizeLine(std::FILE* report, const Criterion& criterion, int size,
     case Family::alphaBeta:
         std::fprintf(report,
                      "Ranking criterion value, groups and optimal subset with %d traits: \t%-*.*g\t%d groups\t",
-                     size, ValueWidth(), SignificantDigits(), best.value, best.nTypes);
+                     size, ValueWidth(), SignificantDigits(), best.value.value, best.nTypes);
         break;
     case Family::niche:
         std::fprintf(report,
                      "Ranking criterion values, groups and optimal subset with %d traits: \t%-*.*g\t%d groups\t",
-                     size, ValueWidth(), SignificantDigits(), best.value, best.nTypes);
+                     size, ValueWidth(), SignificantDigits(), best.value.value, best.nTypes);
         break;
     default:
         std::fprintf(report, "Ranking criterion value and optimal subset with %d traits: \t%-*.*g\t",
-                     size, ValueWidth(), SignificantDigits(), best.value);
+                     size, ValueWidth(), SignificantDigits(), best.value.value);
         break;
     }
     if (IsNone(criterion, best))

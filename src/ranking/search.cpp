@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include "numeric/random.hpp"
 #include "numeric/statistics.hpp"
+#include "ranking/estimates.hpp"
 #include "ranking/intermediate.hpp"
 #include "ranking/matrices.hpp"
 #include "ranking/record.hpp"
@@ -19,6 +22,7 @@
 #include "shell/console.hpp"
 #include "shell/failure.hpp"
 #include "shell/files.hpp"
+#include "shell/preferences.hpp"
 #include "shell/scanners.hpp"
 
 namespace {
@@ -53,7 +57,18 @@ std::vector<int> CountOtusOfTypes()
     return sizes;
 }
 
-/// One search: the files, the matrices, the subset at hand and the record so far.
+/// What evaluates subsets on a thread of its own.
+struct Searcher {
+    Searcher(SharedMatrices& all, const SharedEstimates& shared, int nSearchers)
+        : matrices(all, nSearchers)
+    {
+        if (shared.AreUsable()) estimates = std::make_unique<SubsetEstimates>(shared, matrices);
+    }
+    SubsetMatrices matrices;
+    std::unique_ptr<SubsetEstimates> estimates; // null: values are exact
+};
+
+/// One search: the files, the matrices, the block of subsets at hand and the record so far.
 class Search {
 public:
     explicit Search(const Criterion& criterion);
@@ -61,22 +76,36 @@ public:
 
 private:
     void SearchSize(int k);
-    bool TakeSubset(int k, bool first);
-    void EvaluateSubset(int k);
-    void Evaluate(int k);
+    void DrawBlock(int k, int first, int size);
+    void EvaluateBlock(int k, int size);
+    void Evaluate(Searcher& searcher, int k, int i);
+    void ShowProgress(int k);
+    void TakeResult(int k, const int* traits, const Estimate& value);
+    void EvaluateInDetail();
+    void SettleForPrint(RankedSubset& subset);
     bool HasEvaluation() const;
+    int* BlockSubset(int i) { return block.values + static_cast<long>(i) * session.nch; }
 
     const Criterion& criterion;
     const double timeStart;
     IntermediateFile intermediate;
     OutputFile report;
     SharedMatrices shared;
-    SubsetMatrices matrices;
     const std::vector<int> typeSizes; // empty for the criterion without types
     const bool printsRows;
+    const bool inDetail; // statistics and matrices are printed as they come
 
-    const OwnedInts subset; // the subset, then the other traits
+    const SharedEstimates estimates;
+    std::vector<std::unique_ptr<Searcher>> searchers;
+    const ExactValue exactly;
+
+    const OwnedInts subset;   // the subset drawn last, then the other traits
+    const OwnedInts block;    // subsets of the block, each nch long; 0 in front: has excluded traits
+    std::vector<Estimate> values; // of the block
+    int blockSize;
+
     SubsetStatistics statistics;
+    RankedSubset candidate;
     std::vector<RankedSubset> best; // by size, from nMinTraitsChRank
     KeepTable kept;        // the best subsets
     KeepTable evaluations; // the best evaluations; printed for the niche criteria only
@@ -84,21 +113,43 @@ private:
     const int nIterations;
 };
 
+/// Blocks are long enough to keep the threads at work and short enough to show progress.
+const int largestBlock = 4096;
+
+RankedSubset NoSubset(double value)
+{
+    RankedSubset none;
+    none.value = {value, 0.0};
+    none.traits.resize(static_cast<std::size_t>(session.nch));
+    return none;
+}
+
 Search::Search(const Criterion& ranked)
     : criterion(ranked), timeStart(omp_get_wtime()), intermediate(ranked),
-      report(session.whichChorder, console.volumeName, "w"), shared(ranked.needs), matrices(shared),
+      report(session.whichChorder, console.volumeName, "w"), shared(ranked.needs),
       typeSizes(ranked.needs.types ? CountOtusOfTypes() : std::vector<int>()),
-      printsRows(session.printRankIntermedResults == 'y'), subset(session.nch),
-      statistics(SharedStatistics(ranked, shared)),
+      printsRows(session.printRankIntermedResults == 'y'),
+      inDetail(printsRows || intermediate.IsOpen()), estimates(ranked, shared),
+      exactly([this](int k, const int* traits) {
+          SubsetMatrices& matrices = searchers[0]->matrices;
+          matrices.Select(traits, k);
+          return ValueOf(criterion, matrices);
+      }),
+      subset(session.nch), block(static_cast<long>(largestBlock) * session.nch),
+      values(static_cast<std::size_t>(largestBlock)),
+      statistics(SharedStatistics(ranked, shared)), candidate(NoSubset(0.0)),
+      best(static_cast<std::size_t>(session.nMaxTraitsChRank - session.nMinTraitsChRank + 1),
+           NoSubset(ranked.start)),
       kept(session.nKeepTrack, session.nch, 0.0, ranked.order),
       evaluations(session.nKeepTrack, session.nch, lowest, ranked.order),
       nIterations(TotalOfSubsets())
 {
-    RankedSubset start;
-    start.value = criterion.start;
-    start.traits.resize(static_cast<std::size_t>(session.nch));
-    best.assign(static_cast<std::size_t>(session.nMaxTraitsChRank - session.nMinTraitsChRank + 1),
-                start);
+    const bool canShare = shared.form == Form::quick && !inDetail;
+    const int nSearchers =
+        canShare ? std::min(omp_get_max_threads(), shared.MostSearchers()) : 1;
+    for (int i = 0; i < nSearchers; i++)
+        searchers.push_back(std::make_unique<Searcher>(shared, estimates, nSearchers));
+    blockSize = canShare ? 16 * nSearchers : 1;
 }
 
 void Search::Run()
@@ -106,6 +157,7 @@ void Search::Run()
     PrintRankingHead(report, criterion);
     intermediate.PrintShared(shared);
     for (int k = session.nMinTraitsChRank; k <= session.nMaxTraitsChRank; k++) SearchSize(k);
+    for (int slot = 1; slot <= kept.Last(); slot++) SettleForPrint(kept[slot]);
     PrintRankingTail(report, criterion, kept, evaluations, best, timeStart);
     intermediate.Close();
     report.Close();
@@ -113,28 +165,74 @@ void Search::Run()
 
 void Search::SearchSize(int k)
 {
+    const double blockSeconds = 0.1;
     const int nSubsets = NumberOfSubsets(session.nch, k);
     for (int i = 0; i < session.nch; i++) subset[i] = i + 1;
-    for (int c = 0; c < nSubsets; c++) {
-        if (iteration < std::numeric_limits<int>::max()) iteration++;
-        char progress[80];
-        std::snprintf(progress, sizeof progress, "Iteration: %d of %d, Traits: %d", iteration,
-                      nIterations, k);
-        HandleEventInfoWhere2(progress);
-        if (TakeSubset(k, c == 0)) EvaluateSubset(k);
+    for (int done = 0; done < nSubsets;) {
+        const double start = omp_get_wtime();
+        const int size = std::min(blockSize, nSubsets - done);
+        DrawBlock(k, done, size);
+        if (!inDetail && HasEvaluation()) EvaluateBlock(k, size);
+        for (int i = 0; i < size; i++) {
+            ShowProgress(k);
+            if (BlockSubset(i)[0] > 0)
+                TakeResult(k, BlockSubset(i), values[static_cast<std::size_t>(i)]);
+        }
+        done += size;
+        if (blockSize > 1 && omp_get_wtime() - start < blockSeconds / 2.0)
+            blockSize = std::min(2 * blockSize, largestBlock);
     }
-    PrintSizeLine(report, criterion, k,
-                  best[static_cast<std::size_t>(k - session.nMinTraitsChRank)]);
+    RankedSubset& ofSize = best[static_cast<std::size_t>(k - session.nMinTraitsChRank)];
+    SettleForPrint(ofSize);
+    PrintSizeLine(report, criterion, k, ofSize);
     report.Check(); // before the next size, which may take hours
     intermediate.Check();
 }
 
-/// Goes to the next subset; false if it holds an excluded trait.
-bool Search::TakeSubset(int k, bool first)
+/// The next subsets in order, from number `first` of their size on.
+void Search::DrawBlock(int k, int first, int size)
 {
-    PermuteArray(session.nch, k, subset, first);
-    return std::all_of(subset.values, subset.values + k,
-                       [](int trait) { return session.weight[trait - 1] > 0.0; });
+    for (int i = 0; i < size; i++) {
+        PermuteArray(session.nch, k, subset, first + i == 0);
+        std::copy_n(subset.values, k, BlockSubset(i));
+        const bool isAllowed = std::all_of(subset.values, subset.values + k, [](int trait) {
+            return session.weight[trait - 1] > 0.0;
+        });
+        if (!isAllowed) BlockSubset(i)[0] = 0;
+    }
+}
+
+/// Values by place in the block, so the record does not depend on who is done first. With several
+/// searchers nothing in here allocates, draws or fails.
+void Search::EvaluateBlock(int k, int size)
+{
+    const int nSearchers = static_cast<int>(searchers.size());
+    if (nSearchers == 1) {
+        for (int i = 0; i < size; i++) Evaluate(*searchers[0], k, i);
+        return;
+    }
+    #pragma omp parallel for schedule(dynamic, 16) num_threads(nSearchers)
+    for (int i = 0; i < size; i++)
+        Evaluate(*searchers[static_cast<std::size_t>(omp_get_thread_num())], k, i);
+}
+
+void Search::Evaluate(Searcher& searcher, int k, int i)
+{
+    const int* const traits = BlockSubset(i);
+    if (traits[0] == 0) return;
+    searcher.matrices.Select(traits, k);
+    values[static_cast<std::size_t>(i)] =
+        searcher.estimates != nullptr ? searcher.estimates->Value()
+                                      : Estimate{ValueOf(criterion, searcher.matrices), 0.0};
+}
+
+void Search::ShowProgress(int k)
+{
+    if (iteration < std::numeric_limits<int>::max()) iteration++;
+    char progress[80];
+    std::snprintf(progress, sizeof progress, "Iteration: %d of %d, Traits: %d", iteration,
+                  nIterations, k);
+    HandleEventInfoWhere2(progress);
 }
 
 /// A single type says nothing of composition: then there is no evaluation, and the subset keeps
@@ -144,35 +242,44 @@ bool Search::HasEvaluation() const
     return !criterion.needs.types || (shared.g >= 2 && shared.s >= 2);
 }
 
-void Search::EvaluateSubset(int k)
+void Search::TakeResult(int k, const int* traits, const Estimate& value)
 {
-    matrices.Select(subset, k);
-    intermediate.PrintSubsetMatrices(matrices, subset, k);
-    double value = criterion.start;
-    int nTypes = 0;
-    if (HasEvaluation()) {
-        Evaluate(k);
-        if (IsBetter(criterion.order, statistics.value, value)) {
-            value = statistics.value;
-            nTypes = shared.g;
-        }
-    }
-    RankedSubset& ofSize = best[static_cast<std::size_t>(k - session.nMinTraitsChRank)];
-    if (IsBetter(criterion.order, value, ofSize.value)) Store(ofSize, value, nTypes, k, subset);
-    kept.Enter(value, nTypes, k, subset);
+    candidate.size = k;
+    candidate.nTypes = shared.g;
+    std::copy_n(traits, k, candidate.traits.begin());
+    candidate.value = value;
+    if (inDetail) EvaluateInDetail();
+    if (!HasEvaluation()) return;
+    if (criterion.family == Family::niche) evaluations.Enter(candidate, exactly);
+    KeepBetter(best[static_cast<std::size_t>(k - session.nMinTraitsChRank)], candidate,
+               criterion.order, exactly);
+    kept.Enter(candidate, exactly);
 }
 
-void Search::Evaluate(int k)
+void Search::EvaluateInDetail()
 {
+    const int k = candidate.size;
+    const int* const traits = candidate.traits.data();
+    SubsetMatrices& matrices = searchers[0]->matrices;
+    matrices.Select(traits, k);
+    intermediate.PrintSubsetMatrices(matrices, traits, k);
+    if (!HasEvaluation()) return;
     intermediate.PrintTypesMatrices(matrices, typeSizes, report);
-    if (printsRows || intermediate.IsOpen())
-        Complete(criterion, matrices, statistics);
-    else
-        statistics.value = ValueOf(criterion, matrices);
-    if (printsRows) PrintRankingRow(report, criterion, statistics, subset, k, typeSizes);
-    intermediate.PrintValueAndResiduals(matrices, statistics, subset, k, typeSizes);
-    if (criterion.family == Family::niche)
-        evaluations.Enter(statistics.value, shared.g, k, subset);
+    Complete(criterion, matrices, statistics);
+    if (printsRows) PrintRankingRow(report, criterion, statistics, traits, k, typeSizes);
+    intermediate.PrintValueAndResiduals(matrices, statistics, traits, k, typeSizes);
+    candidate.value = {statistics.value, 0.0};
+}
+
+/// Reports print some digits only: where the whole range of an estimate has them in common, they
+/// are those of the exact value.
+void Search::SettleForPrint(RankedSubset& ranked)
+{
+    char low[400], high[400];
+    const Estimate& value = ranked.value;
+    std::snprintf(low, sizeof low, "%.*g", preferences.sDigits, value.value - value.error);
+    std::snprintf(high, sizeof high, "%.*g", preferences.sDigits, value.value + value.error);
+    if (std::strcmp(low, high) != 0) Settle(ranked, exactly);
 }
 
 } // namespace

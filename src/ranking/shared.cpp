@@ -120,10 +120,18 @@ void SharedMatrices::Finish(Structure& D) const
 
 // --- The quick form
 
-int SharedMatrices::Levels(long nCells)
+int SharedMatrices::Levels(long nCells, int nSearchers)
 {
-    const double nFit = largestTable / 8.0 / static_cast<double>(std::max(nCells, 1L));
-    return std::max(2, std::min(session.nMaxTraitsChRank, static_cast<int>(std::min(nFit, 1e6))));
+    const double bytes = 8.0 * static_cast<double>(std::max(nCells, 1L)) * nSearchers;
+    const double nFit = std::min(largestTable / bytes, 1e6);
+    return std::max(2, std::min(session.nMaxTraitsChRank, static_cast<int>(nFit)));
+}
+
+int SharedMatrices::MostSearchers() const
+{
+    const double ofOtus = needs.types ? 4.0 * static_cast<double>(NumberOfPairs(s)) : 0.0;
+    const double bytes = 8.0 * (ofOtus + 4.0 * static_cast<double>(TriangleSize(n)));
+    return std::max(1, static_cast<int>(std::min(largestTable / bytes, 1e6)));
 }
 
 /// Nothing prints or overwrites the matrices of a subset, the options have no oddities, every cell
@@ -173,6 +181,7 @@ void SharedMatrices::PrepareQuickForm()
     if (!needs.types) return;
     SplitHoles();
     ListPresent();
+    ListEntropyMembers();
 }
 
 void SharedMatrices::MakeLayersOfT()
@@ -218,4 +227,19 @@ void SharedMatrices::ListPresent()
             const double share = session.weight_OTUs[m] * W0[i][m];
             if (share > 0.0) present[static_cast<std::size_t>(i)].push_back({m, share});
         }
+}
+
+/// Deliberate: only the first g OTUs count, g being the number of types; users' earlier results
+/// depend on it.
+void SharedMatrices::ListEntropyMembers()
+{
+    entropyMembers.resize(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; i++) {
+        double total = 0.0;
+        for (int m = 0; m < g; m++) total += W0[i][m];
+        for (int m = 0; m < g; m++)
+            if (W0[i][m] > 0.0)
+                entropyMembers[static_cast<std::size_t>(i)].push_back(
+                    {m, W0[i][m] / total, session.weight_OTUs[m]});
+    }
 }

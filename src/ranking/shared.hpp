@@ -63,8 +63,18 @@ public:
     };
     std::vector<std::vector<Share>> present; // of each community, OTUs ascending
 
-    /// How many partial sums of this many cells may be kept.
-    static int Levels(long nCells);
+    /// Of each community, those of the first g OTUs that are there, with their weights of selection.
+    struct Member {
+        int otu;
+        double share;
+        int weight;
+    };
+    std::vector<std::vector<Member>> entropyMembers;
+
+    /// How many partial sums of this many cells one of several searchers may keep.
+    static int Levels(long nCells, int nSearchers);
+    /// Searchers whose matrices fit into memory kept for speed; at least 1.
+    int MostSearchers() const;
 
 private:
     void FillEnvironment();
@@ -80,4 +90,5 @@ private:
     void MakeLayersOfT();
     void SplitHoles();
     void ListPresent();
+    void ListEntropyMembers();
 };
