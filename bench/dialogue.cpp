@@ -13,20 +13,6 @@ namespace {
 
 namespace files = std::filesystem;
 
-/// An empty folder of its own, removed with all that is in it.
-struct Scratch {
-    Scratch()
-    {
-        std::string name = (files::temp_directory_path() / "kelpra-bench-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) std::exit(2);
-        path = name;
-    }
-    ~Scratch() { files::remove_all(path); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-    files::path path;
-};
-
 // Numbers, then a line of labels: a letter and a count.
 void WriteMatrix(const files::path& path, int rows, int columns, double** M, char letter,
                  int nLabels)

@@ -106,7 +106,8 @@ inline double Mantel(int n, const Table& A, const Table& B)
     return aa == 0.0 || bb == 0.0 ? 0.0 : ab / std::sqrt(aa * bb);
 }
 
-/// Criteria 1, 9, 10, 11, 16 and 17 under Mantel, for the session's data with quantitative E.
+/// Criteria 1, 9, 10, 11, 16 and 17 under Mantel, 9 and 10 under Procrustes and RV, for the session's
+/// data with quantitative E.
 class Ranking {
 public:
     explicit Ranking(bool withPhylogeny)
@@ -146,7 +147,8 @@ public:
             Averages(select, criterion == 10);
             Euclid(n, t, T, DT);
         }
-        if (criterion == 10) return Mantel(n, DE, DT);
+        if (criterion == 10)
+            return session.opt_ro == 1 ? Mantel(n, DE, DT) : Coefficient(session.nenv, E, t, Copy(T));
         Average(select);
         if (criterion == 16) return AlphaDivergence();
         if (session.fuzzy == 3)
@@ -155,6 +157,13 @@ public:
             for (int i = 0; i < s; i++)
                 for (int c = 0; c < g; c++) At(Q, i, c) = type[Index(i)] == c ? 1.0 : 0.0;
         Compose(X);
+        if (session.opt_ro != 1) {
+            const OwnedRows control = Copy(T);
+            std::vector<int> selected(select, select + t);
+            const ControlBlock block = {t, selected.data(), control};
+            return PartialMatrixCorrelation(n, s, session.nenv, Copy(X), E, session.opt_ro,
+                                            preferences.overfitFactorPCARegr, 1, &block);
+        }
         Resemble(X, DX);
         if (criterion == 1) return Mantel(n, DE, DX);
         if (criterion == 11) return Mantel(n, DP, DX);
@@ -220,12 +229,26 @@ public:
     }
 
 private:
+    /// With as many columns as there are OTUs at least, those behind the table's own being 0.
+    OwnedRows Copy(const Table& M) const
+    {
+        OwnedRows rows(n, std::max<long>(s, static_cast<long>(M[0].size())));
+        for (int i = 0; i < n; i++) std::copy(M[Index(i)].begin(), M[Index(i)].end(), rows[i]);
+        return rows;
+    }
+
+    double Coefficient(int p1, double** A, int p2, const OwnedRows& B) const
+    {
+        return session.opt_ro == 2 ? ProcrustesCoeff(n, p1, p2, A, B) : RVcoeff(n, p1, p2, A, B);
+    }
+
     static std::size_t Index(int i) { return static_cast<std::size_t>(i); }
 
     void FillEnvironment()
     {
         const int e = session.nenv;
-        OwnedRows E(n, e), D(n, n);
+        OwnedRows D(n, n);
+        E = OwnedRows(n, e);
         for (int c = 0; c < n; c++) std::copy_n(session.env[c], e, E[c]);
         CorrAdj(n, e, E, E);
         EucliDistMV(n, e, E, D);
@@ -318,6 +341,7 @@ private:
     Table DE, W0, W1, P, DP, T, DT, S, Q, X, DX, Rao, DR;
     std::vector<int> type; // column of each OTU's type
     std::vector<Table> layers;
+    OwnedRows E;
 };
 
 } // namespace plain

@@ -1,13 +1,20 @@
 // S1 to S3: the search for the best trait subset, against the plain form of each matrix.
+#include <omp.h>
+
+#include <cmath>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <vector>
 
 #include "lines.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/random.hpp"
 #include "plain_ranking.hpp"
 #include "ranking/criteria.hpp"
+#include "ranking/estimates.hpp"
 #include "ranking/matrices.hpp"
+#include "ranking/search.hpp"
 #include "session/checks.hpp"
 #include "session/session.hpp"
 #include "unit/ranking/ranking_data.hpp"
@@ -63,9 +70,18 @@ std::vector<Subset> AllSubsets(int t)
 
 /// The session of the data while this lives.
 struct Loaded {
-    explicit Loaded(int nTraits)
+    explicit Loaded(int nTraits, bool holes = false)
     {
-        LoadRanking(SmallData(nTraits));
+        RankingData data = SmallData(nTraits);
+        Numbers numbers(7);
+        for (std::vector<double>& row : data.B)
+            for (double& cell : row)
+                if (holes && numbers.Next() < 0.02) cell = -999.0;
+        LoadRanking(data);
+        session.nKeepTrack = 100;
+        session.printRankIntermedResults = 'n';
+        std::snprintf(session.whichChorder, sizeof session.whichChorder, "%s",
+                      (folder.path / "ranking.txt").c_str());
         RangeStates(session.nch, session.tcst, session.csm_Float, session.chtype, session.chrange);
     }
     ~Loaded()
@@ -73,46 +89,93 @@ struct Loaded {
         FreeGlobals2();
         session = Session();
     }
+    const Scratch folder;
     Loaded(const Loaded&) = delete;
     Loaded& operator=(const Loaded&) = delete;
 };
 
-void SearchLine(const Options& options, Report& report, const char* id, int number, int nTraits)
+/// What is ranked, and how.
+struct Ranked {
+    const char* id;
+    int number;  // of the criterion
+    int measure; // opt_ro
+    bool holes;  // 2 % of the cells of B are missing
+};
+
+std::string NameOf(const Ranked& ranked)
 {
-    const Loaded loaded(nTraits);
-    session.opt_struct = number;
-    const Criterion& criterion = *FindCriterion(number);
+    const char* const measures[] = {"Mantel", "Procrustes", "RV"};
+    return "criterion " + std::to_string(ranked.number) + ", " + measures[ranked.measure - 1];
+}
+
+/// The report of the whole search without its elapsed time.
+std::string SearchedReport(const Criterion& criterion, int threads)
+{
+    omp_set_num_threads(threads);
+    RankTraitSubsets(criterion);
+    std::ifstream file(session.whichChorder);
+    std::string text, line;
+    while (std::getline(file, line))
+        if (line.rfind("Elapsed time", 0) != 0) text += line + "\n";
+    return text.substr(text.find("Session:"));
+}
+
+/// Exact values of the first subsets against the plain form's; estimates within their errors.
+bool AreSame(const Criterion& criterion, const std::vector<Subset>& subsets,
+             const std::vector<double>& expected)
+{
+    SharedMatrices shared(criterion.needs);
+    SubsetMatrices matrices(shared);
+    const SharedEstimates all(criterion, shared);
+    SubsetEstimates estimates(all, matrices);
+    for (std::size_t i = 0; i < expected.size(); i++) {
+        const std::vector<int>& traits = subsets[i].traits;
+        matrices.Select(traits.data(), static_cast<int>(traits.size()));
+        const double value = ValueOf(criterion, matrices);
+        if (std::memcmp(&value, &expected[i], sizeof value) != 0) return false;
+        if (!all.AreUsable()) continue;
+        const Estimate estimate = estimates.Value();
+        if (std::fabs(estimate.value - value) > estimate.error) return false;
+    }
+    return true;
+}
+
+/// The whole search, reports and exact values of those that enter the record included, on one and
+/// two threads; the plain form is that of the first subsets without any search.
+void SearchLine(const Options& options, Report& report, const Ranked& ranked, int nTraits)
+{
+    const Loaded loaded(nTraits, ranked.holes);
+    session.opt_struct = ranked.number;
+    session.opt_ro = ranked.measure;
+    const Criterion& criterion = *FindCriterion(ranked.number);
     const std::vector<Subset> subsets = AllSubsets(nTraits);
     const std::size_t nPlain = std::min<std::size_t>(subsets.size(), nPlainSubsets);
     plain::Ranking plainly(false);
-    SharedMatrices shared(criterion.needs);
-    SubsetMatrices matrices(shared);
-    std::vector<double> expected(nPlain), found(subsets.size());
-    std::size_t nextPlain = 0, next = 0;
-    const auto plainOne = [&] {
-        expected[nextPlain] = plainly.Value(number, subsets[nextPlain].select.data());
-        nextPlain = (nextPlain + 1) % nPlain;
+    std::vector<double> expected(nPlain);
+    std::size_t next = 0;
+    const Work plain = [&](long count) {
+        for (; count > 0; count--, next = (next + 1) % nPlain)
+            expected[next] = plainly.Value(ranked.number, subsets[next].select.data());
     };
-    const auto fastOne = [&] {
-        const std::vector<int>& traits = subsets[next].traits;
-        matrices.Select(traits.data(), static_cast<int>(traits.size()));
-        found[next] = ValueOf(criterion, matrices);
-        next = (next + 1) % subsets.size();
-    };
-    const Timed timed = TimeInTurn(
-        options, [&](long count) { while (count-- > 0) plainOne(); },
-        [&](long count) { while (count-- > 0) fastOne(); });
-    nextPlain = next = 0;
-    for (std::size_t i = 0; i < nPlain; i++) {
-        plainOne();
-        fastOne();
+    Timed timed = TimeInTurn(options, plain, Work());
+    next = 0;
+    plain(static_cast<long>(nPlain));
+
+    const std::string data = std::string(ranked.holes ? "missing" : "small") +
+                             ", t=" + std::to_string(nTraits);
+    std::string reports[2];
+    for (const int threads : {1, 2}) {
+        const DrainedOutput drained;
+        timed.fast = TimeWhole(options, [&] {
+            reports[threads - 1] = SearchedReport(criterion, threads);
+        });
+        const Timed whole = {-1.0, timed.fast};
+        timed.fast /= static_cast<double>(subsets.size());
+        report.Line(ranked.id, data, NameOf(ranked), "us/subset", 1e6, threads, timed);
+        report.Line(ranked.id, data, "all subsets, " + NameOf(ranked), "s", 1.0, threads, whole);
     }
-    const std::string data = "small, t=" + std::to_string(nTraits);
-    report.Line(id, data, "criterion " + std::to_string(number), "us/subset", 1e6, 1, timed);
-    const Timed whole = {-1.0, timed.fast * static_cast<double>(subsets.size())};
-    report.Line(id, data, "all subsets, criterion " + std::to_string(number), "s", 1.0, 1, whole);
-    report.Same(id, data,
-                std::memcmp(expected.data(), found.data(), nPlain * sizeof(double)) == 0);
+    report.Same(ranked.id, data,
+                reports[0] == reports[1] && AreSame(criterion, subsets, expected));
 }
 
 /// The average over all traits but one, so that nothing of it is at hand, and belonging to types.
@@ -156,9 +219,14 @@ void SimilarityLines(const Options& options, Report& report)
 
 void SubsetLines(const Options& options, Report& report)
 {
-    for (const int nTraits : {8, 15}) {
-        if (options.Wants("S1")) SearchLine(options, report, "S1", 10, nTraits);
-        if (options.Wants("S2")) SearchLine(options, report, "S2", 9, nTraits);
-    }
+    const Ranked lines[] = {
+        {"S1", convergence, mantel, false},   {"S2", divergence, mantel, false},
+        {"S4", convergence, procrustes, false}, {"S4", convergence, rvCoefficient, false},
+        {"S4", divergence, procrustes, false}, {"S4", divergence, rvCoefficient, false},
+        {"S4", divergence, mantel, true},
+    };
+    for (const int nTraits : {8, 15})
+        for (const Ranked& ranked : lines)
+            if (options.Wants(ranked.id)) SearchLine(options, report, ranked, nTraits);
     if (options.Wants("S3")) SimilarityLines(options, report);
 }

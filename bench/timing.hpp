@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -75,6 +77,21 @@ private:
     const bool json;
     bool first = true;
     std::FILE* const out;
+};
+
+/// A folder that is gone with this.
+struct Scratch {
+    Scratch()
+    {
+        std::string name =
+            (std::filesystem::temp_directory_path() / "kelpra-bench-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) std::exit(2);
+        path = name;
+    }
+    ~Scratch() { std::filesystem::remove_all(path); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    std::filesystem::path path;
 };
 
 /// Standard output goes to a pipe that someone reads, as a terminal would, while this lives.

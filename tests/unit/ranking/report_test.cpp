@@ -1,4 +1,5 @@
 #include <doctest/doctest.h>
+#include <omp.h>
 
 #include <cmath>
 
@@ -26,6 +27,16 @@ std::string BodyOf(int criterion, char saved)
         if (skip <= 0) body += line + "\n";
     }
     return body;
+}
+
+/// The lines of the sizes and the tables: all but what intermediate results add.
+std::string ResultOf(const std::string& body)
+{
+    std::istringstream lines(body.substr(0, body.find("\n\nTrait subsets")));
+    std::string sizes, line;
+    while (std::getline(lines, line))
+        if (line.rfind("Ranking criterion value", 0) == 0) sizes += line + "\n";
+    return sizes + body.substr(body.find("\n\nTrait subsets"));
 }
 
 /// ro(PT) of the two traits, from the rows of a report.
@@ -87,6 +98,27 @@ TEST_CASE("every criterion under every measure")
             const bool sameTitle = criterion >= 11 && criterion <= 13;
             CHECK(TimesIn(report, title) == (sameTitle ? 1 : 0));
             if (criterion < 11 || criterion > 15) CHECK((BodyOf(criterion, 'y') == report));
+        }
+}
+
+TEST_CASE("threads and estimates leave the report of exact values one by one")
+{
+    // Traits 1 and 5 are the same, so values tie.
+    const int team = omp_get_max_threads();
+    SessionTest test;
+    LoadRanking(MixedData(11, 13, 5));
+    for (session.opt_ro = 1; session.opt_ro <= 3; session.opt_ro++)
+        for (const int criterion : allCriteria) {
+            CAPTURE(session.opt_ro);
+            CAPTURE(criterion);
+            session.printRankIntermedResults = 'y';
+            const std::string detailed = BodyOf(criterion, 'n');
+            session.printRankIntermedResults = 'n';
+            for (const int threads : {1, 2, 3, 7}) {
+                omp_set_num_threads(threads);
+                CHECK((ResultOf(BodyOf(criterion, 'n')) == ResultOf(detailed)));
+            }
+            omp_set_num_threads(team);
         }
 }
 

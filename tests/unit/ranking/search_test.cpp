@@ -30,12 +30,51 @@ TEST_CASE("the table of the best subsets")
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         KeepTable table(3, 2, c.start, c.order);
-        const int traits[] = {1, 2};
-        for (const double value : c.entered) table.Enter(value, 3, 2, traits);
+        for (const double value : c.entered) {
+            RankedSubset one = {{value, 0.0}, 3, 2, {1, 2}};
+            table.Enter(one, [](int, const int*) { return 0.0; });
+        }
         std::vector<double> filled;
         for (int slot = 0; slot <= table.Last(); slot++)
-            if (table[slot].value != c.start) filled.push_back(table[slot].value);
+            if (table[slot].value.value != c.start) filled.push_back(table[slot].value.value);
         CHECK(filled == c.filled);
+    }
+}
+
+TEST_CASE("estimates leave the record that exact values leave, order of ties included")
+{
+    struct Case { const char* fact; RankingOrder order; double grain; int mostSettled; };
+    const Case cases[] = {
+        {"apart: few are worked out", {true, RankVectorAbs}, 0.0, 50},
+        {"many ties", {true, RankVectorAbs}, 0.05, 1000},
+        {"signed, ties", {false, RankVector}, 0.05, 1000},
+        {"signed, by magnitude", {false, RankVectorAbs}, 0.05, 1000},
+    };
+    for (const Case& c : cases) {
+        CAPTURE(c.fact);
+        Numbers numbers(3);
+        std::vector<double> exact;
+        int nSettled = 0;
+        const ExactValue exactly = [&](int, const int* traits) {
+            nSettled++;
+            return exact[static_cast<std::size_t>(*traits)];
+        };
+        KeepTable byValues(20, 1, 0.0, c.order), byEstimates(20, 1, 0.0, c.order);
+        RankedSubset best = {{0.0, 0.0}, 0, 0, {0}}, estimatedBest = best;
+        for (int i = 0; i < 1000; i++) {
+            const double x = 2.0 * numbers.Next() - 1.0;
+            exact.push_back(c.grain > 0.0 ? c.grain * std::round(x / c.grain) : x);
+            RankedSubset one = {{exact.back(), 0.0}, 1, 1, {i}}, estimated = one;
+            estimated.value = {exact.back() + 1e-5 * (numbers.Next() - 0.5), 1e-5};
+            if (i % 50 == 0) estimated.value = {0.0, std::numeric_limits<double>::infinity()};
+            KeepBetter(best, one, c.order, exactly);
+            KeepBetter(estimatedBest, estimated, c.order, exactly);
+            byValues.Enter(one, exactly);
+            byEstimates.Enter(estimated, exactly);
+        }
+        CHECK(best.traits == estimatedBest.traits);
+        for (int slot = 0; slot <= 20; slot++) CHECK(byValues[slot].traits == byEstimates[slot].traits);
+        CHECK(nSettled < c.mostSettled);
     }
 }
 
