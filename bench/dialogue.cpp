@@ -7,7 +7,7 @@
 #include <omp.h>
 
 #include "lines.hpp"
-#include "reference/permtest_data.hpp"
+#include "permtest_data.hpp"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include "lines.hpp"
 #include "permutation/mantel.hpp"
-#include "reference/permtest_data.hpp"
+#include "permtest_data.hpp"
 #include "plain_permtest.hpp"
 
 namespace {

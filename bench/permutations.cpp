@@ -8,7 +8,7 @@
 
 #include "lines.hpp"
 #include "numeric/random.hpp"
-#include "reference/permtest_data.hpp"
+#include "permtest_data.hpp"
 #include "plain_permtest.hpp"
 
 namespace {

@@ -215,12 +215,12 @@ TEST_CASE("dune: regression of trait averages and diversity on the variables")
     const double rSquares[] = {0.364762480, 0.742465657, 0.792715200, 0.875707682, 0.747199315,
                                0.662582234, 0.316427292, 0.423354068, 0.529304843};
     for (int j = 0; j < 9; j++)
-        CHECK(data->rSquare[j] == doctest::Approx(rSquares[j]).epsilon(sixDigits));
+        CHECK(data->regression.rSquare[j] == doctest::Approx(rSquares[j]).epsilon(sixDigits));
     // coef(lm(Rf ~ E))
     const double coefficients[] = {0.0414691029, 0.0428965663, -0.0930670881};
-    CHECK(data->intercept[7] == doctest::Approx(0.4228951520).epsilon(sixDigits));
+    CHECK(data->regression.intercept[7] == doctest::Approx(0.4228951520).epsilon(sixDigits));
     for (int v = 0; v < 3; v++)
-        CHECK(data->coefficient[v][7] == doctest::Approx(coefficients[v]).epsilon(sixDigits));
+        CHECK(data->regression.coefficient[v][7] == doctest::Approx(coefficients[v]).epsilon(sixDigits));
 }
 
 TEST_CASE("aravo: pseudo-F of the landform")
@@ -233,9 +233,9 @@ TEST_CASE("aravo: pseudo-F of the landform")
     data->input.measure = 5;
     RunTest(*data, 1);
     // vegan 2.6-4: adonis2, sum of squares of the factor / residual sum of squares
-    CHECK(data->fT[0] == doctest::Approx(0.331749302).epsilon(sixDigits));
-    CHECK(data->fX[0] == doctest::Approx(0.958812844).epsilon(sixDigits));
-    CHECK(data->fRf[0] == doctest::Approx(0.299811688).epsilon(sixDigits));
-    CHECK(data->fTraits[0][0] == doctest::Approx(0.273551517).epsilon(sixDigits));
-    CHECK(data->fTraits[0][7] == doctest::Approx(0.163637541).epsilon(sixDigits));
+    CHECK(data->F.T[0] == doctest::Approx(0.331749302).epsilon(sixDigits));
+    CHECK(data->F.X[0] == doctest::Approx(0.958812844).epsilon(sixDigits));
+    CHECK(data->F.Rf[0] == doctest::Approx(0.299811688).epsilon(sixDigits));
+    CHECK(data->F.traits[0][0] == doctest::Approx(0.273551517).epsilon(sixDigits));
+    CHECK(data->F.traits[0][7] == doctest::Approx(0.163637541).epsilon(sixDigits));
 }

@@ -104,20 +104,22 @@ std::vector<Place> Places(PermTestData& data)
     for (int j = 0; j < nStatistics && record.measure < 4; j++)
         places.push_back({j, record.results[j], record.probabilities[j],
                           record.twoTailed || IsPartial(j), j != roBF || record.shuffleKind == 't'});
+    const RegressionResults& r = record.regression;
     for (int y = 0; y < at.nResponses && record.measure == 4; y++) {
-        places.push_back({at.RSquare(y), data.rSquare[y], data.pRSquare[y], false, true});
+        places.push_back({at.RSquare(y), r.rSquare[y], r.pRSquare[y], false, true});
         for (int v = 0; v < data.e; v++)
-            places.push_back({at.Coefficient(v, y), data.coefficient[v][y],
-                              data.pCoefficient[v][y], true, true});
+            places.push_back({at.Coefficient(v, y), r.coefficient[v][y], r.pCoefficient[v][y], true,
+                              true});
     }
+    const AnovaResults &F = record.anovaF, &P = record.anovaP;
     for (int v = 0; v < data.e && record.measure == 5; v++) {
-        places.push_back({at.F(ModelSizes::T, v), data.fT[v], data.pT[v], false, true});
-        places.push_back({at.F(ModelSizes::X, v), data.fX[v], data.pX[v], false, true});
-        places.push_back({at.F(ModelSizes::P, v), data.fP[v], data.pP[v], false, true});
-        places.push_back({at.F(ModelSizes::Rf, v), data.fRf[v], data.pRf[v], record.twoTailed, true});
-        places.push_back({at.F(ModelSizes::Rp, v), data.fRp[v], data.pRp[v], false, true});
+        places.push_back({at.F(ModelSizes::T, v), F.T[v], P.T[v], false, true});
+        places.push_back({at.F(ModelSizes::X, v), F.X[v], P.X[v], false, true});
+        places.push_back({at.F(ModelSizes::P, v), F.P[v], P.P[v], false, true});
+        places.push_back({at.F(ModelSizes::Rf, v), F.Rf[v], P.Rf[v], record.twoTailed, true});
+        places.push_back({at.F(ModelSizes::Rp, v), F.Rp[v], P.Rp[v], false, true});
         for (int j = 0; j < data.t; j++)
-            places.push_back({at.TraitF(v, j), data.fTraits[v][j], data.pTraits[v][j], false,
+            places.push_back({at.TraitF(v, j), F.traits[v][j], P.traits[v][j], false,
                               data.selected[j] == 1});
     }
     return places;
@@ -146,12 +148,7 @@ TEST_CASE("an order gives the statistics of rows moved by hand")
              data.weights[2] = data.weights[7] = 0;
              data.input.restrictRao = data.input.keepScale = true;
          }},
-        {"draws beyond the pool",
-         [](PermTestData& data) {
-             for (int k = 0; k < data.n; k++)
-                 for (int i = 0; i < data.s; i++) data.W[k][i] = i == k % 3 && k < 7 ? 1.0 : 0.0;
-             data.input.weightedNull = true;
-         }},
+        {"draws beyond the pool", FewOccurrences},
     };
     for (const int measure : {1, 2, 3, 4, 5})
         for (const Variant& c : options) {
@@ -274,6 +271,12 @@ TEST_CASE("what is shuffled: all OTUs, those of a group, occurrences, communitie
             if (nested) CHECK(order[3] == 4);
         }
     }
+    data->input.shuffleKind = 't';
+    FewOccurrences(*data);
+    const PermutationInputs in(data->input);
+    const Order order = Draw(in, 1)[0]; // seven occurrences; no OTU stands behind them
+    CHECK(std::count(order.begin(), order.end(), 0) == data->s - 7);
+    CHECK(order[6] > 0);
 }
 
 TEST_CASE("sums of squares from dissimilarities")

@@ -8,7 +8,7 @@
 
 #include "numeric/random.hpp"
 #include "permutation/permtest.hpp"
-#include "reference/permtest_data.hpp"
+#include "permtest_data.hpp"
 #include "unit/shell/shell_fixture.hpp"
 
 using Change = std::function<void(PermTestData&)>;
@@ -39,6 +39,41 @@ inline void AsFactors(PermTestData& data)
     for (int k = 0; k < data.n; k++)
         for (int v = 0; v < data.e; v++) data.E[k][v] = k % (v + 2) + (k % 2 == 0 ? 0.9 : 0.0);
     data.relSelect[1] = 0;
+}
+
+constexpr int every = -1;
+
+/// Cells of a matrix take a value, in one row or column or in all; what rests on raw traits follows.
+inline Change Set(OwnedRows PermTestData::*matrix, int row, int column, double value)
+{
+    return [=](PermTestData& data) {
+        OwnedRows& M = data.*matrix;
+        const bool isRaw = matrix == &PermTestData::rawB;
+        const int columns = isRaw || matrix == &PermTestData::B ? data.t
+                            : matrix == &PermTestData::W        ? data.s
+                            : matrix == &PermTestData::U        ? data.g
+                                                                : static_cast<int>(M.nRows);
+        for (int i = 0; i < M.nRows; i++)
+            for (int j = 0; j < columns; j++)
+                if ((row == every || row == i) && (column == every || column == j)) M[i][j] = value;
+        if (isRaw) DeriveFromTraits(data);
+    };
+}
+
+inline Change Both(const Change& first, const Change& second)
+{
+    return [=](PermTestData& data) {
+        first(data);
+        second(data);
+    };
+}
+
+// Three OTUs occur, once in a community; the pool of occurrences is shorter than the list of OTUs.
+inline void FewOccurrences(PermTestData& data)
+{
+    for (int k = 0; k < data.n; k++)
+        for (int i = 0; i < data.s; i++) data.W[k][i] = i == k % 3 && k < 7 ? 1.0 : 0.0;
+    data.input.weightedNull = true;
 }
 
 inline std::unique_ptr<PermTestData> Prepared(const PermTestShape& shape, const Change& change)

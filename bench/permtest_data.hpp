@@ -33,8 +33,8 @@ struct PermTestData {
     OwnedInts traitTypes, selected, weights, partition, nesting, relSelect;
     OwnedRows T, X, P;
     OwnedVector Rf, Rp;
-    OwnedVector rSquare, intercept, pRSquare, fX, fT, fP, fRf, fRp, pX, pT, pP, pRf, pRp;
-    OwnedRows coefficient, pCoefficient, fTraits, pTraits;
+    OwnedRegression regression;
+    OwnedAnova F, pOfF;
     PermTest_FunctionalPhyl_Correl_Input input; // Euclidean, Mantel, no phylogeny, 1 iteration
 };
 

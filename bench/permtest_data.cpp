@@ -1,4 +1,4 @@
-#include "reference/permtest_data.hpp"
+#include "permtest_data.hpp"
 
 #include <cmath>
 #include <cstdio>
@@ -105,9 +105,8 @@ PermTestData::PermTestData(int nCommunities, int nOTUs, int nTraits, int nVariab
     : n(nCommunities), s(nOTUs), t(nTraits), e(nVariables), g(nTypes), rawB(s, t), B(s, t),
       W(n, s), E(n, e), U(s, g), Q(s, g), Sb(s, s), Sf(s, s), scores(s, nScores), DE(n, n),
       DY(n, n), DZ(n, n), Y(n, s), Z(n, s), traitTypes(t), selected(t), weights(s), partition(s),
-      nesting(s), relSelect(n), T(n, t), X(n, g), P(n, g), Rf(n), Rp(n), rSquare(t + 2),
-      intercept(t + 2), pRSquare(t + 2), fX(e), fT(e), fP(e), fRf(e), fRp(e), pX(e), pT(e), pP(e),
-      pRf(e), pRp(e), coefficient(e, t + 2), pCoefficient(e, t + 2), fTraits(e, t), pTraits(e, t)
+      nesting(s), relSelect(n), T(n, t), X(n, g), P(n, g), Rf(n), Rp(n),
+      regression(e, t), F(e, t), pOfF(e, t)
 {
     for (int j = 0; j < t; j++) {
         traitTypes[j] = 3;
@@ -137,9 +136,9 @@ PermTestData::PermTestData(int nCommunities, int nOTUs, int nTraits, int nVariab
     input.DZ = DZ;
     input.Y = Y;
     input.Z = Z;
-    input.regression = {rSquare, intercept, pRSquare, coefficient, pCoefficient};
-    input.anovaF = {fX, fT, fTraits, fP, fRf, fRp};
-    input.anovaP = {pX, pT, pTraits, pP, pRf, pRp};
+    input.regression = regression;
+    input.anovaF = F;
+    input.anovaP = pOfF;
     input.nestingGroups = nesting;
     input.T = T;
     input.X = X;
