@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <sstream>
 #include <string>
 
 #include "simulation/evaluation.hpp"
@@ -15,12 +16,12 @@
 
 namespace {
 
-/// A whole dialogue: 2 sites, 3 OTUs, a trait and a factor from files, Procrustes, one iteration.
+/// A whole dialogue: 12 sites, 12 OTUs, a trait and 2 factors from files, Procrustes, one iteration.
 void Simulate()
 {
     InputStream answers(FileOf(
-        "2 3 1 t B.txt\nr 0.2 0.6 -5 -2 r\n1 e E.txt\nn responses.txt\neffects.txt\n"
-        "r 0.3 0.7 -8 -2 r 0.3 0.7 -8 -2 r 2 9 r 0.3 0.7 -8 -2 3 4 5 0.5\n"
+        "12 12 1 t B.txt\nr 0.2 0.6 -5 -2 r\n2 e E.txt\ny responses.txt\neffects.txt\n"
+        "r 0.3 0.7 -8 -2 r 0.3 0.7 -8 -2 r 2 9 r 0.3 0.7 -8 -2 9 12 9 0.5\n"
         "1 y 1 t 0 2 19 2 1 1 n y\n1 n y\n"));
     console.in = &answers;
     try {
@@ -48,17 +49,23 @@ TEST_CASE("a null hypothesis is rejected at the grain of single precision")
     CHECK_FALSE(IsRejected(std::numeric_limits<double>::infinity(), 1.0));
 }
 
-TEST_CASE("each rate stands behind its statistic")
+TEST_CASE("without details only the rates are told, each behind its statistic")
 {
     SessionTest test;
     Simulation run;
     run.evaluate = true;
     session.opt_ro = 1;
+    const Metacommunity m(run);
+    const SetAnalysis analysis(run);
     Rejections rates(run);
     for (int i = 0; i < nTested; i++) rates.statistics[i] = 0.01 * (i + 1);
     const OutputFile file(std::tmpfile());
+    ReportSet(file, run, m, 1);
+    ReportAnalysis(file, run, m, analysis);
+    CHECK(TextOf(file).empty());
     ReportRates(file, run, rates, 0.0);
     const std::string report = TextOf(file);
+    CHECK(TimesIn(report, "Specified number of OTUs") == 0);
     // In the order of the record of the test.
     const char* const names[] = {"XE", "TE", "XE.T", "RE", "XE.TR", "TY",
                                  "TZ", "XY", "XZ", "XY_T", "XZ_T"};
@@ -96,10 +103,10 @@ TEST_CASE("interactions are numbered and named in the order of their rows")
 TEST_CASE("a simulation leaves the session as it was, whatever allocation fails")
 {
     SessionTest test;
-    WriteText("B.txt", "1 2.5 4");
-    WriteText("E.txt", "1 3");
-    WriteText("responses.txt", "-0.5");
-    WriteText("effects.txt", "0.1");
+    WriteText("B.txt", "1 2.5 4 3 2 6 5 1.5 3.5 2.2 4.4 5.5");
+    WriteText("E.txt", "1 3 2 4 5 6 2.5 3.5 1.5 4.5 5.5 2 3 1 2 2 1 4 6 5 3 2 1 7");
+    WriteText("responses.txt", "-0.5 0 0");
+    WriteText("effects.txt", "0.1 0");
     session.optmain = 'S';
     session.nch = session.nSpp = 7;
     session.hasPhylogeny = session.hasTraitGroups = true;
@@ -119,6 +126,17 @@ TEST_CASE("a simulation leaves the session as it was, whatever allocation fails"
         CHECK(session.chLabel == nullptr);
         CHECK(std::string(session.whichPrinda) == "meadowPrinda.txt");
     }
+    const std::string report = TextOfFile(reportFile);
     // A response is one whatever its sign.
-    CHECK(TimesIn(TextOfFile("FinalSimulatedData.txt"), "ecosystem conditions: \n1\t\n") == 1);
+    CHECK(TimesIn(report, "ecosystem conditions: \n1\t\n") == 1);
+    CHECK(TimesIn(report, "Axis:") == 6); // of more
+    CHECK(TimesIn(report, "eigenvalues >0.0001: \t8\n") == 1);
+    // The interaction of factors from a file is there from the start.
+    std::istringstream E(report.substr(report.find("matrix at step 1 ")));
+    E.ignore(1000, '\n');
+    double cell[3][12];
+    for (auto& row : cell)
+        for (double& x : row) E >> x;
+    for (int s = 0; s < 12; s++)
+        CHECK(cell[2][s] == doctest::Approx(cell[0][s] * cell[1][s]).epsilon(1e-4));
 }
