@@ -8,7 +8,7 @@
 CommunityOrdination::CommunityOrdination(int nCommunities, int nOTUs, double** W)
     : otuScores(nOTUs, nOTUs), communityScores(nOTUs, nCommunities), values(nOTUs)
 {
-    const int correspondence = 3, crossProducts = 1, communitiesInRows = 2;
+    const int communitiesInRows = 2;
     OwnedRows deviations(nOTUs, nCommunities);
     OwnedRows products(nOTUs, nOTUs);
     TransposeMatrix(nCommunities, nOTUs, W, deviations);
@@ -16,5 +16,5 @@ CommunityOrdination::CommunityOrdination(int nCommunities, int nOTUs, double** W
     CrossProductMV(nOTUs, nCommunities, deviations, products);
     bool noNegative = false;
     OrdinationLib_D(nOTUs, nCommunities, W, products, otuScores, communityScores, &nAxes, values,
-                    &noNegative, correspondence, crossProducts, communitiesInRows);
+                    &noNegative, correspondence, crossProductMeasure, communitiesInRows);
 }
