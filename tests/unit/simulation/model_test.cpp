@@ -179,6 +179,15 @@ TEST_CASE("a step keeps to what the whole matrices say")
          [](Simulation& run) {
              for (int o = 0; o < 6; o++) run.traits[o][0] = 2.0;
          }, false},
+        {"an infinite trait", 5, 8, 2, 2, false,
+         [](Simulation& run) {
+             run.traits[3][1] = std::numeric_limits<double>::infinity();
+         }, false},
+        {"one OTU far from all: distances below 1 are scaled too", 4, 40, 1, 1, false,
+         [](Simulation& run) {
+             for (int o = 0; o < 40; o++) run.traits[o][0] = o == 0 ? 39.0 : 0.001 * o - 1.0;
+             run.responses[0][0] = 0.0;
+         }, false},
         {"equal OTUs: distances tie", 4, 30, 2, 1, false,
          [](Simulation& run) {
              for (int o = 0; o < 30; o++)
