@@ -1,4 +1,4 @@
-// What the tests of the shell share: streams made of texts, captured output, a scratch folder.
+// What the tests of all rooms share: streams made of texts, captured output, a scratch folder.
 #pragma once
 
 #include <fcntl.h>
@@ -60,11 +60,7 @@ public:
     std::string Text()
     {
         std::fflush(stream);
-        const off_t length = lseek(fileno(store), 0, SEEK_END);
-        std::string text(static_cast<std::size_t>(length), '\0');
-        const ssize_t got = pread(fileno(store), text.data(), text.size(), 0);
-        text.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
-        return text;
+        return TextOf(store); // to its end, where the stream goes on writing
     }
 
 private:
