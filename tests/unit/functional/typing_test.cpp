@@ -14,13 +14,13 @@ using Labels = std::vector<int>;
 /// Values of one trait; OTUs 2 and 5 are alike, and so are 3 and 10.
 const std::vector<double> trait = {20, 9, 63, 7, 9, 47, 6, 43, 53, 63, 1};
 
-tables::Cells Compared(bool isDissimilarity)
+tables::Cells Compared(bool isDissimilarity, const std::vector<double>& x = trait)
 {
-    const std::size_t n = trait.size();
+    const std::size_t n = x.size();
     tables::Cells S(n, std::vector<double>(n, std::nan("")));
     for (std::size_t i = 0; i < n; i++)
         for (std::size_t k = i; k < n; k++) {
-            const double d = std::fabs(trait[i] - trait[k]);
+            const double d = std::fabs(x[i] - x[k]);
             S[i][k] = isDissimilarity ? d : 1.0 - d / 64.0;
         }
     return S;
@@ -56,6 +56,11 @@ TEST_CASE("types of OTUs by clustering, alike OTUs together")
             CHECK(Types(compared, isDissimilarity, method, 3, 3) == ofThree[method - 1]);
             CHECK(Types(compared, isDissimilarity, method, 5, 5) == five);
         }
+    // Where the sums of squares of roots decide otherwise. R 4.2, x <- c(1, 25, 9, 14, 2):
+    // cutree(hclust(dist(x)^2, "ward.D"), 2) and cutree(hclust(dist(x), "ward.D"), 2)
+    const std::vector<double> x = {1, 25, 9, 14, 2};
+    CHECK(Types(Compared(true, x), true, 3, 2, 2) == Labels{1, 2, 1, 1, 1});
+    CHECK(Types(Compared(false, x), false, 3, 2, 2) == Labels{1, 2, 2, 2, 1});
 }
 
 TEST_CASE("there are no more types than different OTUs, and one at least")
