@@ -1,5 +1,7 @@
 #include "session/checks.hpp"
 
+#include <cmath>
+
 #include "unit/session/session_fixture.hpp"
 
 namespace {

@@ -38,72 +38,63 @@ std::string WithoutSpecies(const std::string& text)
 /// As files without types of variables take them to be.
 std::string Quantitative() { return Replaced(WithVariables(first), "5\n3 2\npH", "2\n3 3\npH"); }
 
-/// The code that the merge into session "a" ends with; `result` is what it returned.
-int Merge(const std::string& one, const std::string& other, int& result)
+/// Merges "s" and "b" into "a"; a refusal counts as a quiet return.
+void Merge()
 {
-    WriteText("bFormda.txt", other);
-    const int code = LoadData(one);
-    if (code != 0) return code;
+    std::strcpy(session.whichFormda, "sFormda.txt");
+    OpenFormda(1);
     std::strcpy(session.dataName, session.whichFormda);
-    return CodeOf([&result] { result = MergeFormda("bFormda.txt"); });
+    if (MergeFormda("bFormda.txt") == 1) return;
+    CHECK(session.cadat[1][1] == 6); // the first data set is still there
+    CHECK(std::string(session.dataName) == "sFormda.txt");
+    CHECK(std::string(session.envName).find(' ') == std::string::npos);
+    throw Failure{quietReturn};
 }
 
-void MergeAndLoad(const std::string& one, const std::string& other)
+int CodeOfMerge(const std::string& one, const std::string& other)
 {
-    int result = 0;
-    REQUIRE(Merge(one, other, result) == 0);
-    REQUIRE(result == 1);
-    REQUIRE(std::string(session.whichFormda) == "aFormda.txt");
-    REQUIRE(CodeOf([] { OpenFormda(1); }) == 0);
+    WriteText("sFormda.txt", one);
+    WriteText("bFormda.txt", other);
+    return CodeOf(Merge);
 }
 
 } // namespace
 
-TEST_CASE("two data sets without species in one")
+TEST_CASE("what is stored of two data sets")
 {
     const std::string one = WithoutSpecies(first), other = WithoutSpecies(second);
-    const Session& s = session;
-    SessionTest test;
-    MergeAndLoad(one, other);
-    CHECK(std::string(s.dataName) == "sFormda.txt two ");
-    CHECK(WordsOf(s.reLabel, s.ncsm) == Words{"a1", "a2", "b1", "b2"});
-    CHECK(RowsOf(s.csm_Float, s.tcst, 2) == Rows{{1, 1}, {2, 2}, {3, 1}, {4, 2}, {5, 1}});
-    // The second W lies under the first session's communities.
-    CHECK(RowsOf(s.cadat, 5, 4) ==
-          Rows{{3, 4, 0, 0}, {5, 6, 0, 0}, {7, 8, 0, 0}, {9, 10, 0, 0}, {0, 11, 0, 0}});
-    CHECK(IntsOf(s.onsta, 2) == Ints{5, 2}); // counted anew
-    CHECK(s.phylogenyMatrixType == 1);
-    CHECK(RowsOf(s.phylogenyRese, 3, 5) == Rows{{1, .5, 0, 0, 0}, {.5, 1, 0, 0, 0}, {0, 0, 0, 0, 0}});
-    CHECK(IntsOf(s.traitGroups, 2) == Ints{7, 8});
-    CHECK(test.screen.Text().empty());
-
-    // Phylogeny variables; an OTU that is absent everywhere; a row of W takes as many numbers as
-    // the first session has communities, whatever the second has.
-    MergeAndLoad(Replaced(one, "1\n1 .5\n.5 1\n1\n7 8", "2\n2\n3 1\n11 12\n21 22\n0"),
-                 Replaced(Replaced(other, "7 8\n9 10", "0 0\n9 10"), "2\nb1 b2\n3\n0 0", "1\nb1\n3\n0"));
-    CHECK(RowsOf(s.cadat, s.tcst, s.ncsm) == Rows{{3, 4, 0}, {5, 6, 0}, {9, 10, 0}, {0, 11, 0}});
-    CHECK(RowsOf(s.csm_Float, s.tcst, 2) == Rows{{1, 1}, {2, 2}, {4, 2}, {5, 1}});
-    CHECK(RowsOf(s.phylogenyData, 4, 2) == Rows{{11, 12}, {21, 22}, {0, 0}, {0, 0}});
-
-    // A word of two characters a trait: "3." and "1", "4." and "02", "12" and nothing.
-    MergeAndLoad(one, Replaced(other, "18Jan2008\n3 1\n4 2\n5 1\n7 8\n9 10\n0 11",
-                               "3.1 7 8\n4.02 9 10\n12 0 11"));
-    CHECK(RowsOf(s.csm_Float, 5, 2) == Rows{{1, 1}, {2, 2}, {3, 1}, {4, 2}, {12, 0}});
-    CHECK(RowsOf(s.cadat, 5, 2) == Rows{{3, 4}, {5, 6}, {7, 8}, {9, 10}, {0, 11}});
-}
-
-TEST_CASE("species of both, their maps each in its corner")
-{
-    SessionTest test;
-    // No name twice: the joining of equal ones has tests of its own.
-    MergeAndLoad(first, Replaced(second, "Cedrus\nAbies alba", "Cedrus\nFagus"));
-    const Session& s = session;
-    CHECK(WordsOf(s.spp, s.nSpp) == Words{"Abies alba", "Betula pendula", "Cedrus", "Fagus"});
-    CHECK(MarksOf(s.sppRelMap, 4, 4) == Words{"1000", "1100", "0011", "0001"});
-    // OTUs of the second session have no performance in its communities, where alone their
-    // species are marked, so they lose their marks.
-    CHECK(MarksOf(s.cstSppMap, 5, 4) == Words{"1000", "0100", "0000", "0000", "0000"});
-    CHECK(std::string(s.whichSpp) == "names1 ");
+    const std::string small =
+        "d\n1\nT\n3\n0\n2\n1\na\n2\n0\n0 0 0 0 0 0 0\n25Jun2016\n1 2 3 4\n0 0 SMW 1 0 0";
+    // clang-format off
+    const Played cases[] = {
+        // The second W lies under the first session's communities. States are counted anew.
+        {"no species", {{"sFormda.txt", one}, {"bFormda.txt", other}}, "",
+         {"sFormda.txt two \n2 \nheight\tcolour\t\n 3\t 2\t\n0\t0\t\n 5\t 2\t\n4 \na1\ta2\tb1\tb2\t\n5 \n",
+          "\n1\t1\t\n2\t2\t\n3\t1\t\n4\t2\t\n5\t1\t\n\n3\t4\t0\t0\t\n5\t6\t0\t0\t\n7\t8\t0\t0\t\n9\t10\t0\t0\t\n0\t11\t0\t0\t\n\n0 \n0 \n",
+          "\n1\n1\n1\t0.5\t0\t0\t0\t\n0.5\t1\t0\t0\t0\t\n0\t0\t0\t0\t0\t\n0\t0\t0\t0\t0\t\n0\t0\t0\t0\t0\t\n1\n7\t8\t\n"}},
+        {"phylogeny variables; an absent OTU; W takes as many numbers as the first has communities",
+         {{"sFormda.txt", Replaced(one, "1\n1 .5\n.5 1\n1\n7 8", "2\n2\n3 1\n11 12\n21 22\n0")},
+          {"bFormda.txt", Replaced(Replaced(other, "7 8\n9 10", "0 0\n9 10"), "2\nb1 b2\n3\n0 0", "1\nb1\n3\n0")}}, "",
+         {"\n1\t1\t\n2\t2\t\n4\t2\t\n5\t1\t\n\n3\t4\t0\t\n5\t6\t0\t\n9\t10\t0\t\n0\t11\t0\t\n\n",
+          "\n1\n2\n2\n3\t1\t\n11\t12\t\n21\t22\t\n0\t0\t\n0\t0\t\n0\n"}},
+        {"two characters a trait: 3. and 1, 4. and 02, 12 and nothing",
+         {{"sFormda.txt", one}, {"bFormda.txt", Replaced(other, "18Jan2008\n3 1\n4 2\n5 1\n7 8\n9 10\n0 11",
+                                                       "3.1 7 8\n4.02 9 10\n12 0 11")}}, "",
+         {"\n1\t1\t\n2\t2\t\n3\t1\t\n4\t2\t\n12\t0\t\n\n3\t4\t0\t0\t\n5\t6\t0\t0\t\n7\t8\t0\t0\t\n9\t10\t0\t0\t\n0\t11\t0\t0\t\n\n"}},
+        // No name twice: the joining of equal ones has tests of its own. OTUs of the second session
+        // have no performance in its communities, where alone their species are marked, so they
+        // lose their marks.
+        {"species of both, their maps each in its corner",
+         {{"sFormda.txt", first}, {"bFormda.txt", Replaced(second, "Cedrus\nAbies alba", "Cedrus\nFagus")}}, "",
+         {"4 \nnames1 \nAbies alba\nBetula pendula\nCedrus\nFagus\n1000\n1100\n0011\n0001\n1000\n0100\n0000\n0000\n0000\nSMW"}},
+        // A word and a number for each OTU, as the matrices have, and what is left over of W, a 0,
+        // is taken for the number of variables. 25 is of 25Jun2016.
+        {"a second file of the present layout that fits by chance gives wrong data",
+         {{"sFormda.txt", small}, {"bFormda.txt", Replaced(Replaced(small, "\na\n", "\nb\n"), "1 2 3 4", "5 6 7 0")}}, "",
+         {"\n1\t\n2\t\n25\t\n6\t\n\n3\t0\t\n4\t0\t\n5\t0\t\n7\t0\t\n\n"}},
+    };
+    // clang-format on
+    for (const Played& c : cases) Play<SessionTest>(c, Merge);
 }
 
 TEST_CASE("variables are merged, but two file names are one word too many")
@@ -111,12 +102,10 @@ TEST_CASE("variables are merged, but two file names are one word too many")
     for (const bool old : {false, true}) {
         SessionTest test;
         const std::string other = WithVariables(second);
-        int result = 0;
-        REQUIRE(Merge(old ? Quantitative() : WithVariables(first),
-                      old ? Replaced(other, "97Sep08\n5\n3 2\npH", "pH") : other, result) == 0);
-        REQUIRE(result == 1);
-        CHECK(std::string(session.envName) == "E1 E2");
-        CHECK(RowsOf(session.env, 4, 2) == Rows{{1, 1}, {2, 1}, {5, 2}, {6, 3}});
+        REQUIRE(CodeOfMerge(old ? Quantitative() : WithVariables(first),
+                            old ? Replaced(other, "97Sep08\n5\n3 2\npH", "pH") : other) == 0);
+        CHECK(TimesIn(TextOfFile("aFormda.txt"), "\npH\tsoil\t\nE1 E2 \n     1\t     2\t     5\t     6\t\n"
+                                                 "     1\t     1\t     2\t     3\t\n") == 1);
         CHECK(CodeOf([] { OpenFormda(1); }) == endOfFile);
     }
 }
@@ -164,76 +153,40 @@ TEST_CASE("a merge is refused at the first item that differs, though the file en
         {"species of the second only", WithoutSpecies(first), second, "2\nnames2", "2", species},
     };
     // clang-format on
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        SessionTest test;
-        int result = 1;
-        REQUIRE(c.other.find(c.part) != std::string::npos);
-        CHECK(Merge(c.one, c.other.substr(0, c.other.find(c.part)) + c.by, result) == 0);
-        CHECK(result == 0);
-        CHECK(test.screen.Text() == c.reason);
-        CHECK(session.cadat[1][1] == 6); // the first data set is still there
-        CHECK(std::string(session.dataName) == "sFormda.txt");
-        CHECK(std::string(session.envName) == (c.one == first ? "" : session.nenv > 0 ? "E1" : ""));
-        CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
-    }
-}
-
-TEST_CASE("a second file of the present layout falls out of step")
-{
-    // Each OTU takes a word and two numbers, the first of the words being the version: the number
-    // of variables is then read from the third last cell of W, that of species from the next.
-    for (const char* cells : {"9 10\n0 11", "0 10\n0 11", ".5 10\n0 11"}) {
-        CAPTURE(cells);
-        SessionTest test;
-        int result = 0;
-        const int code = cells[0] == '9' ? 0 : endOfFile;
-        CHECK(Merge(first,
-                    Replaced(Replaced(second, "18Jan2008", "25Jun2016"), "9 10\n0 11", cells),
-                    result) == code);
-        CHECK(result == 0);
-        CHECK(TimesIn(test.complaints.Text(), "\nfile bFormda.txt ") == (code == 0 ? 0 : 1));
-        if (code == 0)
-            CHECK(test.screen.Text() ==
-                  "\nThe number of environmental variables do not match.\n\n");
-        CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
-    }
-}
-
-TEST_CASE("a second file of the present layout that fits by chance gives wrong data")
-{
-    // One trait, one community: a word and a number for each OTU, as the matrices have, and what
-    // is left over of W, a 0, is taken for the number of variables.
-    const std::string one =
-        "1\nT\n3\n0\n2\n1\na\n2\n0\n0 0 0 0 0 0 0\n25Jun2016\n1 2 3 4\n0 0 SMW 1 0 0";
-    SessionTest test;
-    MergeAndLoad("d\n" + one,
-                 "e\n" + Replaced(Replaced(one, "\na\n", "\nb\n"), "1 2 3 4", "5 6 7 0"));
-    CHECK(RowsOf(session.csm_Float, 4, 1) == Rows{{1}, {2}, {25}, {6}}); // 25 of 25Jun2016
-    CHECK(RowsOf(session.cadat, 4, 2) == Rows{{3, 0}, {4, 0}, {5, 0}, {7, 0}});
+    for (const Case& c : cases)
+        Play<SessionTest>({c.fact,
+                           {{"sFormda.txt", c.one},
+                            {"bFormda.txt", c.other.substr(0, c.other.find(c.part)) + c.by}},
+                           "", {}, {c.reason}, "", quietReturn}, Merge);
 }
 
 TEST_CASE("a second file that cannot be read, and a merge without memory")
 {
     SessionTest test;
-    int result = 1;
     const std::string one = WithVariables(first), whole = WithVariables(second);
     // Nothing is read behind the word after the species.
     for (std::size_t length = 0; length <= whole.find("SMW"); length++) {
         CAPTURE(length);
-        const int code = Merge(one, whole.substr(0, length), result);
+        const int code = CodeOfMerge(one, whole.substr(0, length));
         // What is cut within a word or a number may be refused before the end is met.
-        CHECK((code == endOfFile || (code == 0 && result == 0)));
+        CHECK((code == endOfFile || code == quietReturn));
     }
     for (const std::string count : {"-1", "2000000000", "nan", "2147483647"})
-        for (const std::string& other :
-             {Replaced(second, "2\nb1", count + "\nb1"),
-              Replaced(second, "b1 b2\n3", "b1 b2\n" + count),
-              Replaced(second, "2\nnames", count + "\nnames")}) {
-            CAPTURE(other);
-            CHECK(Merge(first, other, result) == endOfFile);
+        for (const char* before : {"0 0\n3 2\n", "b1 b2\n", "0 11\n0\n"}) {
+            const std::size_t at = second.find(before) + std::strlen(before);
+            CAPTURE(before);
+            CHECK(CodeOfMerge(first, second.substr(0, at) + count + second.substr(at + 1)) == endOfFile);
         }
+    // Of a file of the present layout each OTU takes a word and two numbers, the first word being
+    // the version; the third last cell of W is then the number of variables, the next one that of
+    // species, and the marks are words.
+    for (const char* cells : {"9 10\n0 11", "0 10\n0 11", ".5 10\n0 11"})
+        CHECK(CodeOfMerge(first, Replaced(Replaced(second, "18Jan2008", "25Jun2016"), "9 10\n0 11", cells)) ==
+              (cells[0] == '9' ? quietReturn : endOfFile));
+    CHECK(TimesIn(test.screen.Text(), "\nThe number of environmental variables do not match.\n\n") == 1);
+    CHECK(CodeOfMerge(first, Replaced(second, "Cedrus", std::string("Ce\0drus", 7))) == endOfFile);
+    CHECK(TimesIn(test.complaints.Text(), "\nfile bFormda.txt line 22: NUL byte") == 1);
+    CHECK(TimesIn(test.complaints.Text(), "Reenter") == 0);
     CHECK(CodeOf([] { MergeFormda("none"); }) == cannotOpen);
-    CHECK(TimesIn(test.complaints.Text(), "\ncan't open none \n") == 1);
-    FailEachAllocation("aFormda.txt", [&] { return Merge(one, whole, result); });
+    FailEachAllocation("aFormda.txt", [&] { return CodeOfMerge(one, whole); });
 }

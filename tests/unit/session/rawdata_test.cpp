@@ -1,7 +1,5 @@
 #include "session/rawdata.hpp"
 
-#include <algorithm>
-
 #include "session/rawfile.hpp"
 #include "session/setup.hpp"
 #include "unit/session/session_fixture.hpp"
@@ -23,13 +21,6 @@ struct RawTest : SessionTest {
     }
 };
 
-/// File names are lines, so each answer is one.
-int Format(std::string answers)
-{
-    std::replace(answers.begin(), answers.end(), ' ', '\n');
-    return CodeWith(answers, IFFormat);
-}
-
 const std::string noPhylogeny = "B 0 W ", withF = "B 1 F W 0 0 ", onlyBAndW = noPhylogeny + "0 0 ";
 const std::string traits = "3 2 2 1 k 3 2 y 0 "; // labels in B, traits as rows
 const std::string communities = "2 2 1 ";        // labels in W, communities as rows
@@ -46,14 +37,6 @@ std::string Stored(const std::string& types, const std::string& labels, const st
 
 TEST_CASE("raw data and what is stored of them")
 {
-    struct Case {
-        std::string fact;
-        std::vector<Words> files; // name and text, where they are not the usual ones
-        std::string answers;
-        Words stored;       // parts of the data file
-        Words seen;         // parts of the screen
-        std::string errors; // the whole of standard error
-    };
     const std::string byDefault = "3 2 1 2 k 3 2 y 0 2 1 "; // OTUs as rows
     const std::string hole = "\nPlease check matrix E. Sampling unit wood has all values missing "
                              "(-999), which will generate unreliable results.";
@@ -63,20 +46,20 @@ TEST_CASE("raw data and what is stored of them")
     const std::string cells = "     7\t  -999\t\n     8\t     9\t\n";
     // By hand.
     // clang-format off
-    const Case cases[] = {
+    const Played cases[] = {
         {"traits as rows, communities as rows", {}, onlyBAndW + traits + communities,
          {"B \n2 \nHeight\tColour\t\n 3\t 2\t\n0\t0\t\n 3\t 3\t\n2 \nmeadow\twood\t\n3 \n",
-          someB + someW + "0 \n0 \nSMW 1\n0\n0\n"}, {}, ""},
+          someB + someW + "0 \n0 \nSMW 1\n0\n0\n"}},
         {"OTUs as rows, communities as columns", {{"B", "1 4 2 5 3 6"}, {"W", "1 0 0 3 2 4"}},
-         onlyBAndW + byDefault + "2 ", {"\n1\t2\t\n 3\t 2\t\n", someB + someW}, {}, ""},
+         onlyBAndW + byDefault + "2 ", {"\n1\t2\t\n 3\t 2\t\n", someB + someW}},
         {"a vector longer than there are OTUs", {{"B", "1 4 2 5 3 6"}, {"W", "7 8 9 10 11"}},
          onlyBAndW + byDefault + "3 k 2 3 y ", {someB + "7\t0\t\n8\t0\t\n0\t9\t\n\n"},
-         {"Communities:       \t1\t2\t\n"}, ""},
+         {"Communities:       \t1\t2\t\n"}},
         {"words between the numbers, digits in them count; six digits are stored; labels are cut",
          {{"B", "NA 1.23456789 2ergs 3 x4 5 6 elevencharac B"},
           {"W", "tall1e-7 0 2 0 3 1234567 m meadow-and-wood"}}, onlyBAndW + traits + communities,
          {"\nelevenchar\tB\t\n", "\nm\tmeadow-and\t\n",
-          "1.23457\t4\t\n2\t5\t\n3\t6\t\n\n1e-07\t0\t\n0\t3\t\n2\t1.23457e+06\t\n\n"}, {}, ""},
+          "1.23457\t4\t\n2\t5\t\n3\t6\t\n\n1e-07\t0\t\n0\t3\t\n2\t1.23457e+06\t\n\n"}},
         {"short files: zeros, and numbers for labels", {{"B", "1 2 3 4"}, {"W", "1 0 2 0 3 4 m"}},
          onlyBAndW + traits + communities,
          {"\n1\t2\t\n 3\t 2\t\n", "\nm\t2\t\n", "\n1\t4\t\n2\t0\t\n3\t0\t\n\n" + someW},
@@ -87,61 +70,45 @@ TEST_CASE("raw data and what is stored of them")
          {}, over + "B" + left + over + "F" + left + over + "W" + left + over + "E" + left},
         {"words left over are none, not even with digits",
          {{"B", "1 4 2 5 3 6 x1 sp-2 .a"}, {"W", "1 0 0 3 2 4 tall3 -"}}, onlyBAndW + byDefault + "2 ",
-         {someB + someW}, {}, ""},
+         {someB + someW}},
         {"trait groups, and species with labels", {},
          noPhylogeny + "1 names 0 3 2 2 1 k 1 4 y 1 k 12 11 y " + communities + "2 ",
          {"2 \nnames \nAbal Abies alba\nBepe Betula pendula\n11\n01\n10\n01\n10\nSMW",
-          "\n0\n1\n12\t11\t\n"}, {"groups of traits? 0/1 Traits:     \t    Height\t    Colour\t\n"}, ""},
+          "\n0\n1\n12\t11\t\n"}, {"groups of traits? 0/1 Traits:     \t    Height\t    Colour\t\n"}},
         {"names that begin with their labels", {}, noPhylogeny + "1 names 0 " + traits + communities + "1 ",
-         {"\nAbies alba\nBetula pendula\n11\n"}, {}, ""},
+         {"\nAbies alba\nBetula pendula\n11\n"}},
         {"distances above 1 are divided by the largest", {{"F", "0 1 4\n1 0 2\n4 2 0"}},
          withF + traits + "1 " + communities, {"\n1\n3\n0\t0.25\t1\t\n0.25\t0\t0.5\t\n1\t0.5\t0\t\n"},
-         {normalized}, ""},
+         {normalized}},
         {"the upper triangle counts, and the diagonal", {{"F", "1 1 .5\n8 2 .2\n.4 .2 0"}},
          withF + traits + "1 " + communities, {"\n1\n3\n0.5\t0.5\t0.25\t\n4\t1\t0.1\t\n0.2\t0.1\t0\t\n"},
-         {normalized}, ""},
+         {normalized}},
         {"the lower triangle does not", {{"F", "0 1 .5\n5 0 .2\n.4 9 0"}}, withF + traits + "1 " + communities,
-         {"\n1\n3\n0\t1\t0.5\t\n5\t0\t0.2\t\n0.4\t9\t0\t\n"}, {}, ""},
+         {"\n1\n3\n0\t1\t0.5\t\n5\t0\t0.2\t\n0.4\t9\t0\t\n"}, {"!normalized"}},
         {"similarities are not divided", {{"F", "1 .5 3\n.5 1 .25\n0 .25 1"}},
-         withF + traits + "2 " + communities, {"\n1\n1\n1\t0.5\t3\t\n0.5\t1\t0.25\t\n0\t0.25\t1\t\n"}, {}, ""},
+         withF + traits + "2 " + communities, {"\n1\n1\n1\t0.5\t3\t\n0.5\t1\t0.25\t\n0\t0.25\t1\t\n"}, {"!normalized"}},
         {"a half matrix is not stored", {{"F", "1\n.5 1\n0 .25 1"}}, withF + traits + "3 " + communities,
-         {"SMW 1\n1\n0\n0\n"}, {}, ""},
+         {"SMW 1\n1\n0\n0\n"}},
         {"E by communities, labels in the file", {{"E", "7 8 -999 9 pH soil"}}, withE + "2 2 2 n ",
-         {"97Sep08 \n2 \n3\t3\t\npH\tsoil\t\nE \n" + cells}, {hole}, ""},
+         {"97Sep08 \n2 \n3\t3\t\npH\tsoil\t\nE \n" + cells}, {hole}},
         {"E by variables, default labels", {{"E", "7 -999 8 9"}}, withE + "2 1 1 t ",
-         {Stored("1 \n3\t3", "1\t2", cells)}, {hole}, ""},
+         {Stored("1 \n3\t3", "1\t2", cells)}, {hole}},
         {"one variable: its layout is not asked for", {{"E", "7 8 pH"}}, withE + "1 2 3 ",
-         {Stored("3 \n2", "pH", "     7\t     8\t\n")}, {}, ""},
+         {Stored("3 \n2", "pH", "     7\t     8\t\n")}, {"!Please check"}},
         {"several types, ordinal ones being quantitative", {{"E", "7 8 -999 9"}}, withE + "2 1 5 k 4 2 y n ",
-         {Stored("5 \n4\t2", "1\t2", cells)}, {"Variable:    \t" + std::string(22, ' ') + "Read"}, ""},
+         {Stored("5 \n4\t2", "1\t2", cells)}, {"Variable:    \t" + std::string(22, ' ') + "Read"}},
         {"said to be several, all nominal", {{"E", "7 8 -999 9"}}, withE + "2 1 5 k 2 2 y n n ",
-         {Stored("3 \n2\t2", "1\t2", cells)}, {"Data not mixed as indicated!!!\n"}, ""},
+         {Stored("3 \n2\t2", "1\t2", cells)}, {"Data not mixed as indicated!!!\n"}},
         {"corrected: the first try leaves no trace", {{"E", "7 8 -999 9"}},
-         withE + "2 1 5 k 1 1 y y k 3 3 y n n ", {Stored("2 \n3\t3", "1\t2", cells)}, {}, ""},
+         withE + "2 1 5 k 1 1 y y k 3 3 y n n ", {Stored("2 \n3\t3", "1\t2", cells)}},
         {"all binary", {{"E", "7 8 -999 9"}}, withE + "2 1 5 k 1 1 y n n ",
-         {Stored("4 \n1\t1", "1\t2", cells)}, {}, ""},
+         {Stored("4 \n1\t1", "1\t2", cells)}},
         {"a warning for each leading hole, and none for W",
          {{"E", "5 1 1 -999 -999 -999"}, {"W", "0 0 0 0 -999 -999 m wood"}}, withE + "3 1 1 n ", {},
-         {hole + hole + hole}, ""},
+         {hole + hole + hole, "!matrix W. Sampling"}},
     };
     // clang-format on
-    for (const Case& c : cases) {
-        CAPTURE(c.fact);
-        RawTest test;
-        for (const Words& file : c.files) WriteText(file[0], file[1]);
-        REQUIRE(Format(c.answers) == 0);
-        const std::string text = TextOfFile("aFormda.txt"), screen = test.screen.Text();
-        for (const std::string& part : c.stored) {
-            CAPTURE(part);
-            CHECK(TimesIn(text, part) == 1);
-        }
-        for (const std::string& part : c.seen) CHECK(TimesIn(screen, part) == 1);
-        if (c.seen.empty()) CHECK(TimesIn(screen, normalized) + TimesIn(screen, hole) <= 1);
-        CHECK(TimesIn(screen, "Please check matrix W.") == 0);
-        CHECK(test.complaints.Text() == c.errors);
-        CHECK(session.csm_Float == nullptr);
-        CHECK(CodeOf([] { OpenFormda(1); }) == 0);
-    }
+    for (const Played& c : cases) Play<RawTest>(c, IFFormat);
 }
 
 TEST_CASE("raw data that cannot be read end in code 2 and store nothing")
@@ -170,17 +137,10 @@ TEST_CASE("raw data that cannot be read end in code 2 and store nothing")
         {"F", "1 1 1 1 1 1 1 1 1" + nul, nulAt("F", 1)},
         {"names", "Abies\nBet" + nul + "ula\nCedrus", nulAt("names", 2)},
     };
-    for (const Words& c : cases) {
-        CAPTURE(c[1]);
-        RawTest test;
-        WriteText("F", "1 0 0 0 1 0 0 0 1");
-        WriteText("E", "7 8 9 1 pH soil");
-        WriteText(c[0], c[1]);
-        CHECK(Format(all) == endOfFile);
-        CHECK(test.complaints.Text() == c[2]);
-        CHECK(session.csm_Float == nullptr);
-        CHECK_FALSE(std::filesystem::exists("aFormda.txt"));
-    }
+    for (const Words& c : cases)
+        Play<RawTest>({c[1],
+                       {{"F", "1 0 0 0 1 0 0 0 1"}, {"E", "7 8 9 1 pH soil"}, {c[0], c[1]}},
+                       all, {}, {}, c[2], endOfFile}, IFFormat);
 }
 
 TEST_CASE("counts that no machine can hold, and memory that ends anywhere, are code 1")
@@ -192,12 +152,12 @@ TEST_CASE("counts that no machine can hold, and memory that ends anywhere, are c
           onlyBAndW + traits + huge, withE + huge}) {
         CAPTURE(answers);
         WriteText("E", "");
-        CHECK(Format(answers) == outOfMemory);
+        CHECK(CodeWith(answers, IFFormat) == outOfMemory);
     }
     WriteText("F", "0 1 4 1 0 2 4 2 0");
     WriteText("E", "7 8 -999 9 pH soil");
     FailEachAllocation("aFormda.txt", [] {
-        return Format("B 1 F W 1 names 1 E " + traits + "1 " + communities + "2 2 2 2 n ");
+        return CodeWith("B 1 F W 1 names 1 E " + traits + "1 " + communities + "2 2 2 2 n ", IFFormat);
     });
 }
 
@@ -214,8 +174,7 @@ TEST_CASE("a file name is asked for until the file opens")
 
 TEST_CASE("ways to set up the data of a session")
 {
-    std::string formatted = "1 " + onlyBAndW + traits + communities;
-    std::replace(formatted.begin(), formatted.end(), ' ', '\n');
+    const std::string formatted = "1 " + onlyBAndW + traits + communities;
     struct Case {
         std::string fact;
         std::string answers;
@@ -240,7 +199,7 @@ TEST_CASE("ways to set up the data of a session")
     for (const Case& c : cases) {
         CAPTURE(c.fact);
         RawTest test;
-        REQUIRE(Format(onlyBAndW + traits + communities) == 0);
+        REQUIRE(CodeWith(onlyBAndW + traits + communities, IFFormat) == 0);
         std::filesystem::rename("aFormda.txt", "otherFormda.txt");
         const std::string other = TextOfFile("otherFormda.txt");
         WriteText("oldFormda.txt", Replaced(Replaced(other, "meadow\twood", "lake\tshore"),

@@ -3,7 +3,7 @@
 
 #include <doctest/doctest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -63,17 +63,52 @@ inline int LoadData(const std::string& text)
     return CodeOf([] { OpenFormda(1); });
 }
 
-/// The code that a dialogue ends with. An answer that it did not take is a fault.
+/// The code that a dialogue ends with. Answers stand between blanks, but are typed a line each. One
+/// that was not taken is a fault.
 template <typename Dialogue>
-int CodeWith(const std::string& answers, Dialogue dialogue)
+int CodeWith(std::string answers, Dialogue dialogue)
 {
-    Type(answers + " #");
+    std::replace(answers.begin(), answers.end(), ' ', '\n');
+    Type(answers + "\n#");
     const int code = CodeOf(dialogue);
     std::string left;
     for (int c = StandardInput().Get(); c != '#' && c != EOF; c = StandardInput().Get())
         if (c > ' ') left += static_cast<char>(c);
     if (code == 0) CHECK(left == "");
     return code;
+}
+
+/// A dialogue of the session "a": what is typed, and what comes of it.
+struct Played {
+    std::string fact;
+    std::vector<Words> files; // name and text, where they are not the usual ones
+    std::string answers;
+    Words stored;           // parts of its data file, once each
+    Words seen = {};        // parts of the screen, once each; with a "!" before it, none
+    std::string errors = ""; // the whole of standard error
+    int code = 0;           // of failure; then nothing is stored
+};
+
+template <typename Test, typename Dialogue>
+void Play(const Played& c, Dialogue dialogue)
+{
+    CAPTURE(c.fact);
+    Test test;
+    for (const Words& file : c.files) WriteText(file[0], file[1]);
+    CHECK(CodeWith(c.answers, dialogue) == c.code);
+    const std::string text = TextOfFile("aFormda.txt"), screen = test.screen.Text();
+    for (const std::string& part : c.stored) {
+        CAPTURE(part);
+        CHECK(TimesIn(text, part) == 1);
+    }
+    for (const std::string& part : c.seen) {
+        CAPTURE(part);
+        const bool isSeen = part[0] != '!';
+        CHECK(TimesIn(screen, part.substr(isSeen ? 0 : 1)) == (isSeen ? 1 : 0));
+    }
+    CHECK(test.complaints.Text() == c.errors);
+    CHECK(text.empty() == (c.code != 0));
+    if (c.code == 0) CHECK(LoadData(text) == 0); // what is stored can be read back
 }
 
 /// Fails each allocation of the work in turn: code 1 and no such file, until none fails.
@@ -106,17 +141,6 @@ inline Rows RowsOf(double** table, int rows, int columns)
     Rows copy;
     for (int i = 0; i < rows; i++) copy.emplace_back(table[i], table[i] + columns);
     return copy;
-}
-
-/// Equal but for what six stored digits lose; NaN equals NaN.
-inline void CheckRows(double** table, const Rows& expected)
-{
-    for (std::size_t i = 0; i < expected.size(); i++)
-        for (std::size_t k = 0; k < expected[i].size(); k++) {
-            const double cell = table[i][k];
-            CHECK((cell == doctest::Approx(expected[i][k]).epsilon(1e-5) ||
-                   (std::isnan(cell) && std::isnan(expected[i][k]))));
-        }
 }
 
 inline Words WordsOf(char** words, int n) { return {words, words + n}; }

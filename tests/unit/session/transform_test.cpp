@@ -1,6 +1,23 @@
 #include "session/transform.hpp"
 
+#include <cmath>
+
 #include "unit/session/session_fixture.hpp"
+
+namespace {
+
+/// NaN equals NaN.
+void CheckRows(double** table, const Rows& expected)
+{
+    for (std::size_t i = 0; i < expected.size(); i++)
+        for (std::size_t k = 0; k < expected[i].size(); k++) {
+            const double cell = table[i][k];
+            CHECK((cell == doctest::Approx(expected[i][k]).epsilon(1e-15) ||
+                   (std::isnan(cell) && std::isnan(expected[i][k]))));
+        }
+}
+
+} // namespace
 
 // What no derived session shows; means, change and windows on whole sessions are in derive_test.
 TEST_CASE("pooling by groups and change within pairs, on plain matrices")
