@@ -9,6 +9,7 @@
 #include "numeric/matrix.hpp"
 #include "numeric/resemblance.hpp"
 #include "numeric/statistics.hpp"
+#include "numeric/vectors.hpp"
 #include "shell/arrays.hpp"
 
 PartialSimilarity::PartialSimilarity(int traits, int OTUs)
@@ -244,8 +245,27 @@ int TypeBelonging::Blocks() const
 void TypeBelonging::Fill(double** S, double** U)
 {
     Pool(S);
-    for (int block = 0; block < Blocks(); block++) FillBlock(block, S, U, false);
+    for (int c = 0; c < nGroups; c++) std::fill_n(sums[c], n, 0.0);
+    for (int j = 0; j < n; j++) AddKnownMember(j, S[j]);
+    for (int i = 0; i < n; i++)
+        for (int c = 0; c < nGroups; c++) U[i][c] = sums[c][i];
     UnitSumRowsAdjMV(n, nGroups, U, U);
+}
+
+/// AddMember for all OTUs at once, where no cell is missing.
+void TypeBelonging::AddKnownMember(int j, const double* S)
+{
+    const int type = column[Place(j)];
+    double* const sum = sums[type];
+    const double nMembers = count[Place(type)];
+    if (representative[Place(j)] != j) {
+        sum[j] += S[j] / nMembers; // a duplicate is of use to nobody but itself
+    } else if (hasDuplicates[Place(j)] == 0) {
+        ActiveVectors().addQuotients(n, S, nMembers, sum);
+    } else {
+        for (int i = 0; i < n; i++)
+            if (i == j || representative[Place(i)] != j) sum[i] += S[i] / nMembers;
+    }
 }
 
 int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, bool isDissimilarity)

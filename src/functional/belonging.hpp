@@ -81,7 +81,7 @@ public:
     /// As for FuzzyBelonging, which is made of this.
     TypeBelonging(int n, int nGroups, const int* partition);
 
-    /// S        n x n similarities, both triangles and the diagonal
+    /// S        n x n similarities, both triangles and the diagonal, none missing
     void Fill(double** S, double** U);
 
     // The steps of it: finds the identical OTUs, fills the rows of U of one block of OTUs after the
@@ -91,6 +91,7 @@ public:
     void FillBlock(int block, double** S, double** U, bool isDissimilarity);
 
 private:
+    void AddKnownMember(int j, const double* S);
     void AddMember(int j, int first, int last, const double* S, bool isDissimilarity);
 
     const int n;

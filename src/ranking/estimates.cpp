@@ -105,8 +105,8 @@ void SharedEstimates::CentreReference(const SharedMatrices& all)
     if (!all.needs.types) return;
     const OwnedRows totals(n, 1);
     for (int i = 0; i < n; i++)
-        for (const SharedMatrices::Share& share : all.present[static_cast<std::size_t>(i)])
-            totals[i][0] += share.value;
+        for (const double share : all.present[static_cast<std::size_t>(i)].shares)
+            totals[i][0] += share;
     rankX = std::min(n - 1, g - 1 + RankOf(n, 1, totals)); // memberships of an OTU sum up to 1
 }
 

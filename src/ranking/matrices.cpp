@@ -10,13 +10,26 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
+namespace {
+
+std::size_t WholeBlocks(int columns)
+{
+    return static_cast<std::size_t>((columns + columnBlock - 1) / columnBlock * columnBlock);
+}
+
+} // namespace
+
 SubsetMatrices::SubsetMatrices(SharedMatrices& shared, int nSearchers)
     : all(shared), select(all.t), rawT(all.n, all.t), subsetT(all.n, all.t),
-      similarity(all.needs.types ? all.s : 0, all.s), Qrows(all.s, all.g),
-      Xrows(all.n, all.needs.types ? all.s : 0), rao(all.n, 1), dark(all.n, 1),
-      columns(all.g, all.n), column(1, all.n), unitRows(all.n, all.g), dt(all.n), dx(all.needs.types ? all.n : 0),
+      similarity(all.needs.types ? all.s : 0, all.s), Xrows(all.n, all.needs.types ? all.s : 0),
+      rao(all.n, 1), dark(all.n, 1), width(WholeBlocks(all.g)),
+      Qcells(static_cast<long>(width) * all.s), composed(static_cast<long>(width)),
+      columns(static_cast<long>(std::max(all.g, 1)) * all.n + kernelBlock),
+      unitRows(all.n, all.g), dt(all.n), dx(all.needs.types ? all.n : 0),
       dr(all.n), ds(all.n), traits(static_cast<std::size_t>(all.t))
 {
+    for (int i = 0; i < all.s; i++)
+        Qrows.push_back(Qcells.values + static_cast<std::size_t>(i) * width);
     if (!IsQuick()) return;
     const long nCells = TriangleSize(all.n);
     squareSums = std::make_unique<PrefixSums<double>>(nCells, SharedMatrices::Levels(nCells, nSearchers));
@@ -111,15 +124,16 @@ void SubsetMatrices::AverageQuickly()
 
 double** SubsetMatrices::Q()
 {
-    if (made.Q) return Qrows;
+    if (made.Q) return Qrows.data();
     made.Q = true;
     if (all.crisp)
-        CrispBelonging(all.s, all.g, session.partition_OTUs, Qrows);
+        CrispBelonging(all.s, all.g, session.partition_OTUs, Qrows.data());
     else if (IsQuick())
-        belonging->Fill(S(), Qrows);
+        belonging->Fill(S(), Qrows.data());
     else
-        FuzzyBelonging(all.s, all.g, S(), session.partition_OTUs, Qrows, all.partial == nullptr);
-    return Qrows;
+        FuzzyBelonging(all.s, all.g, S(), session.partition_OTUs, Qrows.data(),
+                       all.partial == nullptr);
+    return Qrows.data();
 }
 
 double** SubsetMatrices::X()
@@ -135,15 +149,13 @@ double** SubsetMatrices::X()
 
 void SubsetMatrices::ComposeQuickly()
 {
-    double** const belongingToTypes = Q();
+    Q();
     for (int i = 0; i < all.n; i++) {
-        double* const row = Xrows[i];
-        std::fill_n(row, all.g, 0.0);
-        for (const SharedMatrices::Share& share : all.present[static_cast<std::size_t>(i)]) {
-            const double* const types = belongingToTypes[share.otu];
-            #pragma omp simd
-            for (int c = 0; c < all.g; c++) row[c] += share.value * types[c];
-        }
+        const SharedMatrices::Present& present = all.present[static_cast<std::size_t>(i)];
+        const int nPresent = static_cast<int>(present.otus.size());
+        ActiveKernels().weightedRows(Qcells, width, nPresent, present.otus.data(),
+                                     present.shares.data(), all.inOrder.data(), composed);
+        std::copy_n(composed.values, all.g, Xrows[i]);
     }
 }
 
@@ -167,12 +179,19 @@ void SubsetMatrices::CompareQuickly()
         NormalizeRowsMV(all.n, all.g, rows, unitRows);
         rows = unitRows;
     }
-    TransposeMatrix(all.n, all.g, rows, columns);
+    TransposeInto(all.g, rows);
+    const std::size_t stride = static_cast<std::size_t>(all.n);
     if (session.rese_opt == absoluteValueFunction ||
         session.rese_opt == relativeAbsoluteValueFunction)
-        dx.TakeDifferences(all.g, columns);
+        dx.TakeDifferences(all.g, columns, stride);
     else
-        dx.TakeDistances(all.g, columns);
+        dx.TakeDistances(all.g, columns, stride);
+}
+
+void SubsetMatrices::TransposeInto(int p, double* const* rows)
+{
+    for (int i = 0; i < all.n; i++)
+        for (int j = 0; j < p; j++) columns[static_cast<long>(j) * all.n + i] = rows[i][j];
 }
 
 Structure& SubsetMatrices::LastDX()
@@ -215,8 +234,8 @@ Structure& SubsetMatrices::DR()
     if (made.DR) return dr;
     made.DR = true;
     if (IsQuick()) {
-        TransposeMatrix(all.n, 1, Rao(), column);
-        dr.TakeDifferences(1, column);
+        TransposeInto(1, Rao());
+        dr.TakeDifferences(1, columns, static_cast<std::size_t>(all.n));
     } else {
         AbsValFunctionMV(all.n, 1, Rao(), dr.rows);
     }
@@ -237,8 +256,8 @@ Structure& SubsetMatrices::DS()
     if (made.DS) return ds;
     made.DS = true;
     if (IsQuick()) {
-        TransposeMatrix(all.n, 1, Dark(), column);
-        ds.TakeDistances(1, column);
+        TransposeInto(1, Dark());
+        ds.TakeDistances(1, columns, static_cast<std::size_t>(all.n));
     } else {
         EucliDistMV(all.n, 1, Dark(), ds.rows);
     }

@@ -55,10 +55,15 @@ private:
     void CompareQuickly();
     double EntropyQuickly(int community);
 
-    const OwnedRows rawT, subsetT, similarity, Qrows, Xrows, rao, dark;
-    const OwnedRows columns;  // g x n, work space
-    const OwnedRows column;   // 1 x n, work space
-    const OwnedRows unitRows; // n x g, rows of unit length
+    void TransposeInto(int p, double* const* rows);
+
+    const OwnedRows rawT, subsetT, similarity, Xrows, rao, dark;
+    const std::size_t width;     // g, rounded up to blocks of columns
+    const OwnedVector Qcells;    // s x width, cells behind the types 0
+    std::vector<double*> Qrows;  // of Qcells
+    const OwnedVector composed;  // width: a row of X
+    const OwnedVector columns;   // g x n and kernelBlock to spare, work space
+    const OwnedRows unitRows;    // n x g, rows of unit length
     Structure dt, dx, dr, ds;
     std::vector<int> traits; // of the subset, from 0
     int k = 0;               // traits in the subset

@@ -6,7 +6,7 @@
 
 Structure::Structure(int communities)
     : n(communities), rows(communities, communities), nCells(TriangleSize(communities)),
-      cells(nCells)
+      cells(nCells + kernelBlock)
 {
 }
 
@@ -18,41 +18,19 @@ void Structure::TakeRows()
 
 void Structure::TakeSquares(const double* sums)
 {
-    double* const cell = cells;
-    #pragma omp simd
-    for (long c = 0; c < nCells; c++) cell[c] = sums[c] > 0.0 ? std::sqrt(sums[c]) : 0.0;
+    ActiveVectors().roots(nCells, sums, cells);
     form = Form::packed;
 }
 
-void Structure::TakeDistances(int p, double* const* columns)
+void Structure::TakeDistances(int p, const double* columns, std::size_t stride)
 {
-    AddColumns(p, columns, [](double difference) { return difference * difference; });
-    double* const cell = cells;
-    #pragma omp simd
-    for (long c = 0; c < nCells; c++) cell[c] = cell[c] > 0.0 ? std::sqrt(cell[c]) : 0.0;
+    ActiveKernels().euclidean(n, p, columns, stride, cells);
+    form = Form::packed;
 }
 
-void Structure::TakeDifferences(int p, double* const* columns)
+void Structure::TakeDifferences(int p, const double* columns, std::size_t stride)
 {
-    AddColumns(p, columns, [](double difference) { return std::fabs(difference); });
-}
-
-/// Sums over the columns, ascending, of something made of the difference of two communities.
-template <typename Part>
-void Structure::AddColumns(int p, double* const* columns, Part part)
-{
-    double* row = cells;
-    for (int i = 0; i < n; i++) {
-        const int length = n - i - 1;
-        std::fill_n(row, length, 0.0);
-        for (int j = 0; j < p; j++) {
-            const double x = columns[j][i];
-            const double* const others = columns[j] + i + 1;
-            #pragma omp simd
-            for (int k = 0; k < length; k++) row[k] += part(x - others[k]);
-        }
-        row += length;
-    }
+    ActiveKernels().cityBlock(n, p, columns, stride, cells);
     form = Form::packed;
 }
 
@@ -142,19 +120,13 @@ void CongruenceOfThree(Structure& third, Structure& x, Structure& y, double* wit
 
 namespace {
 
-/// S from its packed upper triangle: cell(pair) for each pair, then the mirror image.
-template <typename Cell>
-void Unpack(int n, double** S, Cell cell)
+/// The lower triangle and the diagonal of a similarity.
+void Mirror(int n, double** S)
 {
-    long pair = 0;
     for (int i = 0; i < n; i++) {
-        double* const row = S[i];
-        row[i] = 1.0;
-        const long first = pair - i;
-        #pragma omp simd
-        for (int j = i + 1; j < n; j++) row[j] = cell(first + j);
+        const double* const row = S[i];
+        S[i][i] = 1.0;
         for (int j = i + 1; j < n; j++) S[j][i] = row[j];
-        pair += n - i;
     }
 }
 
@@ -162,11 +134,19 @@ void Unpack(int n, double** S, Cell cell)
 
 void AverageSimilarity(int n, const double* sums, int k, double** S)
 {
-    const double nTraits = k;
-    Unpack(n, S, [=](long pair) { return sums[pair] / nTraits; });
+    for (int i = 0; i < n; i++) {
+        ActiveVectors().divide(n - i, sums, k, S[i] + i);
+        sums += n - i;
+    }
+    Mirror(n, S);
 }
 
 void AverageSimilarity(int n, const double* sums, const double* counts, double** S)
 {
-    Unpack(n, S, [=](long pair) { return counts[pair] > 0.0 ? sums[pair] / counts[pair] : 0.0; });
+    for (int i = 0; i < n; i++) {
+        ActiveVectors().quotients(n - i, sums, counts, S[i] + i);
+        sums += n - i;
+        counts += n - i;
+    }
+    Mirror(n, S);
 }

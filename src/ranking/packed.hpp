@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "numeric/triangle.hpp"
+#include "numeric/vectors.hpp"
+#include "permutation/kernels.hpp"
 #include "shell/arrays.hpp"
 
 /// Sums of layers over growing lists of traits. Lists come in lexicographic order, so the next list
@@ -51,13 +53,15 @@ private:
 
     void Start(double* to, const Cell* layer) const
     {
-        #pragma omp simd
         for (long c = 0; c < cells; c++) to[c] = 0.0 + static_cast<double>(layer[c]);
     }
-    void Add(double* to, const double* from, const Cell* layer) const
+    void Add(double* to, const double* from, const float* layer) const
     {
-        #pragma omp simd
-        for (long c = 0; c < cells; c++) to[c] = from[c] + static_cast<double>(layer[c]);
+        ActiveVectors().addSingles(cells, from, layer, to);
+    }
+    void Add(double* to, const double* from, const double* layer) const
+    {
+        ActiveVectors().add(cells, from, layer, to);
     }
 
     const long cells;
@@ -79,10 +83,10 @@ public:
     void TakeRows();
     /// Roots of these sums of squares, a triangle; a sum not above 0 gives 0.
     void TakeSquares(const double* sums);
-    /// Euclidean distances of the communities by p columns, columns[j][community]; sums of absolute
-    /// differences.
-    void TakeDistances(int p, double* const* columns);
-    void TakeDifferences(int p, double* const* columns);
+    /// Euclidean distances of the communities by p columns of finite cells, which lie `stride` apart
+    /// with kernelBlock cells to spare behind the last; sums of absolute differences.
+    void TakeDistances(int p, const double* columns, std::size_t stride);
+    void TakeDifferences(int p, const double* columns, std::size_t stride);
 
     /// Leaves a packed structure as deviations from its mean, as any correlation does: what several
     /// threads correlate with has to be centred before.
@@ -99,13 +103,11 @@ public:
 private:
     enum class Form { rows, packed, centred };
 
-    template <typename Part>
-    void AddColumns(int p, double* const* columns, Part part);
     double CorrelateWithCentred(const Structure& other);
 
     const long nCells;
     Form form = Form::rows;
-    OwnedVector cells;       // the triangle: distances, once centred less their mean
+    OwnedVector cells;       // the triangle, with kernelBlock cells to spare: distances, once centred less their mean
     double sumSquares = 0.0; // of the centred cells
 };
 

@@ -225,8 +225,11 @@ void SharedMatrices::ListPresent()
     for (int i = 0; i < n; i++)
         for (int m = 0; m < s; m++) {
             const double share = session.weight_OTUs[m] * W0[i][m];
-            if (share > 0.0) present[static_cast<std::size_t>(i)].push_back({m, share});
+            if (!(share > 0.0)) continue;
+            present[static_cast<std::size_t>(i)].otus.push_back(m);
+            present[static_cast<std::size_t>(i)].shares.push_back(share);
         }
+    for (int m = 1; m <= s; m++) inOrder.push_back(m);
 }
 
 /// Deliberate: only the first g OTUs count, g being the number of types; users' earlier results

@@ -57,12 +57,13 @@ public:
     /// t x pairs of OTUs, only if some trait does not compare all of them: similarities, 0 where
     /// the trait says nothing, and 1 or 0 for those that it compares.
     std::unique_ptr<OwnedTable<float>> similarities, compared;
-    struct Share {
-        int otu;
-        double value;
+    /// Of each community, the OTUs that are there, ascending, with their shares.
+    struct Present {
+        std::vector<int> otus;
+        std::vector<double> shares;
     };
-    std::vector<std::vector<Share>> present; // of each community, OTUs ascending
-
+    std::vector<Present> present;
+    std::vector<int> inOrder; // 1 to s
     /// Of each community, those of the first g OTUs that are there, with their weights of selection.
     struct Member {
         int otu;
