@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "numeric/random.hpp"
+#include "numeric/vectorpath.hpp"
 #include "ranking/estimates.hpp"
 #include "unit/ranking/ranking_fixture.hpp"
 
@@ -86,6 +87,14 @@ TEST_CASE("subset matrices have the bits of the general form")
         if (c.change == rawTotals) session.optUnitTotalAdjust2 = false;
         if (c.change == euclideanOtus) session.reseCSTopt = 2;
         preferences.saveStruct = c.change == saved ? 'y' : 'n';
+        for (const char* path : {"avx2", "baseline", "avx512"}) {
+            if (!ChoosePath(path)) continue;
+            for (const int criterion : {9, 18}) {
+                Form form = Form::general;
+                CHECK(Differences(criterion, true, form) == 0);
+            }
+        }
+        ChoosePath(nullptr);
         for (const int criterion : allCriteria) {
             CAPTURE(criterion);
             for (const bool shuffled : {false, true}) {
