@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include "main/mainmenu.hpp"
 #include "session/session.hpp"
@@ -46,18 +45,14 @@ void OpenStandardStreams()
 
 void mainInit()
 {
-    try {
+    SayFailure(FailureOf([] {
         OpenStandardStreams();
         gsl_set_error_handler_off();
         InitGlobals();
         InitIFLibG();
         PrintBanner();
         MainMenu();
-    } catch (const Failure& failure) { // no session is open: nobody has to be waited for
-        SayFailure(failure.code);
-    } catch (const std::bad_alloc&) {
-        SayFailure(outOfMemory);
-    }
+    })); // no session is open: nobody has to be waited for
     std::exit(1);
 }
 

@@ -3,7 +3,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include "functional/analysis.hpp"
 #include "ranking/ranking.hpp"
@@ -103,12 +102,9 @@ void RunSession()
 
 void IFSession()
 {
-    try {
+    const FailureCode code = FailureOf([] {
         RunSession();
         EndSession();
-    } catch (const Failure& failure) {
-        FailSession(failure.code);
-    } catch (const std::bad_alloc&) {
-        FailSession(outOfMemory);
-    }
+    });
+    if (code != noFailure) FailSession(code);
 }

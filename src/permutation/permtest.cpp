@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <new>
 #include <vector>
 
 #include "numeric/congruence.hpp"
@@ -63,12 +62,12 @@ public:
     void Evaluate(int count, std::vector<double>& total)
     {
         const int nThreads = static_cast<int>(evaluators.size());
-        std::vector<int> failures(evaluators.size(), 0);
+        std::vector<FailureCode> failures(evaluators.size(), noFailure);
 #pragma omp parallel for schedule(static, 1) num_threads(nThreads) if (nThreads > 1)
         for (int thread = 0; thread < nThreads; thread++)
             failures[static_cast<std::size_t>(thread)] = EvaluateShare(thread, count);
-        for (const int code : failures)
-            if (code != 0) Fail(static_cast<FailureCode>(code));
+        for (const FailureCode code : failures)
+            if (code != noFailure) Fail(code);
         for (std::vector<double>& own : counts)
             for (std::size_t c = 0; c < own.size(); c++) {
                 total[c] += own[c];
@@ -77,22 +76,15 @@ public:
     }
 
 private:
-    /// Returns the code of a failure, 0 if there was none.
-    int EvaluateShare(int thread, int count)
+    FailureCode EvaluateShare(int thread, int count)
     {
         const int nThreads = static_cast<int>(evaluators.size());
         const int share = (count + nThreads - 1) / nThreads;
         const int first = std::min(count, thread * share);
         const int end = std::min(count, first + share);
         const std::size_t own = static_cast<std::size_t>(thread);
-        try {
-            evaluators[own]->Evaluate(Order(first), end - first, counts[own].data());
-        } catch (const Failure& failure) {
-            return failure.code;
-        } catch (const std::bad_alloc&) {
-            return outOfMemory;
-        }
-        return 0;
+        return FailureOf(
+            [&] { evaluators[own]->Evaluate(Order(first), end - first, counts[own].data()); });
     }
 
     static constexpr int ordersPerThread = 128;

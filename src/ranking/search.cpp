@@ -203,7 +203,7 @@ void Search::DrawBlock(int k, int first, int size)
 }
 
 /// Values by place in the block, so the record does not depend on who is done first. With several
-/// searchers nothing in here allocates, draws or fails.
+/// searchers nothing in here draws; a failure waits for the end of the loop.
 void Search::EvaluateBlock(int k, int size)
 {
     const int nSearchers = static_cast<int>(searchers.size());
@@ -211,9 +211,15 @@ void Search::EvaluateBlock(int k, int size)
         for (int i = 0; i < size; i++) Evaluate(*searchers[0], k, i);
         return;
     }
+    std::vector<FailureCode> failures(searchers.size(), noFailure);
     #pragma omp parallel for schedule(dynamic, 16) num_threads(nSearchers)
-    for (int i = 0; i < size; i++)
-        Evaluate(*searchers[static_cast<std::size_t>(omp_get_thread_num())], k, i);
+    for (int i = 0; i < size; i++) {
+        const std::size_t thread = static_cast<std::size_t>(omp_get_thread_num());
+        const FailureCode code = FailureOf([&] { Evaluate(*searchers[thread], k, i); });
+        if (code != noFailure) failures[thread] = code;
+    }
+    for (const FailureCode code : failures)
+        if (code != noFailure) Fail(code);
 }
 
 void Search::Evaluate(Searcher& searcher, int k, int i)

@@ -20,7 +20,8 @@ void SayFailure(FailureCode code)
     case endOfFile: reason = "\nEND OF FILE !!!\n"; break;
     case failedPrint: reason = "\nFAIL TO PRINT ON FILE !!!\n"; break;
     case cannotOpen: reason = "\nFAIL TO OPEN FILE !!!\n"; break;
-    case quietReturn: break;
+    case quietReturn:
+    case noFailure: break;
     }
     if (reason != nullptr) Complain("%s\nQuit and restart KELPRA.\n", reason);
     Complain("%c", 7);

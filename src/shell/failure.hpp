@@ -1,23 +1,42 @@
 // How a routine that cannot go on gives up: one exception type with one number in it.
 #pragma once
 
+#include <new>
+
 /// The reasons to abandon the work. The number is all that travels: the routine that raises it
 /// has already told the user what is wrong.
 enum FailureCode {
     outOfMemory = 1, ///< an allocation gave nothing
     endOfFile,       ///< end of file, or an unreadable token, in a checked read
-    failedPrint,     ///< a write to the formatted data or preferences file failed
+    failedPrint,     ///< a file cannot be written, or not be put in place
     cannotOpen,      ///< a result or session file cannot be opened
-    quietReturn      ///< leave the session without a word; reserved
+    quietReturn,     ///< leave the session without a word; reserved
+    noFailure = 0
 };
 
-/// Thrown by Fail only; caught where a session is open and in the outermost frame, nowhere else.
+/// Thrown by Fail only; caught by FailureOf only.
 struct Failure {
     FailureCode code;
 };
 
 /// Abandons the work with a code.
 [[noreturn]] void Fail(FailureCode code);
+
+/// Does the work, and returns what it failed of: for the frames where a failure ends, and for
+/// parallel loops, which nothing may be thrown out of. An allocation of the C++ library that gives
+/// nothing counts as one of ours.
+template <typename Work>
+FailureCode FailureOf(Work work)
+{
+    try {
+        work();
+    } catch (const Failure& failure) {
+        return failure.code;
+    } catch (const std::bad_alloc&) {
+        return outOfMemory;
+    }
+    return noFailure;
+}
 
 /// The two lines of a failure and a BEL, on standard error; a code 5 has no lines.
 void SayFailure(FailureCode code);
