@@ -1,7 +1,8 @@
-# shellcheck shell=bash
+#!/usr/bin/env bash
 # Sourced by ./demo and ./test: makes sure that the machine has what a build needs, and says what
 # it installs before it does so. On Debian and its relatives apt brings what is missing; elsewhere
-# the missing things are named, and the caller stops.
+# the missing things are named, and the caller stops. Started by itself it does the same for one
+# kind of need: scripts/install.sh program|tests|study|r.
 
 say() { printf '%s\n' "$*"; }
 complain() { printf '%s\n' "$*" >&2; }
@@ -75,28 +76,35 @@ missing_for() {
     esac
 }
 
-# What the R package in r/kelpra imports and suggests.
+# r_needs FIELDS: what the R package in r/kelpra imports, or imports and suggests.
 r_needs() {
-    awk '/^[A-Za-z]/ { wanted = /^(Imports|Suggests):/; sub(/^[^:]*:/, "") } wanted' r/kelpra/DESCRIPTION |
+    awk -v fields="^($1):" '/^[A-Za-z]/ { wanted = $0 ~ fields; sub(/^[^:]*:/, "") } wanted' r/kelpra/DESCRIPTION |
         sed 's/([^)]*)//g' | tr -s ', ' '\n' | grep -vxE '|stats|tools|utils|graphics|grDevices|methods|parallel'
 }
+# missing_for_r study|r: the packages that the R package needs to run, or to be tested and built.
 missing_for_r() {
-    local name
+    local name fields=Imports
     has Rscript || printf 'r-base-core '
-    for name in $(r_needs); do
+    if [ "$1" = r ]; then
+        fields='Imports|Suggests'
+        has pandoc || printf 'pandoc '
+    fi
+    for name in $(r_needs "$fields"); do
         Rscript -e "loadNamespace('$name')" > /dev/null 2>&1 || printf 'r-cran-%s ' "${name,,}"
     done
 }
 
-# missing_packages program|tests|r COMPILER...: the packages that a build of the program, or of the
-# program and its tests, by these compilers, or the tests of the R package lack.
+# missing_packages program|tests|study|r COMPILER...: the packages that a build of the program, or of
+# the program and its tests, by these compilers, or the R package or its tests lack.
 missing_packages() {
     local kind=$1 name
     shift
-    if [ "$kind" = r ]; then
-        missing_for_r
-        return
-    fi
+    case "$kind" in
+        study | r)
+            missing_for_r "$kind"
+            return
+            ;;
+    esac
     for name in "$@"; do missing_for "$name"; done
     has_make || printf 'make '
     has_cmake || printf 'cmake '
@@ -114,7 +122,7 @@ apt_as_root() {
     "${command[@]}" "$@" < /dev/null
 }
 
-# install_needs program|tests|r [COMPILER...]: installs what is missing, for the compiler that CMake
+# install_needs program|tests|study|r [COMPILER...]: installs what is missing, for the compiler that CMake
 # would take if none is named. Stops the caller if it cannot.
 install_needs() {
     local kind=$1 missing
@@ -165,3 +173,15 @@ build() {
         exit 1
     fi
 }
+
+if [ "${BASH_SOURCE[0]}" = "$0" ]; then
+    set -euo pipefail
+    cd "$(dirname "$0")/.."
+    case "${1-}" in
+        program | tests | study | r) install_needs "$@" ;;
+        *)
+            complain "usage: scripts/install.sh program|tests|study|r"
+            exit 2
+            ;;
+    esac
+fi

@@ -1,0 +1,393 @@
+# The page: one HTML file with data, statistics, pictures and what a paper has to tell. No scripts,
+# nothing to load: it can be mailed and kept.
+#
+# kelpra_report(fit, file, title)   fit of kelpra() or kelpra_max(); gives the path
+# settings_lines(s, null)           settings in words, for the page and the log
+# statistic_sentence(row, ...)      what one statistic says, in words
+# report_pictures(fit)              list of list(caption, draw, width, height)
+
+kelpra_report <- function(fit, file = "study.html", title = NULL) {
+  if (!inherits(fit, c("kelpra", "kelpra_max"))) {
+    stop_kelpra("fit must be made by kelpra() or kelpra_max().")
+  }
+  if (is.null(title)) title <- "Traits, communities and environment"
+  if (!dir.exists(dirname(file))) stop_kelpra("There is no folder ", quoted(dirname(file)), ".")
+  page <- c(
+    page_head(title), page_summary(fit), page_data(study_fits(fit)[[1]]), page_settings(fit),
+    page_statistics(fit), page_pictures(fit), page_diversity(study_fits(fit)[[1]]),
+    page_citation(fit), page_session(fit), "</main>", "</body>", "</html>"
+  )
+  part <- paste0(file, ".part")
+  write_lines(enc2utf8(page), part)
+  if (!file.rename(part, file)) stop_kelpra("The file ", quoted(file), " cannot be written.")
+  invisible(normalizePath(file))
+}
+
+# --- pieces of HTML ------------------------------------------------------------------------------
+
+escaped <- function(x) {
+  x <- gsub("&", "&amp;", enc2utf8(as.character(x)), fixed = TRUE)
+  x <- gsub("<", "&lt;", gsub(">", "&gt;", x, fixed = TRUE), fixed = TRUE)
+  gsub("\"", "&quot;", x, fixed = TRUE)
+}
+
+tag <- function(name, ...) paste0("<", name, ">", ..., "</", sub(" .*", "", name), ">")
+
+list_of <- function(x) if (length(x)) c("<ul>", tag("li", escaped(x)), "</ul>")
+
+# Numbers to the right, words to the left; wide tables scroll by themselves.
+html_table <- function(x, rows = TRUE) {
+  cells <- vapply(x, function(v) {
+    if (!is.numeric(v)) return(tag("td", escaped(v)))
+    tag("td class=\"n\"", ifelse(is.na(v), "", escaped(shown(v))))
+  }, character(nrow(x)))
+  cells <- matrix(cells, nrow(x))
+  head <- tag("th", escaped(names(x)))
+  if (rows) {
+    cells <- cbind(tag("th scope=\"row\"", escaped(rownames(x))), cells)
+    head <- c("<th></th>", head)
+  }
+  c(
+    "<div class=\"wide\"><table>", tag("thead", tag("tr", paste(head, collapse = ""))), "<tbody>",
+    tag("tr", apply(cells, 1, paste, collapse = "")), "</tbody></table></div>"
+  )
+}
+
+shown <- function(v, digits = 3) trimws(formatC(v, digits = digits, format = "fg"))
+
+page_head <- function(title) {
+  c(
+    "<!DOCTYPE html>", "<html lang=\"en\">", "<head>", "<meta charset=\"utf-8\">",
+    "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">",
+    tag("title", escaped(title)), tag("style", "\n", paste(page_style, collapse = "\n"), "\n"),
+    "</head>", "<body>", "<main>", tag("h1", escaped(title))
+  )
+}
+
+page_style <- c(
+  "body { font: 16px/1.5 system-ui, sans-serif; color: #222; background: #fff; margin: 0; }",
+  "main { max-width: 60rem; margin: 0 auto; padding: 1rem 1.5rem 4rem; }",
+  "h1 { font-size: 1.7rem; } h2 { margin-top: 2.5rem; border-bottom: 1px solid #bbb; }",
+  "table { border-collapse: collapse; font-size: 0.9rem; } .wide { overflow-x: auto; }",
+  "th, td { text-align: left; vertical-align: top; padding: 0.25rem 0.7rem 0.25rem 0; }",
+  "thead th { border-bottom: 2px solid #888; } tbody tr { border-bottom: 1px solid #ddd; }",
+  "tbody th { font-weight: normal; white-space: nowrap; } td.n { text-align: right; }",
+  "td.n { font-variant-numeric: tabular-nums; white-space: nowrap; }",
+  "figure { margin: 1.5rem 0; } figure svg { max-width: 100%; height: auto; }",
+  "figcaption, .small { font-size: 0.9rem; color: #444; }",
+  "pre { background: #f4f4f4; padding: 0.8rem; overflow-x: auto; font-size: 0.85rem; }",
+  "blockquote { border-left: 3px solid #bbb; margin-left: 0; padding-left: 1rem; }",
+  "@media print { details > * { display: block; } figure { break-inside: avoid; } }"
+)
+
+# --- sections ------------------------------------------------------------------------------------
+
+page_summary <- function(fit) {
+  x <- study_fits(fit)[[1]]$data
+  found <- tested(fit)
+  main <- found[found$name %in% c("r(TE)", "r(XE.T)", "ro(BF)"), ]
+  questions <- c(
+    "r(TE)" = "Do the mean traits of communities follow the environment?",
+    "r(XE.T)" = "Do communities differ along it in how their OTUs diverge, beyond the means?",
+    "ro(BF)" = "Are related OTUs alike in their traits?"
+  )
+  c(
+    tag(
+      "p", nrow(x$W), " communities, ", ncol(x$W), " OTUs in ", length(x$types$labels),
+      " types, ", length(unique(x$trait_origin)), " traits",
+      if (!is.null(x$E)) paste0(", ", ncol(x$E), " variables of the environment"),
+      if (!is.null(x$F)) ", and their phylogeny", "."
+    ),
+    if (nrow(main)) c("<ul>", tag(
+      "li", tag("strong", questions[main$name]), " ", escaped(vapply(
+        seq_len(nrow(main)), function(i) answer_of(main[i, ]), ""
+      ))
+    ), "</ul>")
+  )
+}
+
+page_data <- function(fit) {
+  x <- fit$data
+  short <- do.call(rbind, lapply(unname(x$keys), shortened))
+  sums <- data.frame(file = names(fit$checksums), MD5 = unname(fit$checksums))
+  c(
+    tag("h2", "Data and how they were matched"),
+    tag(
+      "p", "Rows were matched by name. An OTU is found in ", spread_words(colSums(x$W > 0)),
+      " communities; a community holds ", spread_words(rowSums(x$W > 0)), " OTUs. Types of OTUs: ",
+      escaped(x$types$from), ", ", length(x$types$labels), " with ",
+      spread_words(tabulate(x$types$membership)), " OTUs each."
+    ),
+    list_of(x$notes),
+    tag("h3", "Traits"), html_table(column_table(x$B, x$trait_types)),
+    if (!is.null(x$E)) c(
+      tag("h3", "Variables of the environment"), html_table(column_table(x$E, x$env_types))
+    ),
+    if (NROW(short)) c(
+      "<details>", tag("summary", "Names that are shortened in the program's files"),
+      html_table(short, rows = FALSE), "</details>"
+    ),
+    "<details>", tag("summary", "Files that the program read, with their checksums"),
+    html_table(sums, rows = FALSE), "</details>"
+  )
+}
+
+spread_words <- function(v) {
+  if (min(v) == max(v)) return(paste(min(v)))
+  paste0(min(v), " to ", max(v), " (median ", stats::median(v), ")")
+}
+
+column_table <- function(M, types) {
+  range <- function(f) apply(M, 2, f, na.rm = TRUE)
+  data.frame(
+    kind = names(kind_codes)[types], unknown = colSums(is.na(M)), smallest = range(min),
+    median = range(stats::median), largest = range(max), row.names = colnames(M)
+  )
+}
+
+measure_words <- c(
+  mantel = "matrix correlation (Mantel)", procrustes = "Procrustes correlation",
+  rv = "RV coefficient", regression = "linear regression",
+  anova = "analysis of variance of resemblances"
+)
+null_words <- c(
+  taxa = "taxa shuffle: OTUs change places in traits and phylogeny",
+  sites = "site shuffle: communities change places in the environment"
+)
+
+settings_lines <- function(s, null) {
+  part <- function(chosen, what) if (any(chosen == 0)) {
+    paste0("only part of the ", what, " is used: ", sum(chosen), " of ", length(chosen))
+  }
+  c(
+    paste("measure of congruence:", measure_words[[s$measure]]),
+    if (s$tests) c(
+      paste("null model:", null_words[null]),
+      paste0("iterations: ", s$iterations, ", the observed arrangement among them"),
+      paste("seed of the random generator:", plain_number(s$seed))
+    ) else "no tests",
+    paste("belonging of OTUs to types:", if (s$fuzzy) "fuzzy" else "crisp"),
+    if (s$measure == "mantel") paste("distance between communities:", s$distance),
+    paste("matrix correlations:", if (s$two_tailed) "two-tailed" else "one-tailed"),
+    if (!s$unit_totals) "communities were not scaled to unit totals",
+    if (!is.null(s$within)) paste("OTUs are shuffled within", max(s$within), "groups"),
+    part(s$variables, "variables"), part(s$traits, "traits"), part(s$otus, "OTUs")
+  )
+}
+
+page_settings <- function(fit) {
+  fits <- study_fits(fit)
+  c(tag("h2", "Settings"), list_of(settings_lines(fits[[1]]$settings, names(fits))))
+}
+
+# Statistics with P, its interval, and the P of each null model where there are both.
+tested <- function(fit) {
+  table <- fit$statistics
+  iterations <- study_fits(fit)[[1]]$settings$iterations
+  if (is.null(table$lower)) table <- cbind(table, p_interval(table$P, iterations))
+  table$iterations <- iterations
+  table
+}
+
+page_statistics <- function(fit) {
+  found <- tested(fit)
+  p <- intersect(c("P_taxa", "P_sites", "P"), names(found))
+  interval <- ifelse(is.na(found$P), "", paste(shown(found$lower), "to", shown(found$upper)))
+  table <- data.frame(
+    statistic = found$name, value = found$value, found[p], interval,
+    `in words` = vapply(seq_len(nrow(found)), function(i) statistic_sentence(found[i, ]), "")
+  )
+  titles <- c(P_taxa = "P, taxa shuffle", P_sites = "P, site shuffle")
+  last <- if (length(p) > 1) "larger P" else "P"
+  names(table) <- c("statistic", "value", c(titles, P = last)[p], "95 % of P", "in words")
+  c(
+    tag("h2", "Statistics"), html_table(table, rows = FALSE),
+    if (length(p) > 1) tag("p class=\"small\"", escaped(both_shuffles)),
+    tag(
+      "p class=\"small\"", "P is the share of all arrangements, the observed one among them, in ",
+      "which the statistic is as extreme as observed. Its interval tells how sure P itself is ",
+      "with this number of iterations. Each P stands for itself: of many, one in twenty is below ",
+      "0.05 by chance."
+    )
+  )
+}
+
+statistic_sentence <- function(row) {
+  meaning <- row$meaning
+  meaning <- paste0(toupper(substr(meaning, 1, 1)), substr(meaning, 2, nchar(meaning)))
+  paste0(meaning, ". ", answer_of(row))
+}
+
+# In P's interval lies what another seed would have given, and 0.05 is no wall.
+answer_of <- function(row) {
+  if (is.na(row$value)) return("It could not be computed from these data.")
+  if (is.na(row$P)) return("No test.")
+  judged <- if (row$upper < 0.05) "rarely arises by chance" else if (row$lower > 0.05) {
+    "is not told from chance"
+  } else "is near the limit of 0.05; more iterations would tell"
+  turned <- if (row$value < 0 && grepl("^ro?\\(", row$name)) "the opposite, " else ""
+  paste0(
+    toupper(substr(turned, 1, 1)), substr(turned, 2, 20), if (nzchar(turned)) "a" else "A",
+    " value of ", shown(row$value), ", ", judged, " (P = ", shown(row$P), ")."
+  )
+}
+
+page_diversity <- function(fit) {
+  if (is.null(fit$diversity)) return(NULL)
+  words <- c(
+    D = "Gini-Simpson index", Rf = "Rao entropy on traits", FR = "functional redundancy",
+    Rp = "Rao entropy on phylogeny", PR = "phylogenetic redundancy"
+  )
+  there <- intersect(names(words), names(fit$diversity))
+  c(
+    tag("h2", "Diversity of communities"),
+    tag(
+      "p", escaped(paste0(there, ": ", words[there], collapse = "; ")),
+      ". With _jost: as numbers of equally common, fully distinct OTUs."
+    ),
+    "<details>", tag("summary", nrow(fit$diversity), " communities"), html_table(fit$diversity),
+    "</details>"
+  )
+}
+
+page_citation <- function(fit) {
+  first <- study_fits(fit)[[1]]
+  c(
+    tag("h2", "How to report and cite"), tag("p", "A sentence for the methods:"),
+    tag("blockquote", escaped(methods_sentence(first, names(study_fits(fit))))),
+    tag(
+      "p", "Report the statistic, its P, the null model, the number of iterations and the seed; ",
+      "give all statistics that were tested. Please cite the program and the papers behind what ",
+      "you report:"
+    ),
+    list_of(c(
+      paste0(
+        "The KELPRA developers. KELPRA: character-based community analysis. Version ",
+        first$versions$program, "."
+      ),
+      references[c(first$settings$measure, "gower", "rao", "both"[inherits(fit, "kelpra_max")])]
+    ))
+  )
+}
+
+methods_sentence <- function(fit, null) {
+  x <- fit$data
+  s <- fit$settings
+  paste0(
+    "Traits of ", ncol(x$W), " OTUs (", length(x$types$labels), " types) were scaled up to ",
+    nrow(x$W), " communities",
+    if (!is.null(x$E)) paste(
+      " and related to", sum(s$variables), "variables by", measure_words[[s$measure]]
+    ),
+    if (s$tests) paste0(
+      ", tested by ", paste(c(taxa = "taxa", sites = "site")[null], collapse = " and "),
+      " shuffle (", s$iterations, " iterations, seed ", plain_number(s$seed), ")",
+      if (length(null) > 1) "; the larger P is reported"
+    ),
+    "; KELPRA ", fit$versions$program, "."
+  )
+}
+
+references <- c(
+  mantel = paste(
+    "Mantel, N. (1967) The detection of disease clustering and a generalized regression approach.",
+    "Cancer Research 27: 209-220."
+  ),
+  procrustes = paste(
+    "Gower, J.C. (1971) Statistical methods of comparing different multivariate analyses of the",
+    "same data. In: Mathematics in the Archaeological and Historical Sciences, Edinburgh",
+    "University Press: 138-149."
+  ),
+  rv = paste(
+    "Escoufier, Y. (1973) Le traitement des variables vectorielles. Biometrics 29: 751-760."
+  ),
+  regression = paste(
+    "Legendre, P. & Legendre, L. (2012) Numerical Ecology. Third edition. Elsevier."
+  ),
+  anova = paste(
+    "Anderson, M.J. (2001) A new method for non-parametric multivariate analysis of variance.",
+    "Austral Ecology 26: 32-46."
+  ),
+  gower = paste(
+    "Gower, J.C. (1971) A general coefficient of similarity and some of its properties. Biometrics",
+    "27: 857-871."
+  ),
+  rao = paste(
+    "Rao, C.R. (1982) Diversity and dissimilarity coefficients: a unified approach. Theoretical",
+    "Population Biology 21: 24-43."
+  ),
+  both = paste(
+    "ter Braak, C.J.F., Cormont, A. & Dray, S. (2012) Improved testing of species",
+    "traits-environment relationships in the fourth-corner problem. Ecology 93: 1525-1526."
+  )
+)
+
+page_session <- function(fit) {
+  fits <- study_fits(fit)
+  versions <- fits[[1]]$versions
+  again <- paste0("kelpra_verify(\"", vapply(fits, `[[`, "", "report"), "\")")
+  c(
+    tag("h2", "To run it again"),
+    tag("p", "In R, with the files where they are (the package answers the program's questions):"),
+    tag("pre", paste(escaped(c("library(kelpra)", again)), collapse = "\n")),
+    tag("h2", "Session"),
+    tag("pre", paste(escaped(c(
+      paste("Program", versions$program, "at", versions$path),
+      paste("Package kelpra", versions$package), format(Sys.time(), "%Y-%m-%d %H:%M %Z"), "",
+      utils::capture.output(utils::sessionInfo())
+    )), collapse = "\n"))
+  )
+}
+
+# --- pictures ------------------------------------------------------------------------------------
+
+page_pictures <- function(fit) {
+  pictures <- report_pictures(fit)
+  figures <- lapply(seq_along(pictures), function(i) {
+    p <- pictures[[i]]
+    c("<figure>", svg_of(p$draw, paste0("p", i, "-"), p$caption, p$width, p$height),
+      tag("figcaption", escaped(p$caption)), "</figure>")
+  })
+  if (length(figures)) c(tag("h2", "Pictures"), unlist(figures))
+}
+
+# Pictures in one page share their ids: each gets its own.
+svg_of <- function(draw, prefix, title, width, height) {
+  file <- tempfile(fileext = ".svg")
+  on.exit(unlink(file))
+  open_svg(file, width, height)
+  tryCatch(draw(), finally = grDevices::dev.off())
+  lines <- readLines(file, encoding = "UTF-8", warn = FALSE)
+  lines <- lines[!grepl("^<\\?xml|^<!DOCTYPE", lines)]
+  lines <- gsub("\\bid=(['\"])", paste0("id=\\1", prefix), lines)
+  lines <- gsub("href=(['\"])#", paste0("href=\\1#", prefix), lines)
+  lines <- gsub("url(#", paste0("url(#", prefix), lines, fixed = TRUE)
+  named <- paste0("<svg role=\"img\" aria-label=\"", escaped(title), "\" ")
+  sub("<svg ", named, lines, fixed = TRUE)
+}
+
+open_svg <- function(file, width, height) {
+  if (capabilities("cairo")) return(grDevices::svg(file, width, height))
+  if (requireNamespace("svglite", quietly = TRUE)) return(svglite::svglite(file, width, height))
+  stop_kelpra("This R draws no SVG: install the package svglite.")
+}
+
+report_pictures <- function(fit) {
+  found <- tested(fit)
+  found <- found[!is.na(found$P), ]
+  if (!nrow(found)) return(NULL)
+  list(list(
+    caption = "P of each statistic with its 95 % Monte Carlo interval; dashed: 0.05.",
+    draw = function() draw_p(found), width = 8, height = 1.5 + 0.3 * nrow(found)
+  ))
+}
+
+draw_p <- function(found) {
+  old <- graphics::par(mar = c(4, 8, 1, 1), las = 1)
+  on.exit(graphics::par(old))
+  y <- rev(seq_len(nrow(found)))
+  graphics::plot(found$P, y, xlim = 0:1, pch = 19, yaxt = "n", xlab = "P", ylab = "")
+  graphics::segments(found$lower, y, found$upper, y)
+  graphics::abline(v = 0.05, lty = 2)
+  graphics::axis(2, y, found$name)
+}
