@@ -40,7 +40,7 @@ study_main <- function(args) {
   plain_locale()
   tryCatch({
     o <- read_options(args)
-    if (o$help || !length(args)) cat(study_usage()) else if (o$version) {
+    if (o$help || !length(args)) cat(study_usage(), sep = "") else if (o$version) {
       cat(study_versions())
     } else study(o, args)
     0L
@@ -187,7 +187,7 @@ study_data <- function(o) {
   x <- made$value
   x$notes <- option_words(c(
     unlist(lapply(unname(read), `[[`, "notes")), tree$notes, types$notes,
-    matching_notes(x, read, o), made$notes
+    matching_notes(x, read, tree$phylo, o), made$notes
   ), o)
   list(x = x, notes = x$notes, style = style_of(read))
 }
@@ -272,10 +272,10 @@ study_types <- function(types, otus) {
   list(types = column, notes = notes)
 }
 
-matching_notes <- function(x, read, o) {
+matching_notes <- function(x, read, tree, o) {
   in_rows <- sum(loosen(rownames(read$comm$table), rownames(x$B)) %in% rownames(x$B))
   turned <- o$rows == "otus" || (o$rows == "guess" && in_rows == nrow(x$B))
-  names <- unlist(dimnames(read$comm$table))
+  names <- c(unlist(dimnames(read$comm$table)), rownames(tree), tree_tips(tree))
   loose <- loosen(names, c(rownames(x$B), rownames(x$W)))
   changed <- names != loose
   zeros <- if (o$`blank-zero`) sum(is.na(read$comm$table)) else 0
@@ -287,8 +287,8 @@ matching_notes <- function(x, read, o) {
     if (zeros) paste0(basename(o$community), ": ", zeros, " cells were empty and are absences"),
     paste0("types of OTUs: ", length(x$types$labels), ", ", x$types$from),
     if (any(changed)) paste0(
-      basename(o$community), ": names matched though not alike: ",
-      listed(paste(quoted(names[changed]), "with", quoted(loose[changed])), 100)
+      "names matched though not alike: ",
+      listed(paste(quoted(names[changed]), "with", quoted(loose[changed])), Inf)
     ),
     paste0(
       "matched by name: ", nrow(x$W), " communities and ", ncol(x$W), " OTUs in the order of ",
@@ -296,6 +296,8 @@ matching_notes <- function(x, read, o) {
     )
   )
 }
+
+tree_tips <- function(tree) if (inherits(tree, "phylo")) tree$tip.label
 
 # --- errors ------------------------------------------------------------------------------------
 
