@@ -13,10 +13,11 @@
 #include "permtest_data.hpp"
 #include "plain_permtest.hpp"
 
-namespace {
+namespace
+{
 
 constexpr int nLists = 64, nChecked = 8;
-constexpr int euclidean = 6; // as the dialogues count resemblances
+constexpr int euclidean = 6;  // as the dialogues count resemblances
 
 std::vector<std::vector<int>> DrawLists(int s)
 {
@@ -34,13 +35,24 @@ std::vector<std::vector<int>> DrawLists(int s)
     return lists;
 }
 
-bool Same(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+bool Same(double a, double b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
 
 // The steps as they are defined.
 struct PlainSteps {
     explicit PlainSteps(PermTestData& data)
-        : d(data), B(d.s, d.t), U(d.s, d.g), T(d.n, d.t), X(d.n, d.g), DT(d.n, d.n), DX(d.n, d.n),
-          DR(d.n, d.n), S(d.s, d.s), R(d.n, 1)
+        : d(data),
+          B(d.s, d.t),
+          U(d.s, d.g),
+          T(d.n, d.t),
+          X(d.n, d.g),
+          DT(d.n, d.n),
+          DX(d.n, d.n),
+          DR(d.n, d.n),
+          S(d.s, d.s),
+          R(d.n, 1)
     {
     }
 
@@ -65,7 +77,7 @@ struct PlainSteps {
         PlainPermuteResemblance(d.s, d.Sb, list, S);
         for (int k = 0; k < d.n; k++)
             R[k][0] = PlainRao(d.s, d.W[k], S, false, true, d.weights, false, false);
-        PlainResemblance(euclidean, d.n, 1, R, DR); // of one column: the absolute difference
+        PlainResemblance(euclidean, d.n, 1, R, DR);  // of one column: the absolute difference
     }
     void Correlations()
     {
@@ -95,17 +107,26 @@ struct PlainSteps {
 // The steps as the test takes them.
 struct FastSteps {
     FastSteps(PermTestData& data, PermTestData& dataWithPhylogeny)
-        : in(data.input), inWithPhylogeny(dataWithPhylogeny.input),
-          quick(QuickMantel::Make(in, {})), quickWithPhylogeny(QuickMantel::Make(inWithPhylogeny, {}))
+        : in(data.input),
+          inWithPhylogeny(dataWithPhylogeny.input),
+          quick(QuickMantel::Make(in, {})),
+          quickWithPhylogeny(QuickMantel::Make(inWithPhylogeny, {}))
     {
-        if (!quick || !quickWithPhylogeny) std::exit(2); // these data are fit for it
+        if (!quick || !quickWithPhylogeny) std::exit(2);  // these data are fit for it
         w = std::make_unique<QuickMantelWorkspace>(*quick);
         wWithPhylogeny = std::make_unique<QuickMantelWorkspace>(*quickWithPhylogeny);
     }
 
-    void Products(const std::vector<int>& list) { QuickProducts(*quick, *w, list.data()); }
+    void Products(const std::vector<int>& list)
+    {
+        QuickProducts(quick->arrangement, w->columns, list.data());
+    }
     void Distances() { QuickDistances(*quick, *w); }
-    void Entropies(const std::vector<int>& list) { QuickEntropies(*quick, *w, list.data()); }
+    void Entropies(const std::vector<int>& list)
+    {
+        QuickEntropies(quick->arrangement, w->columns, list.data());
+        QuickDifferences(*quick, *w);
+    }
     void Correlations() { QuickCorrelations(*quick, *w, r); }
     void Signal(const std::vector<int>& list)
     {
@@ -124,8 +145,9 @@ bool SameProducts(const PlainSteps& a, const FastSteps& b)
     for (int k = 0; k < a.d.n; k++)
         for (int c = 0; c < a.d.t + a.d.g; c++) {
             const double expected = c < a.d.t ? a.T[k][c] : a.X[k][c - a.d.t];
-            const std::size_t column = static_cast<std::size_t>(c) * b.w->stride;
-            if (!Same(expected, b.w->columns[column + static_cast<std::size_t>(k)])) return false;
+            const std::size_t column = static_cast<std::size_t>(c) * b.w->columns.stride;
+            if (!Same(expected, b.w->columns.columns[column + static_cast<std::size_t>(k)]))
+                return false;
         }
     return true;
 }
@@ -154,8 +176,8 @@ void CheckSteps(Report& report, const char* name, const std::vector<int>& list, 
     report.Same("K1", name, SameProducts(plain, fast));
     plain.Distances();
     fast.Distances();
-    report.Same("K2", name, SamePairs(n, plain.DT, fast.w->DT.cell) &&
-                                SamePairs(n, plain.DX, fast.w->DX.cell));
+    report.Same("K2", name,
+                SamePairs(n, plain.DT, fast.w->DT.cell) && SamePairs(n, plain.DX, fast.w->DX.cell));
     plain.Entropies(list);
     fast.Entropies(list);
     report.Same("K4", name, SamePairs(n, plain.DR, fast.w->DR.cell));
@@ -212,7 +234,7 @@ void LinesOfShape(const Options& options, Report& report, const PermTestShape& s
     }
 }
 
-} // namespace
+}  // namespace
 
 void KernelLines(const Options& options, Report& report)
 {

@@ -6,8 +6,8 @@
 // in doubt the caller works out the exact value.
 #pragma once
 
-/// A value and a bound on its distance from the exact form's value. An error of infinity, or a
-/// value that is not finite, never decides anything.
+/// A value and a bound on its distance from the exact form's value. An error of 0 says that it is
+/// that value, bit for bit; an error that is infinite or NaN never decides anything.
 struct Estimate {
     double value = 0.0;
     double error = 0.0;
@@ -19,7 +19,8 @@ enum class Decision { below, reached, inDoubt };
 /// IsLargerThanOrEqual with one unit in the last place of single precision.
 ///
 /// absolute   compares absolute values
-/// The comparison calls values equal that lie within 1.2e-7 of each other, relatively; estimates
-/// nearer than 1e-6 are in doubt whatever their error, as are numbers so small that single
-/// precision thins out.
+/// The comparison takes values as equal, and so as reached, that are neighbours in single precision:
+/// certainly those within 3e-8 of each other, relatively, and none beyond 2.4e-7. Estimates that
+/// may lie between 3e-8 and 1e-6 are in doubt, as are numbers so small that single precision thins
+/// out.
 Decision Decide(Estimate random, double observed, bool absolute);

@@ -157,10 +157,11 @@ void AddColumn(const FactorGroups& factor, const CentredColumn& column, double* 
     sums.raw += column.rawSumSquares;
 }
 
-Estimate PseudoFEstimate(int n, const GroupSums& sums)
+Estimate PseudoFEstimate(const FactorGroups& factor, const GroupSums& sums)
 {
-    const double error = UnitOf(n) * sums.raw;  // of each sum of squares
+    const double error = UnitOf(static_cast<int>(factor.group.size())) * sums.raw;
     if (!(sums.within > 1e3 * error)) return {0.0, infinity};
+    if (factor.size.size() == 1) return {0.0, 0.0};  // the same sum twice: nothing between
     const double F = (sums.total - sums.within) / sums.within;
     return {F, 4.0 * error * (1.0 + std::fabs(F)) / sums.within};
 }

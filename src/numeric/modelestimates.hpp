@@ -58,6 +58,13 @@ struct FactorGroups {
 struct GroupSums {
     double within = 0.0, total = 0.0;
     double raw = 0.0;  // of the values before they were centred
+    GroupSums& operator+=(const GroupSums& other)
+    {
+        within += other.within;
+        total += other.total;
+        raw += other.raw;
+        return *this;
+    }
 };
 
 /// Adds one column to the sums. Squared Euclidean distances of all pairs over the number of
@@ -65,5 +72,5 @@ struct GroupSums {
 void AddColumn(const FactorGroups& factor, const CentredColumn& column, double* work,
                GroupSums& sums);
 
-/// Between over within sum of squares, of n objects.
-Estimate PseudoFEstimate(int n, const GroupSums& sums);
+/// Between over within sum of squares; of a factor with a single state exactly 0.
+Estimate PseudoFEstimate(const FactorGroups& factor, const GroupSums& sums);

@@ -6,9 +6,11 @@
 #include "numeric/congruence.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/resemblance.hpp"
+#include "permutation/formulas.hpp"
 #include "permutation/models.hpp"
 
-namespace {
+namespace
+{
 
 using Input = PermTest_FunctionalPhyl_Correl_Input;
 
@@ -64,12 +66,12 @@ void Entropies(const int* list, const PermutationInputs& in, const RaoDissimilar
 {
     const Input& record = in.record;
     for (int k = 0; k < in.n; k++)
-        entropy[k][0] = permuted == nullptr
-                            ? RaoIndex_Weight(prepared, record.W[k], Weights(in),
-                                              record.restrictRao, record.keepScale, list)
-                            : RaoIndex_Weight(in.s, record.W[k], permuted, isDissimilarity,
-                                              sqrtDissim, Weights(in), record.restrictRao,
-                                              record.keepScale);
+        entropy[k][0] =
+            permuted == nullptr
+                ? RaoIndex_Weight(prepared, record.W[k], Weights(in), record.restrictRao,
+                                  record.keepScale, list)
+                : RaoIndex_Weight(in.s, record.W[k], permuted, isDissimilarity, sqrtDissim,
+                                  Weights(in), record.restrictRao, record.keepScale);
 }
 
 void Diversify(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
@@ -86,11 +88,7 @@ void Diversify(const int* list, const PermutationInputs& in, GeneralWorkspace& w
     Entropies(list, in, *in.onPhylogeny,
               permuted == nullptr ? nullptr : static_cast<double**>(*w.SfRnd),
               record.phylIsDissimilarity, record.sqrtPhyl, w.Rp);
-    if (w.scores.has_value())
-        for (int i = 0; i < in.s; i++) {
-            const double* from = list[i] > 0 ? record.pcoaScores[list[i] - 1] : in.noOtu;
-            std::copy(from, from + std::min(record.nPCoA, in.s), w.scores->table[i]);
-        }
+    if (w.scores.has_value()) ReorderScores(list, in, w);
 }
 
 void TakeCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
@@ -154,68 +152,77 @@ void MantelOfPhylogeny(const PermutationInputs& in, GeneralWorkspace& w)
 
 // --- Statistics under Procrustes and RV
 
-double Coefficient(const PermutationInputs& in, int p1, int p2, double** A, double** B)
-{
-    return in.record.measure == procrustes ? ProcrustesCoeff(in.n, p1, p2, A, B)
-                                           : RVcoeff(in.n, p1, p2, A, B);
-}
+struct DataMatrix {
+    int columns;
+    double** rows;
+};
 
-double PartialCoefficient(const PermutationInputs& in, int p1, int p2, double** A, double** B,
-                          int nControl, const ControlBlock* control)
-{
-    return PartialMatrixCorrelation(in.n, p1, p2, A, B, in.record.measure,
-                                    in.record.overfitFactor, nControl, control);
-}
-
-void CoefficientsOfTraits(const PermutationInputs& in, GeneralWorkspace& w)
+DataMatrix MatrixOf(Part part, const PermutationInputs& in, const GeneralWorkspace& w)
 {
     const Input& record = in.record;
-    std::vector<double>& r = w.statistics.value;
-    const ControlBlock traitsAndEntropy[] = {{in.t, record.selectedTraits, w.T},
-                                             {1, nullptr, w.R}};
-    r[rTE] = Coefficient(in, in.t, in.e, w.T, record.E);
-    r[rTY] = Coefficient(in, in.t, in.s, w.T, record.Y);
-    r[rTZ] = Coefficient(in, in.t, in.s, w.T, record.Z);
-    r[rXE] = Coefficient(in, in.g, in.e, w.X, record.E);
-    r[rXY] = Coefficient(in, in.g, in.s, w.X, record.Y);
-    r[rXZ] = Coefficient(in, in.g, in.s, w.X, record.Z);
-    r[rXE_T] = PartialCoefficient(in, in.g, in.e, w.X, record.E, 1, traitsAndEntropy);
-    r[rXY_T] = PartialCoefficient(in, in.g, in.s, w.X, record.Y, 1, traitsAndEntropy);
-    r[rXZ_T] = PartialCoefficient(in, in.g, in.s, w.X, record.Z, 1, traitsAndEntropy);
-    r[rRE] = Coefficient(in, 1, in.e, w.R, record.E);
-    r[rXE_TR] = PartialCoefficient(in, in.g, in.e, w.X, record.E, 2, traitsAndEntropy);
-    if (!w.keepsMatrices) return; // only the file of intermediate results shows these
-    w.statistics.rXT = Coefficient(in, in.g, in.t, w.X, w.T);
-    w.statistics.rXR = Coefficient(in, in.g, 1, w.X, w.R);
-    w.statistics.rTR = Coefficient(in, in.t, 1, w.T, w.R);
+    switch (part) {
+    case Part::T: return {in.t, w.T};
+    case Part::X: return {in.g, w.X};
+    case Part::P: return {in.f, w.P};
+    case Part::R: return {1, w.R};
+    case Part::Rp: return {1, w.Rp};
+    case Part::E: return {in.e, record.E};
+    case Part::Y: return {in.s, record.Y};
+    default: return {in.s, record.Z};
+    }
 }
 
-void CoefficientsOfPhylogeny(const PermutationInputs& in, GeneralWorkspace& w)
+double Coefficient(int measure, int n, const DataMatrix& A, const DataMatrix& B)
 {
-    const Input& record = in.record;
-    std::vector<double>& r = w.statistics.value;
-    const ControlBlock traits = {in.t, record.selectedTraits, w.T};
+    return measure == procrustes ? ProcrustesCoeff(n, A.columns, B.columns, A.rows, B.rows)
+                                 : RVcoeff(n, A.columns, B.columns, A.rows, B.rows);
+}
+
+double PartialCoefficient(const Formula& formula, const PermutationInputs& in,
+                          const GeneralWorkspace& w)
+{
+    const DataMatrix A = MatrixOf(formula.first, in, w), B = MatrixOf(formula.second, in, w);
+    const ControlBlock traits = {in.t, in.record.selectedTraits, w.T};
+    const ControlBlock entropy = {1, nullptr, w.R};
     const ControlBlock types = {in.g, nullptr, w.X};
     const ControlBlock taxa = {in.f, nullptr, w.P};
-    const ControlBlock traitsAndTaxa[] = {traits, taxa};
-    r[roPE] = Coefficient(in, in.e, in.f, record.E, w.P);
-    r[roPT] = Coefficient(in, in.t, in.f, w.T, w.P);
-    r[roPX] = Coefficient(in, in.g, in.f, w.X, w.P);
-    r[roPX_T] = PartialCoefficient(in, in.f, in.g, w.P, w.X, 1, &traits);
-    r[roPE_T] = PartialCoefficient(in, in.f, in.e, w.P, record.E, 1, &traits);
-    r[roPE_X] = PartialCoefficient(in, in.f, in.e, w.P, record.E, 1, &types);
-    r[roTE_P] = PartialCoefficient(in, in.t, in.e, w.T, record.E, 1, &taxa);
-    r[roXE_P] = PartialCoefficient(in, in.g, in.e, w.X, record.E, 1, &taxa);
-    r[roXE_TP] = PartialCoefficient(in, in.g, in.e, w.X, record.E, 2, traitsAndTaxa);
-    r[rFE] = Coefficient(in, 1, in.e, w.Rp, record.E);
-    if (!w.hasPermutedOtus) return;
-    const int p = record.nPCoA;
-    r[roBF] = record.measure == procrustes
-                  ? ProcrustesCoeff(in.s, in.t, p, *in.normalizedB, *w.scores)
-                  : RVcoeff(in.s, in.t, p, *in.normalizedB, *w.scores);
+    const ControlBlock sets[nControls][2] = {{},      {traits}, {traits, entropy},
+                                             {types}, {taxa},   {traits, taxa}};
+    const int set = static_cast<int>(formula.control);
+    const int nBlocks = sets[set][1].columns > 0 ? 2 : 1;
+    return PartialMatrixCorrelation(in.n, A.columns, B.columns, A.rows, B.rows, in.record.measure,
+                                    in.record.overfitFactor, nBlocks, sets[set]);
 }
 
-// --- A whole arrangement
+double CoefficientOf(const Formula& formula, const PermutationInputs& in, const GeneralWorkspace& w)
+{
+    if (formula.control != Control::none) return PartialCoefficient(formula, in, w);
+    return Coefficient(in.record.measure, in.n, MatrixOf(formula.first, in, w),
+                       MatrixOf(formula.second, in, w));
+}
+
+double Signal(const PermutationInputs& in, const GeneralWorkspace& w)
+{
+    return Coefficient(in.record.measure, in.s, {in.t, *in.normalizedB},
+                       {in.record.nPCoA, *w.scores});
+}
+
+void EvaluateCoefficients(const PermutationInputs& in, GeneralWorkspace& w)
+{
+    for (const Formula& formula : formulas)
+        if (in.withPhylogeny || !formula.needsPhylogeny)
+            w.statistics.value[formula.statistic] = CoefficientOf(formula, in, w);
+    if (in.withPhylogeny && w.hasPermutedOtus) w.statistics.value[roBF] = Signal(in, w);
+    if (!w.keepsMatrices) return;  // only the file of intermediate results shows these
+    const int measure = in.record.measure;
+    const DataMatrix T = MatrixOf(Part::T, in, w), X = MatrixOf(Part::X, in, w);
+    const DataMatrix R = MatrixOf(Part::R, in, w);
+    w.statistics.rXT = Coefficient(measure, in.n, X, T);
+    w.statistics.rXR = Coefficient(measure, in.n, X, R);
+    w.statistics.rTR = Coefficient(measure, in.n, T, R);
+}
+
+}  // namespace
 
 void EvaluateStatistics(const PermutationInputs& in, GeneralWorkspace& w)
 {
@@ -227,15 +234,32 @@ void EvaluateStatistics(const PermutationInputs& in, GeneralWorkspace& w)
         PartialMantel(w.statistics, in.withPhylogeny);
         break;
     case procrustes:
-    case rvCoefficient:
-        CoefficientsOfTraits(in, w);
-        if (in.withPhylogeny) CoefficientsOfPhylogeny(in, w);
-        break;
+    case rvCoefficient: EvaluateCoefficients(in, w); break;
     case linearRegression: EvaluateRegression(in, w); break;
     case varianceAnalysis: EvaluateAnova(in, w); break;
     default: break;
     }
 }
+
+double ExactCoefficient(Statistic statistic, const PermutationInputs& in, const GeneralWorkspace& w)
+{
+    for (const Formula& formula : formulas)
+        if (formula.statistic == statistic) return CoefficientOf(formula, in, w);
+    return Signal(in, w);
+}
+
+void ReorderScores(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
+{
+    for (int i = 0; i < in.s; i++) {
+        const double* from = list[i] > 0 ? in.record.pcoaScores[list[i] - 1] : in.noOtu;
+        std::copy(from, from + std::min(in.record.nPCoA, in.s), w.scores->table[i]);
+    }
+}
+
+namespace
+{
+
+// --- A whole arrangement
 
 void MoveOtus(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
@@ -248,7 +272,7 @@ void MoveOtus(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 void MoveCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     TakeCommunities(list, in, w);
-    w.hasPermutedOtus = false; // no OTU moves, so ro(BF) has no null distribution
+    w.hasPermutedOtus = false;  // no OTU moves, so ro(BF) has no null distribution
     EvaluateStatistics(in, w);
 }
 
@@ -269,14 +293,23 @@ private:
     GeneralWorkspace w;
 };
 
-} // namespace
+}  // namespace
 
 GeneralWorkspace::GeneralWorkspace(const PermutationInputs& in, bool keeps)
-    : keepsMatrices(keeps), statistics(in.model.nValues), T(in.n, in.t + 2), X(in.n, in.g),
-      P(in.n, in.f), R(in.n, 1), Rp(in.n, 1), DT(in.usesResemblances ? in.n : 0, in.n),
-      DX(in.usesResemblances ? in.n : 0, in.n), DP(in.usesResemblances ? in.n : 0, in.n),
-      DR(in.usesResemblances ? in.n : 0, in.n), DRp(in.usesResemblances ? in.n : 0, in.n),
-      rowsB(static_cast<std::size_t>(in.s)), rowsU(static_cast<std::size_t>(in.s)),
+    : keepsMatrices(keeps),
+      statistics(in.model.nValues),
+      T(in.n, in.t + 2),
+      X(in.n, in.g),
+      P(in.n, in.f),
+      R(in.n, 1),
+      Rp(in.n, 1),
+      DT(in.usesResemblances ? in.n : 0, in.n),
+      DX(in.usesResemblances ? in.n : 0, in.n),
+      DP(in.usesResemblances ? in.n : 0, in.n),
+      DR(in.usesResemblances ? in.n : 0, in.n),
+      DRp(in.usesResemblances ? in.n : 0, in.n),
+      rowsB(static_cast<std::size_t>(in.s)),
+      rowsU(static_cast<std::size_t>(in.s)),
       rowsQ(static_cast<std::size_t>(in.s))
 {
     // A draw beyond the pool of occurrences has no OTU, and so no prepared dissimilarity.

@@ -11,7 +11,8 @@
 #include "numeric/statistics.hpp"
 #include "shell/scanners.hpp"
 
-namespace {
+namespace
+{
 
 using Input = PermTest_FunctionalPhyl_Correl_Input;
 
@@ -22,8 +23,7 @@ std::vector<OwnedInts> FactorStates(const Input& record)
     if (record.measure != varianceAnalysis) return factors;
     for (int j = 0; j < record.nEnvSelected; j++) {
         factors.emplace_back(record.nCommunities);
-        for (int k = 0; k < record.nCommunities; k++)
-            factors.back()[k] = ToInt(record.E[k][j]);
+        for (int k = 0; k < record.nCommunities; k++) factors.back()[k] = ToInt(record.E[k][j]);
     }
     return factors;
 }
@@ -95,17 +95,26 @@ bool IsWhole(const RaoDissimilarity& d)
     return !d.hasMissing && !d.hasNonFinite;
 }
 
-} // namespace
+}  // namespace
 
 PermutationInputs::PermutationInputs(Input& input)
-    : record(input), n(record.nCommunities), s(record.nOTUs), t(record.nTraits),
-      g(record.nTypes), f(record.hasPhylogenyInput ? record.nTaxa : 0), e(record.nEnvSelected),
-      withPhylogeny(record.hasPhylogenyInput), usesResemblances(record.measure == mantel || record.measure == varianceAnalysis),
-      moveTaxa(record.shuffleKind == 't'), orderLength(moveTaxa ? s : n),
+    : record(input),
+      n(record.nCommunities),
+      s(record.nOTUs),
+      t(record.nTraits),
+      g(record.nTypes),
+      f(record.hasPhylogenyInput ? record.nTaxa : 0),
+      e(record.nEnvSelected),
+      withPhylogeny(record.hasPhylogenyInput),
+      usesResemblances(record.measure == mantel || record.measure == varianceAnalysis),
+      moveTaxa(record.shuffleKind == 't'),
+      orderLength(moveTaxa ? s : n),
       resemblanceOption(TranslateReseOpt_KELPRA_DORNEL(record.communityResemblance)),
-      model(record), comparisons(Comparisons(input)),
+      model(record),
+      comparisons(Comparisons(input)),
       onTraits(s, record.Sb, false, record.sqrtTraits),
-      noOtu(std::max({t, g, f, s})), factors(FactorStates(record))
+      noOtu(std::max({t, g, f, s})),
+      factors(FactorStates(record))
 {
     UpperToLowerMatrix(s, record.Sb);
     if (withPhylogeny) {
@@ -144,4 +153,16 @@ bool HasWholeResemblances(const PermutationInputs& in)
 {
     return HasPlainTriangle(in.n, in.record.DE) && HasPlainTriangle(in.n, in.record.DY) &&
            HasPlainTriangle(in.n, in.record.DZ);
+}
+
+bool HasWholeVariables(const PermutationInputs& in)
+{
+    if (!HasPlainNumbers(in.n, in.e, in.record.E)) return false;
+    for (int j = 0; j < in.e; j++) {
+        double mean = 0.0;
+        for (int k = 0; k < in.n; k++) mean += in.record.E[k][j] / in.n;
+        for (int k = 0; k < in.n; k++)  // the mean's last bits depend on how it is summed
+            if (std::fabs(in.record.E[k][j] - mean - missingValue) < 1e-3) return false;
+    }
+    return true;
 }

@@ -10,22 +10,12 @@
 #include "numeric/triangle.hpp"
 #include "permutation/kernels.hpp"
 
-namespace {
+namespace
+{
 
 std::size_t Size(int n)
 {
     return static_cast<std::size_t>(n);
-}
-
-std::size_t RoundUp(std::size_t n)
-{
-    return (n + columnBlock - 1) / columnBlock * columnBlock;
-}
-
-/// Columns may be read a block beyond the last community.
-std::size_t ColumnStride(int n)
-{
-    return RoundUp(Size(n)) + kernelBlock;
 }
 
 std::size_t PairsOf(int n)
@@ -60,7 +50,8 @@ Means MeansOf(std::size_t nPairs, const double* a, const double* b, const double
 
 /// Correlations of DT, DX and DR with the fixed resemblances and with one another. The triangles
 /// become deviations from their means.
-void CorrelateTraits(const QuickMantel& quick, QuickMantelWorkspace& w, ArrangementStatistics& result)
+void CorrelateTraits(const QuickMantel& quick, QuickMantelWorkspace& w,
+                     ArrangementStatistics& result)
 {
     const Means mean = MeansOf(quick.nPairs, w.DT.cell, w.DX.cell, w.DR.cell);
     const double means[] = {mean.first, mean.second, mean.third};
@@ -109,18 +100,6 @@ void CorrelatePhylogeny(const QuickMantel& quick, const QuickMantelWorkspace& w,
 
 // --- Products and distances
 
-/// Brings the first t columns to unit length.
-void NormalizeTraits(const QuickMantel& quick, QuickMantelWorkspace& w)
-{
-    for (int j = 0; j < quick.t; j++) {
-        double* column = w.columns + Size(j) * w.stride;
-        double sumSquares = 0.0;
-        for (int k = 0; k < quick.n; k++) sumSquares += column[k] * column[k];
-        const double length = sumSquares > 0.0 ? std::sqrt(sumSquares) : 1.0;
-        for (int k = 0; k < quick.n; k++) column[k] /= length;
-    }
-}
-
 /// Brings the rows of p columns to unit length, for chord distances.
 void NormalizeRowsOf(const QuickMantel& quick, int p, double* columns, std::size_t stride,
                      double* length)
@@ -136,81 +115,17 @@ void NormalizeRowsOf(const QuickMantel& quick, int p, double* columns, std::size
         for (int k = 0; k < quick.n; k++) columns[Size(j) * stride + Size(k)] /= length[k];
 }
 
-void CompositionDistances(const QuickMantel& quick, QuickMantelWorkspace& w, int firstColumn, int p,
+void CompositionDistances(const QuickMantel& quick, QuickMantelWorkspace& w, double* columns, int p,
                           Deviations& out)
 {
     const PermutationKernels& kernels = ActiveKernels();
-    double* columns = w.columns + Size(firstColumn) * w.stride;
     if (quick.in.resemblanceOption == absoluteValueMeasure) {
-        kernels.cityBlock(quick.n, p, columns, w.stride, out.cell);
+        kernels.cityBlock(quick.n, p, columns, w.columns.stride, out.cell);
         return;
     }
     if (quick.in.resemblanceOption == chordMeasure)
-        NormalizeRowsOf(quick, p, columns, w.stride, w.length);
-    kernels.euclidean(quick.n, p, columns, w.stride, out.cell);
-}
-
-// --- Entropies
-
-/// Sums of the entropies of four communities side by side, each over its OTU pairs in order.
-void GroupEntropies(const RichnessGroup& group, const RaoDissimilarity& dissimilarity,
-                    const int* list, int* otu, double* entropy)
-{
-    double** const d = dissimilarity.d;
-    const double* share = group.share.data();
-    for (std::size_t m = 0; m < group.otu.size(); m++) otu[m] = list[group.otu[m]] - 1;
-    double sum[4] = {};
-    for (int a = 0; a < group.richness; a++) {
-        const double* rows[4];
-        double own[4];
-        for (int l = 0; l < 4; l++) {
-            rows[l] = d[otu[4 * a + l]];
-            own[l] = share[4 * a + l];
-        }
-        for (int b = 0; b < group.richness; b++) {
-            const double* other = share + 4 * b;
-            const int* place = otu + 4 * b;
-            sum[0] += other[0] * rows[0][place[0]] * own[0];
-            sum[1] += other[1] * rows[1][place[1]] * own[1];
-            sum[2] += other[2] * rows[2][place[2]] * own[2];
-            sum[3] += other[3] * rows[3][place[3]] * own[3];
-        }
-    }
-    for (int l = 0; l < 4; l++)
-        if (group.community[l] >= 0) entropy[group.community[l]] = sum[l];
-}
-
-/// Communities of similar richness in groups of four.
-std::vector<RichnessGroup> GroupByRichness(const QuickMantel& quick)
-{
-    std::vector<int> order(Size(quick.n));
-    std::iota(order.begin(), order.end(), 0);
-    const auto richness = [&quick](int k) {
-        return quick.firstPresent[Size(k) + 1] - quick.firstPresent[Size(k)];
-    };
-    std::stable_sort(order.begin(), order.end(),
-                     [&](int a, int b) { return richness(a) > richness(b); });
-    std::vector<RichnessGroup> groups;
-    for (std::size_t first = 0; first < order.size(); first += 4) {
-        RichnessGroup group;
-        group.richness = richness(order[first]);
-        group.otu.assign(Size(group.richness) * 4, 0);
-        group.share.assign(Size(group.richness) * 4, 0.0);
-        for (std::size_t l = 0; l < 4; l++) {
-            group.community[l] = first + l < order.size() ? order[first + l] : -1;
-            if (group.community[l] < 0) continue;
-            const std::size_t start = Size(quick.firstPresent[Size(group.community[l])]);
-            const std::size_t count = Size(richness(group.community[l]));
-            double total = 0.0; // absent OTUs add nothing to it
-            for (std::size_t m = 0; m < count; m++) total += quick.performance[start + m];
-            for (std::size_t m = 0; m < count; m++) {
-                group.otu[4 * m + l] = quick.present[start + m];
-                group.share[4 * m + l] = quick.performance[start + m] / total;
-            }
-        }
-        groups.push_back(std::move(group));
-    }
-    return groups;
+        NormalizeRowsOf(quick, p, columns, w.columns.stride, w.length);
+    kernels.euclidean(quick.n, p, columns, w.columns.stride, out.cell);
 }
 
 OwnedRows BothTriangles(int n, double** upper)
@@ -231,7 +146,7 @@ void KeepObserved(const ObservedResemblances& observed, QuickMantel& quick)
     quick.observedDRp = BothTriangles(quick.n, observed.DRp);
 }
 
-} // namespace
+}  // namespace
 
 Deviations::Deviations(std::size_t nPairs) : cell(nPairs + kernelBlock) {}
 
@@ -241,68 +156,43 @@ std::unique_ptr<QuickMantel> QuickMantel::Make(const PermutationInputs& in,
     const int option = in.resemblanceOption;
     const bool isKnown =
         option == euclideanMeasure || option == absoluteValueMeasure || option == chordMeasure;
-    if (in.record.measure != mantel || in.n < 3 || in.s < 2 || !isKnown || !HasOrdinaryOtus(in) ||
-        !HasWholeTraits(in) || !HasOrdinaryComposition(in) || !HasWholeResemblances(in))
+    if (in.record.measure != mantel || in.n < 3 || in.s < 2 || !isKnown ||
+        !QuickArrangement::Covers(in) || !HasWholeResemblances(in))
         return nullptr;
     return std::make_unique<QuickMantel>(in, observed);
 }
 
-QuickMantel::QuickMantel(const PermutationInputs& inputs,
-                         const ObservedResemblances& observed)
-    : n(inputs.n),
-      s(inputs.s),
-      t(inputs.t),
-      g(inputs.g),
-      f(inputs.f),
-      nColumns(t + g + f),
-      width(RoundUp(Size(nColumns))),
+QuickMantel::QuickMantel(const PermutationInputs& inputs, const ObservedResemblances& observed)
+    : in(inputs),
+      arrangement(in),
+      n(in.n),
+      s(in.s),
       nPairs(PairsOf(n)),
-      otus(Size(s) * width),
       DE(nPairs),
       DY(nPairs),
       DZ(nPairs),
       nOtuPairs(PairsOf(s)),
-      Sb(inputs.withPhylogeny ? nOtuPairs : 0),
-      in(inputs)
+      Sb(in.withPhylogeny ? nOtuPairs : 0)
 {
     const PermTest_FunctionalPhyl_Correl_Input& record = in.record;
-    for (int i = 0; i < s; i++) {
-        double* row = otus + Size(i) * width;
-        for (int j = 0; j < t; j++) row[j] = record.selectedTraits[j] == 1 ? record.B[i][j] : 0.0;
-        std::copy(record.U[i], record.U[i] + g, row + t);
-        if (f > 0) std::copy(record.Q[i], record.Q[i] + f, row + t + g);
-    }
-    for (int k = 0; k < n; k++) {
-        firstPresent.push_back(static_cast<int>(present.size()));
-        for (int i = 0; i < s; i++) {
-            if (record.W[k][i] == 0.0) continue;
-            present.push_back(i);
-            performance.push_back(record.W[k][i]);
-        }
-    }
-    firstPresent.push_back(static_cast<int>(present.size()));
     Center(n, record.DE, DE);
     Center(n, record.DY, DY);
     Center(n, record.DZ, DZ);
     if (in.withPhylogeny) Center(s, record.Sb, Sb);
-    groups = GroupByRichness(*this);
     if (!in.moveTaxa) KeepObserved(observed, *this);
 }
 
 QuickMantelWorkspace::QuickMantelWorkspace(const QuickMantel& prepared)
-    : quick(prepared), stride(ColumnStride(quick.n)),
-      row(quick.width),
-      columns(Size(quick.nColumns) * stride),
-      length(stride),
+    : quick(prepared),
+      columns(quick.arrangement),
+      length(columns.stride),
       DT(quick.nPairs),
       DX(quick.nPairs),
-      DP(quick.f > 0 ? quick.nPairs : 0),
+      DP(quick.in.withPhylogeny ? quick.nPairs : 0),
       DR(quick.nPairs),
-      DRp(quick.f > 0 ? quick.nPairs : 0),
-      R(stride),
-      Rp(stride),
+      DRp(quick.in.withPhylogeny ? quick.nPairs : 0),
       Sf(quick.in.withPhylogeny ? quick.nOtuPairs : 0),
-      otu(Size(quick.s) * 4), statistics(0)
+      statistics(0)
 {
 }
 
@@ -323,38 +213,22 @@ std::unique_ptr<Evaluator> QuickMantel::NewEvaluator() const
     return std::make_unique<QuickMantelWorkspace>(*this);
 }
 
-void QuickProducts(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list)
-{
-    const PermutationKernels& kernels = ActiveKernels();
-    for (int k = 0; k < quick.n; k++) {
-        const int first = quick.firstPresent[Size(k)];
-        kernels.weightedRows(quick.otus, quick.width, quick.firstPresent[Size(k) + 1] - first,
-                             quick.present.data() + first, quick.performance.data() + first, list,
-                             w.row);
-        for (int c = 0; c < quick.nColumns; c++) w.columns[Size(c) * w.stride + Size(k)] = w.row[c];
-    }
-    NormalizeTraits(quick, w);
-}
-
 void QuickDistances(const QuickMantel& quick, QuickMantelWorkspace& w)
 {
-    ActiveKernels().euclidean(quick.n, quick.t, w.columns, w.stride, w.DT.cell);
-    CompositionDistances(quick, w, quick.t, quick.g, w.DX);
-    if (quick.in.withPhylogeny) CompositionDistances(quick, w, quick.t + quick.g, quick.f, w.DP);
+    const PermutationInputs& in = quick.in;
+    ActiveKernels().euclidean(in.n, in.t, w.columns.Traits(), w.columns.stride, w.DT.cell);
+    CompositionDistances(quick, w, w.columns.Types(), in.g, w.DX);
+    if (in.withPhylogeny) CompositionDistances(quick, w, w.columns.Taxa(), in.f, w.DP);
 }
 
-void QuickEntropies(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list)
+void QuickDifferences(const QuickMantel& quick, QuickMantelWorkspace& w)
 {
-    for (const RichnessGroup& group : quick.groups)
-        GroupEntropies(group, quick.in.onTraits, list, w.otu.data(), w.R);
-    PackDifferences(quick.n, w.R, w.DR.cell);
-    if (!quick.in.withPhylogeny) return;
-    for (const RichnessGroup& group : quick.groups)
-        GroupEntropies(group, *quick.in.onPhylogeny, list, w.otu.data(), w.Rp);
-    PackDifferences(quick.n, w.Rp, w.DRp.cell);
+    PackDifferences(quick.n, w.columns.R, w.DR.cell);
+    if (quick.in.withPhylogeny) PackDifferences(quick.n, w.columns.Rp, w.DRp.cell);
 }
 
-void QuickCorrelations(const QuickMantel& quick, QuickMantelWorkspace& w, ArrangementStatistics& result)
+void QuickCorrelations(const QuickMantel& quick, QuickMantelWorkspace& w,
+                       ArrangementStatistics& result)
 {
     CorrelateTraits(quick, w, result);
     if (quick.in.withPhylogeny) CorrelatePhylogeny(quick, w, result);
@@ -371,17 +245,18 @@ double QuickSignal(const QuickMantel& quick, QuickMantelWorkspace& w, const int*
 }
 
 void QuickTaxaShuffle(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list,
-                     ArrangementStatistics& result)
+                      ArrangementStatistics& result)
 {
-    QuickProducts(quick, w, list);
+    QuickProducts(quick.arrangement, w.columns, list);
     QuickDistances(quick, w);
-    QuickEntropies(quick, w, list);
+    QuickEntropies(quick.arrangement, w.columns, list);
+    QuickDifferences(quick, w);
     QuickCorrelations(quick, w, result);
     if (quick.in.withPhylogeny) result.value[roBF] = QuickSignal(quick, w, list);
 }
 
 void QuickSiteShuffle(const QuickMantel& quick, QuickMantelWorkspace& w, const int* list,
-                     ArrangementStatistics& result)
+                      ArrangementStatistics& result)
 {
     PackReordered(quick.n, quick.observedDT, list, w.DT.cell);
     PackReordered(quick.n, quick.observedDX, list, w.DX.cell);

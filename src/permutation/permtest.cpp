@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "numeric/congruence.hpp"
+#include "permutation/estimating.hpp"
 #include "permutation/general.hpp"
 #include "permutation/intermediate.hpp"
 #include "permutation/lists.hpp"
@@ -15,7 +16,8 @@
 #include "shell/console.hpp"
 #include "shell/failure.hpp"
 
-namespace {
+namespace
+{
 
 using Input = PermTest_FunctionalPhyl_Correl_Input;
 
@@ -25,6 +27,7 @@ std::unique_ptr<Form> ChooseForm(const PermutationInputs& in, const GeneralWorks
     const ObservedResemblances resemblances = {observed.DT, observed.DX, observed.DP, observed.DR,
                                                observed.DRp};
     if (auto mantel = QuickMantel::Make(in, resemblances)) return mantel;
+    if (auto estimating = EstimatingForm::Make(in)) return estimating;
     return std::make_unique<GeneralForm>(in);
 }
 
@@ -43,7 +46,8 @@ class Batch
 {
 public:
     Batch(const PermutationInputs& inputs, const Form& form, int nThreads)
-        : in(inputs), capacity(nThreads * ordersPerThread),
+        : in(inputs),
+          capacity(nThreads * ordersPerThread),
           orders(static_cast<std::size_t>(capacity) * static_cast<std::size_t>(in.orderLength))
     {
         for (int thread = 0; thread < nThreads; thread++) {
@@ -52,10 +56,7 @@ public:
         }
     }
 
-    int* Order(int m)
-    {
-        return orders.data() + static_cast<std::ptrdiff_t>(m) * in.orderLength;
-    }
+    int* Order(int m) { return orders.data() + static_cast<std::ptrdiff_t>(m) * in.orderLength; }
 
     /// Evaluates the first `count` orders and adds up their counts. Nothing in the loop draws; a
     /// failure waits for its end, which nothing may leave before.
@@ -95,9 +96,9 @@ public:
     const int capacity;
 
 private:
-    std::vector<int> orders; // capacity x orderLength
-    std::vector<std::unique_ptr<Evaluator>> evaluators; // one a thread
-    std::vector<std::vector<double>> counts;            // the same
+    std::vector<int> orders;                             // capacity x orderLength
+    std::vector<std::unique_ptr<Evaluator>> evaluators;  // one a thread
+    std::vector<std::vector<double>> counts;             // the same
 };
 
 void Permute(const PermutationInputs& in, const Form& form, std::vector<double>& counts)
@@ -106,7 +107,7 @@ void Permute(const PermutationInputs& in, const Form& form, std::vector<double>&
     ListDrawer drawer(in);
     const int nThreads = std::max(1, omp_get_max_threads());
     Batch batch(in, form, nThreads);
-    int size = nThreads; // grows until a batch is worth waking the team, and no more: it is silent
+    int size = nThreads;  // grows until a batch is worth waking the team, and no more: it is silent
     for (long iteration = 1; iteration < nIter;) {
         const double start = omp_get_wtime();
         const int count = static_cast<int>(std::min<long>(size, nIter - iteration));
@@ -157,7 +158,7 @@ void StoreObserved(Input& record, const PermutationInputs& in, const GeneralWork
         record.results[roBF] = -record.results[roBF];
 }
 
-} // namespace
+}  // namespace
 
 bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
 {
@@ -173,7 +174,7 @@ bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
         PermuteAndWrite(in, *observed, counts);
     } else if (record.nIter > 1) {
         const std::unique_ptr<Form> form = ChooseForm(in, *observed);
-        observed.reset(); // before the threads get their own
+        observed.reset();  // before the threads get their own
         Permute(in, *form, counts);
     }
     for (std::size_t c = 0; c < counts.size(); c++)

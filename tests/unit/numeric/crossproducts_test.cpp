@@ -175,22 +175,28 @@ TEST_CASE("a decision stands only outside the bound and the grain of the compari
         bool absolute;
         Decision expected;
     };
-    const Case cases[] = {{{0.5, 0.0}, 0.4, false, Decision::reached},
-                          {{0.3, 0.0}, 0.4, false, Decision::below},
-                          {{-0.5, 0.0}, 0.4, true, Decision::reached},
-                          {{-0.5, 0.0}, 0.4, false, Decision::below},
-                          {{0.3, 0.0}, -0.4, true, Decision::below},
-                          {{0.4, 0.0}, 0.4, false, Decision::inDoubt},
-                          {{0.4 * (1 + 5e-7), 0.0}, 0.4, false, Decision::inDoubt},
-                          {{0.4 * (1 + 2e-6), 0.0}, 0.4, false, Decision::reached},
+    constexpr double e = 1e-12;
+    const Case cases[] = {{{0.5, e}, 0.4, false, Decision::reached},
+                          {{0.3, e}, 0.4, false, Decision::below},
+                          {{-0.5, e}, 0.4, true, Decision::reached},
+                          {{-0.5, e}, 0.4, false, Decision::below},
+                          {{0.3, e}, -0.4, true, Decision::below},
+                          {{0.4, e}, 0.4, false, Decision::reached}, // a tie, well known
+                          {{0.4 * (1 - 2e-8), e}, 0.4, false, Decision::reached},
+                          {{0.4 * (1 - 5e-8), e}, 0.4, false, Decision::inDoubt},
+                          {{0.4, 2e-8}, 0.4, false, Decision::inDoubt}, // a tie, less well known
+                          {{0.4 * (1 + 5e-7), e}, 0.4, false, Decision::inDoubt},
+                          {{0.4 * (1 + 2e-6), e}, 0.4, false, Decision::reached},
                           {{0.5, 0.2}, 0.4, false, Decision::inDoubt},
-                          {{0.0, 0.0}, 1e-31, false, Decision::inDoubt},
-                          {{nan, 0.0}, 0.4, false, Decision::inDoubt},
+                          {{0.0, e}, 1e-31, false, Decision::inDoubt},
+                          {{nan, e}, 0.4, false, Decision::inDoubt},
                           {{0.5, nan}, 0.4, false, Decision::inDoubt},
                           {{0.5, inf}, 0.4, false, Decision::inDoubt},
-                          {{0.5, 0.0}, nan, false, Decision::inDoubt},
-                          {{inf, 0.0}, 0.4, false, Decision::inDoubt},
-                          {{0.5, 0.0}, inf, false, Decision::inDoubt}};
+                          {{0.5, e}, nan, false, Decision::inDoubt},
+                          {{inf, e}, 0.4, false, Decision::inDoubt},
+                          {{0.5, e}, inf, false, Decision::inDoubt},
+                          {{0.4, 0.0}, 0.4, false, Decision::reached},  // known to the last bit
+                          {{0.4 * (1 - 5e-7), 0.0}, 0.4, false, Decision::below}};
     for (const Case& c : cases) {
         CAPTURE(c.random.value);
         CAPTURE(c.observed);

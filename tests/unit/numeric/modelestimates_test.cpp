@@ -83,7 +83,7 @@ TEST_CASE("estimated pseudo-F: sums of squared distances from one pass")
     const double within = (25.25 + 68.0) / 2;
     const double total =
         (25.25 + 14.5 + 56.5 + 44.5 + 51.25 + 69.25 + 3.25 + 20.0 + 68.0 + 72.0) / 5;
-    CheckEstimate(PseudoFEstimate(6, sums), (total - within) / within);
+    CheckEstimate(PseudoFEstimate(factor, sums), (total - within) / within);
 
     const int own[] = {1, 2, 3, 4, 5, 6};  // a state for each: nothing lies within
     const int all[] = {1, 1, 1, 1, 1, 1};
@@ -91,5 +91,5 @@ TEST_CASE("estimated pseudo-F: sums of squared distances from one pass")
     double room[6];
     GroupSums none;
     AddColumn(alone, Column(6, data, 0).view, room, none);
-    CHECK(std::isinf(PseudoFEstimate(6, none).error));
+    CHECK(std::isinf(PseudoFEstimate(alone, none).error));
 }

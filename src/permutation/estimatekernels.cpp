@@ -1,0 +1,10 @@
+#include "permutation/estimatekernels.hpp"
+
+#include "numeric/vectorpath.hpp"
+
+KELPRA_DECLARE_ON_PATHS(const EstimateKernels estimateKernels)
+
+const EstimateKernels& ActiveEstimateKernels()
+{
+    return KELPRA_ON_ACTIVE_PATH(estimateKernels);
+}

@@ -1,0 +1,125 @@
+#include "permutation/estimating.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "numeric/congruence.hpp"
+#include "permutation/estimatedcoefficients.hpp"
+#include "permutation/estimatedmodels.hpp"
+
+namespace
+{
+
+std::unique_ptr<Estimation> EstimationOf(const PermutationInputs& in)
+{
+    switch (in.record.measure) {
+    case procrustes:
+    case rvCoefficient: return EstimateCoefficients(in);
+    case linearRegression: return EstimateRegression(in);
+    case varianceAnalysis: return EstimateAnova(in);
+    default: return nullptr;
+    }
+}
+
+void CopyBlock(int n, int count, const double* columns, std::size_t stride, double** out)
+{
+    for (int j = 0; j < count; j++)
+        for (int k = 0; k < n; k++)
+            out[k][j] = columns[static_cast<std::size_t>(j) * stride + static_cast<std::size_t>(k)];
+}
+
+}  // namespace
+
+std::unique_ptr<EstimatingForm> EstimatingForm::Make(const PermutationInputs& in)
+{
+    if (in.n < 3 || in.s < 2 || !QuickArrangement::Covers(in)) return nullptr;
+    std::unique_ptr<Estimation> estimation = EstimationOf(in);
+    if (!estimation) return nullptr;
+    return std::make_unique<EstimatingForm>(in, std::move(estimation));
+}
+
+EstimatingForm::EstimatingForm(const PermutationInputs& inputs,
+                               std::unique_ptr<Estimation> prepared)
+    : in(inputs), arrangement(inputs), estimation(std::move(prepared))
+{
+}
+
+std::unique_ptr<Evaluator> EstimatingForm::NewEvaluator() const
+{
+    return std::make_unique<EstimatingEvaluator>(*this);
+}
+
+EstimatingEvaluator::EstimatingEvaluator(const EstimatingForm& prepared)
+    : form(prepared),
+      in(prepared.in),
+      columns(prepared.arrangement),
+      estimator(prepared.estimation->NewEstimator()),
+      estimates(in.comparisons.size()),
+      exact(in, false)
+{
+}
+
+void EstimatingEvaluator::Evaluate(const int* orders, int count, double* counts)
+{
+    for (int m = 0; m < count; m++) {
+        const int* order = orders + static_cast<std::ptrdiff_t>(m) * in.orderLength;
+        Arrange(order);
+        estimator->Evaluate(columns, order, estimates.data());
+        Count(order, counts);
+    }
+}
+
+void EstimatingEvaluator::Arrange(const int* order)
+{
+    isCopied = hasModel = false;
+    nEvaluated++;
+    if (in.moveTaxa) {
+        QuickProducts(form.arrangement, columns, order);
+        QuickEntropies(form.arrangement, columns, order);
+    } else {
+        TakeObserved(form.arrangement, columns, order);
+    }
+}
+
+bool EstimatingEvaluator::Reaches(std::size_t c, const int* order)
+{
+    const Comparison& comparison = in.comparisons[c];
+    const double observed = *comparison.observed;
+    Decision decision = Decide(estimates[c], observed, comparison.absolute);
+    if (decision == Decision::inDoubt)
+        decision = Decide({Exactly(c, order), 0.0}, observed, comparison.absolute);
+    return decision == Decision::reached;
+}
+
+void EstimatingEvaluator::Count(const int* order, double* counts)
+{
+    for (std::size_t c = 0; c < in.comparisons.size(); c++)
+        if (in.comparisons[c].isCounted && Reaches(c, order)) counts[c] += 1.0;
+}
+
+/// The arrangement as the general form holds it, cell for cell the same.
+void EstimatingEvaluator::CopyColumns(const int* order)
+{
+    const double* from = columns.columns;
+    CopyBlock(in.n, in.t, from, columns.stride, exact.T);
+    from += static_cast<std::size_t>(in.t) * columns.stride;
+    CopyBlock(in.n, in.g, from, columns.stride, exact.X);
+    from += static_cast<std::size_t>(in.g) * columns.stride;
+    CopyBlock(in.n, in.f, from, columns.stride, exact.P);
+    CopyBlock(in.n, 1, columns.R, columns.stride, exact.R);
+    if (in.withPhylogeny) CopyBlock(in.n, 1, columns.Rp, columns.stride, exact.Rp);
+    if (in.moveTaxa && exact.scores.has_value()) ReorderScores(order, in, exact);
+    isCopied = true;
+    nInDoubt++;
+}
+
+double EstimatingEvaluator::Exactly(std::size_t comparison, const int* order)
+{
+    if (!isCopied) CopyColumns(order);
+    if (comparison < nStatistics)  // under Procrustes and RV
+        return ExactCoefficient(static_cast<Statistic>(comparison), in, exact);
+    if (!hasModel) EvaluateStatistics(in, exact);
+    hasModel = true;
+    return exact.statistics.value[comparison];
+}

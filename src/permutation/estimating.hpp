@@ -1,0 +1,74 @@
+// The quick form of Procrustes, RV, regression and analysis of variance: an estimating one. T, X, P
+// and the entropies of an arrangement are exact; its statistics are estimated with a bound, and
+// those that come too near the observed value are worked out as the general form does, on the same
+// matrices.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "numeric/estimate.hpp"
+#include "permutation/arrangement.hpp"
+#include "permutation/form.hpp"
+#include "permutation/general.hpp"
+
+/// Estimates the compared statistics of one arrangement after another; one per thread.
+class StatisticEstimator
+{
+public:
+    virtual ~StatisticEstimator() = default;
+    /// columns    the arrangement's matrices
+    /// list       OTUs in their places under taxa shuffle, communities under site shuffle
+    /// out        by comparison (PermutationInputs::comparisons); what is not counted stays open
+    virtual void Evaluate(const ArrangementColumns& columns, const int* list, Estimate* out) = 0;
+};
+
+/// What the estimates of a measure need of a test, worked out once.
+class Estimation
+{
+public:
+    virtual ~Estimation() = default;
+    virtual std::unique_ptr<StatisticEstimator> NewEstimator() const = 0;
+};
+
+class EstimatingForm : public Form
+{
+public:
+    /// Null where the algebra does not cover the measure, the options or the data.
+    static std::unique_ptr<EstimatingForm> Make(const PermutationInputs& in);
+    EstimatingForm(const PermutationInputs& in, std::unique_ptr<Estimation> estimation);
+    std::unique_ptr<Evaluator> NewEvaluator() const override;
+
+    const PermutationInputs& in;  // borrowed
+    const QuickArrangement arrangement;
+    const std::unique_ptr<Estimation> estimation;
+};
+
+class EstimatingEvaluator : public Evaluator
+{
+public:
+    explicit EstimatingEvaluator(const EstimatingForm& form);
+    void Evaluate(const int* orders, int count, double* counts) override;
+
+    /// Arrangements evaluated so far, and how many of them had a statistic in doubt.
+    long Evaluated() const { return nEvaluated; }
+    long InDoubt() const { return nInDoubt; }
+
+private:
+    void Arrange(const int* order);
+    void CopyColumns(const int* order);
+    double Exactly(std::size_t comparison, const int* order);
+    bool Reaches(std::size_t comparison, const int* order);
+    void Count(const int* order, double* counts);
+
+    const EstimatingForm& form;  // borrowed
+    const PermutationInputs& in;
+    ArrangementColumns columns;
+    const std::unique_ptr<StatisticEstimator> estimator;
+    std::vector<Estimate> estimates;
+    GeneralWorkspace exact;  // holds the arrangement if isCopied
+    bool isCopied = false;   // and the models' values if hasModel
+    bool hasModel = false;
+    long nEvaluated = 0, nInDoubt = 0;
+};
