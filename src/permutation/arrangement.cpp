@@ -5,6 +5,7 @@
 #include <numeric>
 #include <utility>
 
+#include "numeric/statistics.hpp"
 #include "permutation/kernels.hpp"
 
 namespace
@@ -60,6 +61,16 @@ void GroupEntropies(const RichnessGroup& group, const RaoDissimilarity& dissimil
         if (group.community[l] >= 0) entropy[group.community[l]] = sum[l];
 }
 
+/// A trait's sum over the OTUs that it is known of, on the scale of the community's total.
+void AverageOverKnown(const QuickArrangement& arrangement, int community, double* row)
+{
+    const double total = arrangement.total[Size(community)];
+    for (int j = 0; j < arrangement.t; j++) {
+        const double known = row[arrangement.nColumns + j];
+        if (known > 0.0) row[j] /= known / total;
+    }
+}
+
 /// Copies rows of M, in the order of the list, into columns.
 void TakeRows(int n, int p, double** M, const int* list, double* columns, std::size_t stride)
 {
@@ -82,7 +93,8 @@ QuickArrangement::QuickArrangement(const PermutationInputs& inputs)
       g(in.g),
       f(in.f),
       nColumns(t + g + f),
-      width(RoundUp(Size(nColumns))),
+      hasHoles(!HasWholeTraits(in)),
+      width(RoundUp(Size(hasHoles ? nColumns + t : nColumns))),
       otus(Size(s) * width)
 {
     LayOutOtus();
@@ -95,7 +107,11 @@ void QuickArrangement::LayOutOtus()
     const PermTest_FunctionalPhyl_Correl_Input& record = in.record;
     for (int i = 0; i < s; i++) {
         double* row = otus + Size(i) * width;
-        for (int j = 0; j < t; j++) row[j] = record.selectedTraits[j] == 1 ? record.B[i][j] : 0.0;
+        for (int j = 0; j < t; j++) {
+            if (record.selectedTraits[j] != 1 || IsMissing(record.B[i][j])) continue;
+            row[j] = record.B[i][j];
+            if (hasHoles) row[nColumns + j] = 1.0;
+        }
         std::copy(record.U[i], record.U[i] + g, row + t);
         if (f > 0) std::copy(record.Q[i], record.Q[i] + f, row + t + g);
     }
@@ -112,6 +128,8 @@ void QuickArrangement::ListPresent()
         }
     }
     firstPresent.push_back(static_cast<int>(present.size()));
+    for (int k = 0; k < n; k++)
+        total.push_back(std::accumulate(in.record.W[k], in.record.W[k] + s, 0.0));
 }
 
 int QuickArrangement::Richness(int community) const
@@ -142,11 +160,9 @@ RichnessGroup QuickArrangement::GroupOf(const int* communities, std::size_t coun
         group.community[l] = communities[l];
         const std::size_t start = Size(firstPresent[Size(communities[l])]);
         const std::size_t nPresent = Size(Richness(communities[l]));
-        double total = 0.0;  // absent OTUs add nothing to it
-        for (std::size_t m = 0; m < nPresent; m++) total += performance[start + m];
         for (std::size_t m = 0; m < nPresent; m++) {
             group.otu[4 * m + l] = present[start + m];
-            group.share[4 * m + l] = performance[start + m] / total;
+            group.share[4 * m + l] = performance[start + m] / total[Size(communities[l])];
         }
     }
     return group;
@@ -173,6 +189,7 @@ void QuickProducts(const QuickArrangement& arrangement, ArrangementColumns& w, c
         kernels.weightedRows(arrangement.otus, arrangement.width, nPresent,
                              arrangement.present.data() + first,
                              arrangement.performance.data() + first, list, w.row);
+        if (arrangement.hasHoles) AverageOverKnown(arrangement, k, w.row);
         for (int c = 0; c < arrangement.nColumns; c++)
             w.columns[Size(c) * w.stride + Size(k)] = w.row[c];
     }

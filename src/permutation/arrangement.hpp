@@ -33,22 +33,25 @@ struct RichnessGroup {
 
 /// What is prepared once per test.
 struct QuickArrangement {
-    /// Whether all OTUs are in use and no cell of B, W, U or Q is missing, infinite, NaN or so
-    /// large that a product with W might be.
+    /// Whether all OTUs are in use and no cell of W, U or Q is missing, and none of them or of B
+    /// infinite, NaN or so large that a product with W might be.
     static bool Covers(const PermutationInputs& in)
     {
-        return HasOrdinaryOtus(in) && HasWholeTraits(in) && HasOrdinaryComposition(in);
+        return HasOrdinaryOtus(in) && HasFiniteTraits(in) && HasOrdinaryComposition(in);
     }
     explicit QuickArrangement(const PermutationInputs& in);
 
     const PermutationInputs& in;  // borrowed
     const int n, s, t, g, f;
-    const int nColumns;       // t + g + f
+    const int nColumns;     // t + g + f
+    const bool hasHoles;    // cells of B are missing
     const std::size_t width;  // columns of a row of traits, a multiple of columnBlock
-    Lanes otus;               // s x width: B, U and Q side by side
+    Lanes otus;             // s x width: B, U and Q side by side; with holes t columns more,
+                            // 1 where the trait is known, and 0 for holes in B
     // Non-zero cells of W, community by community.
     std::vector<int> firstPresent, present;
     std::vector<double> performance;
+    std::vector<double> total; // n: of the rows of W
     std::vector<RichnessGroup> groups;
 
 private:

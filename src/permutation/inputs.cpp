@@ -139,6 +139,13 @@ bool HasWholeTraits(const PermutationInputs& in)
     return HasPlainNumbers(in.s, in.t, in.record.B);
 }
 
+bool HasFiniteTraits(const PermutationInputs& in)
+{
+    return std::all_of(in.record.B, in.record.B + in.s, [&in](const double* row) {
+        return std::all_of(row, row + in.t, [](double x) { return std::isfinite(x); });
+    });
+}
+
 bool HasOrdinaryComposition(const PermutationInputs& in)
 {
     const Input& record = in.record;

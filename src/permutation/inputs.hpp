@@ -34,8 +34,9 @@ struct PermutationInputs {
 /// Every OTU moves and weighs the same, and every draw finds one: no OTU is excluded or keeps
 /// another scale, and a weighted draw's pool is no shorter than the list of OTUs.
 bool HasOrdinaryOtus(const PermutationInputs& in);
-/// Every cell of B is present and finite.
+/// Every cell of B is present and finite; every present one is finite.
 bool HasWholeTraits(const PermutationInputs& in);
+bool HasFiniteTraits(const PermutationInputs& in);
 /// Composition, belonging and the dissimilarities between OTUs are finite and present, W, U and Q
 /// not below 0, and no product of W with B, U or Q can overflow or equal the missing value,
 /// whatever the order of rows; missing cells of B count as numbers.

@@ -112,7 +112,7 @@ TEST_CASE("data that the estimates do not cover are left to the general form")
         void (*spoil)(PermTestData&);
     };
     const Case cases[] = {
-        {"a missing trait", 2, [](PermTestData& d) { d.B[3][1] = -999.0; }},
+        {"an infinite trait", 2, [](PermTestData& d) { d.B[3][1] = HUGE_VAL; }},
         {"a missing cell of E", 3, [](PermTestData& d) { d.E[2][0] = -999.0; }},
         {"a cell of E that centring makes the missing value", 4,
          [](PermTestData& d) {

@@ -107,7 +107,7 @@ TEST_CASE("ordinary data take the quick form")
         auto data = Prepared(shape, AsSimilarity);
         const PermutationInputs in(data->input);
         const ObservedResemblances unread = {};
-        CHECK((QuickMantel::Make(in, unread) != nullptr) == (shape.missingTraits == 0.0));
+        CHECK(QuickMantel::Make(in, unread) != nullptr);
     }
 }
 
