@@ -9,7 +9,7 @@
 
 #include "numeric/random.hpp"
 #include "permutation/lists.hpp"
-#include "reference/permtest_data.hpp"
+#include "permtest_data.hpp"
 
 namespace
 {
