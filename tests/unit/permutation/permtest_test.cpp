@@ -199,6 +199,34 @@ TEST_CASE("resemblance between communities: every answer of the dialogue, and be
     CHECK(data->input.results[rTE] != 0.0);
 }
 
+TEST_CASE("a test that runs out of memory fails with its code; the sanitizers look for leaks")
+{
+    const int threadsBefore = omp_get_max_threads();
+    omp_set_num_threads(2);
+    for (const int measure : {1, 2, 4, 5}) {
+        CAPTURE(measure);
+        const auto data = Prepared(tinyShape, [measure](PermTestData& d) {
+            AsSimilarity(d);
+            d.input.measure = measure;
+            d.input.nIter = 3;
+            if (measure == 5) AsFactors(d);
+        });
+        long k = 0;
+        for (int code = outOfMemory; code == outOfMemory;) {
+            FailAllocation(++k);
+            code = CodeOf([&data] {
+                RunTest(*data);
+                const OwnedRegression regression(3, 4);
+                const OwnedAnova anova(3, 4);
+            });
+            FailAllocation(0);
+            REQUIRE((code == outOfMemory || code == 0));
+        }
+        CHECK(k > 60);
+    }
+    omp_set_num_threads(threadsBefore);
+}
+
 TEST_CASE("edges of the data")
 {
     using D = PermTestData;
