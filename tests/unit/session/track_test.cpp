@@ -101,10 +101,10 @@ TEST_CASE("what cannot be a track file ends in code 2")
         {"labels of groups that run together", "x  yy z  ", "xxxyy z  "},
     };
     // clang-format on
-    for (const auto& [fact, part, by] : cases) {
-        CAPTURE(fact);
+    for (const auto& c : cases) {
+        CAPTURE(std::string(c[0]));
         SessionTest one;
-        CHECK(Load(Replaced(whole, part, by)) == endOfFile);
+        CHECK(Load(Replaced(whole, c[1], c[2])) == endOfFile);
         CHECK(one.complaints.Text() == "\nfile Trk.txt ");
     }
 }
