@@ -118,7 +118,7 @@ page_data <- function(fit) {
       escaped(x$types$from), ", ", length(x$types$labels), " with ",
       spread_words(tabulate(x$types$membership)), " OTUs each."
     ),
-    list_of(x$notes),
+    list_of(x$notes[!grepl(", column '.*': numbers from [^;]*$", x$notes)]),
     tag("h3", "Traits"), html_table(column_table(x$B, x$trait_types)),
     if (!is.null(x$E)) c(
       tag("h3", "Variables of the environment"), html_table(column_table(x$E, x$env_types))
@@ -138,7 +138,7 @@ spread_words <- function(v) {
 }
 
 column_table <- function(M, types) {
-  range <- function(f) apply(M, 2, f, na.rm = TRUE)
+  range <- function(f) ifelse(types == kind_codes[["nominal"]], NA, apply(M, 2, f, na.rm = TRUE))
   data.frame(
     kind = names(kind_codes)[types], unknown = colSums(is.na(M)), smallest = range(min),
     median = range(stats::median), largest = range(max), row.names = colnames(M)
@@ -192,7 +192,7 @@ tested <- function(fit) {
 page_statistics <- function(fit) {
   found <- tested(fit)
   p <- intersect(c("P_taxa", "P_sites", "P"), names(found))
-  interval <- ifelse(is.na(found$P), "", paste(shown(found$lower), "to", shown(found$upper)))
+  interval <- ifelse(is.na(found$P), "", paste(shown(found$lower, 2), "to", shown(found$upper, 2)))
   table <- data.frame(
     statistic = found$name, value = found$value, found[p], interval,
     `in words` = vapply(seq_len(nrow(found)), function(i) statistic_sentence(found[i, ]), "")
@@ -221,14 +221,15 @@ statistic_sentence <- function(row) {
 # In P's interval lies what another seed would have given, and 0.05 is no wall.
 answer_of <- function(row) {
   if (is.na(row$value)) return("It could not be computed from these data.")
-  if (is.na(row$P)) return("No test.")
-  judged <- if (row$upper < 0.05) "rarely arises by chance" else if (row$lower > 0.05) {
-    "is not told from chance"
-  } else "is near the limit of 0.05; more iterations would tell"
-  turned <- if (row$value < 0 && grepl("^ro?\\(", row$name)) "the opposite, " else ""
+  judged <- if (is.na(row$P)) "no test" else if (row$upper < 0.05) {
+    "rarely so by chance"
+  } else if (row$lower > 0.05) "not told from chance" else {
+    "near the limit of 0.05, more iterations would tell"
+  }
+  opposite <- row$value < 0 && grepl("^ro?\\(", row$name)
   paste0(
-    toupper(substr(turned, 1, 1)), substr(turned, 2, 20), if (nzchar(turned)) "a" else "A",
-    " value of ", shown(row$value), ", ", judged, " (P = ", shown(row$P), ")."
+    "Found: ", shown(row$value), if (opposite) ", the opposite",
+    if (!is.na(row$P)) paste0(", P = ", shown(row$P)), ": ", judged, "."
   )
 }
 

@@ -200,3 +200,32 @@ test_that("options say what tables cannot", {
     expect_match(page, "<title>A &lt; B</title>")
   })
 })
+
+test_that("a page holds all its parts and says what the fit says", {
+  need_program()
+  fits <- list(
+    kelpra(dune_data(), iterations = 99), kelpra(dune_data("Manage"), "anova", iterations = 19),
+    kelpra_max(dune_data(), "regression", iterations = 19), kelpra(dune_data(), tests = FALSE)
+  )
+  for (fit in fits) {
+    path <- tempfile(fileext = ".html")
+    expect_no_warning(kelpra_report(fit, path, "Dunes & dykes"))
+    page <- readLines(path)
+    text <- paste(page, collapse = "\n")
+    expect_no_match(text, "<script|<link|<img|src=|url\\((?!#)|href=.(?!#)", perl = TRUE)
+    ids <- regmatches(text, gregexpr("\\bid=['\"][^'\"]*", text))[[1]]
+    expect_identical(anyDuplicated(ids), 0L)
+    expect_match(text, "<h1>Dunes &amp; dykes</h1>")
+    for (name in fit$statistics$name) expect_match(text, kelpra:::escaped(name), fixed = TRUE)
+    tags <- regmatches(text, gregexpr("</?(table|ul|p|figure|svg|details|pre|tr|td)\\b", text))[[1]]
+    counts <- table(sub("/", "", tags), startsWith(tags, "</"))
+    expect_identical(counts[, 1], counts[, 2])
+  }
+  row <- data.frame(name = "r(TE)", value = -0.2, P = c(0.001, 0.048, 0.3), iterations = 999)
+  row <- cbind(row, kelpra:::p_interval(row$P, 999))
+  said <- vapply(1:3, function(i) kelpra:::answer_of(row[i, ]), "")
+  expect_match(said[1], "-0.2, the opposite, P = 0.001: rarely")
+  expect_match(said[2], "P = 0.048: near the limit")
+  expect_match(said[3], "P = 0.3: not told from chance")
+  expect_error(kelpra_report(dune_data(), tempfile()), "made by kelpra\\(\\)")
+})
