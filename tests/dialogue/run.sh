@@ -6,7 +6,7 @@
 # A case directory holds
 #   answers.txt         what the user types
 #   uses                optional: input files to copy in, one a line, relative to the project's root
-#   seconds             optional: time allowed (20)
+#   seconds             optional: time allowed (DIALOGUE_SECONDS of the environment, or 20)
 #   anything else       input files, copied in
 #   expected/screen.txt, expected/errors.txt
 #                       standard output and standard error
@@ -77,7 +77,7 @@ if [ -f "$case/uses" ]; then
 fi
 inputs=$(ls -A "$work")
 
-seconds=20
+seconds=${DIALOGUE_SECONDS:-20}
 [ -f "$case/seconds" ] && seconds=$(cat "$case/seconds")
 (cd "$work" && exec timeout "$seconds" "$binary") \
     < "$case/answers.txt" > "$scratch/screen" 2> "$scratch/errors"
