@@ -66,12 +66,13 @@ TEST_CASE("uncorrelated data are the deviates themselves, drawn row by row")
 
 TEST_CASE("columns take the correlation of the matrix, of which the upper part is read")
 {
-    // By hand: the factor of {{1, 0.6}, {0.6, 1}} is {{1, 0.6}, {0, 0.8}}.
-    const Cells Z = Generated(5, {{1, 0}, {0, 1}}, 1);
-    const Cells data = Generated(5, {{1, 0.6}, {99, 1}}, 1);
+    // By hand: the factor is {{1, 0.6, 0}, {0, 0.8, 0.6}, {0, 0, 0.8}}.
+    const Cells Z = Generated(5, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, 1);
+    const Cells data = Generated(5, {{1, 0.6, 0}, {99, 1, 0.48}, {99, 99, 1}}, 1);
     for (std::size_t i = 0; i < 5; i++) {
         CHECK(data[i][0] == Z[i][0]);
         CHECK(data[i][1] == doctest::Approx(0.6 * Z[i][0] + 0.8 * Z[i][1]).epsilon(1e-14));
+        CHECK(data[i][2] == doctest::Approx(0.6 * Z[i][1] + 0.8 * Z[i][2]).epsilon(1e-14));
     }
 }
 

@@ -126,6 +126,10 @@ TEST_CASE("products by hand")
     Of(meanShare, 1, 3, 1, holed, B, out, weight, chosen);
     CHECK(out[0][0] == doctest::Approx(-1997.0).epsilon(1e-14));
 
+    Table outsider(Cells{{0, 0, 0.2}}); // no OTU of weight 1: a sum of nothing
+    Of(meanScaled, 1, 3, 1, outsider, B, out, weight, chosen);
+    CHECK(out[0][0] == 0);
+
     out[0][0] = 77; // dimensions that don't meet: nothing is written
     CHECK(MatrixProd(1, 3, 2, 1, W, B, out) == 1);
     CHECK(MatrixProdSelectMV_Adjust_Weight(1, 3, 2, 1, W, B, out, chosen, weight, true) == 1);
