@@ -1,7 +1,8 @@
 // Preloaded into the program by failures.sh: makes one call fail, as on a machine without memory or
 // disk.
 //
-//   FAIL_KIND   alloc, write, sync, close or rename: the calls that are counted
+//   FAIL_KIND   alloc, write, sync, close or rename: the calls that are counted; kill counts all but
+//               alloc, and there the process is killed
 //   FAIL_AT     the number of the one that fails, from 1
 //   FAIL_LOG    a file that gets a letter when it has failed
 //
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -27,11 +29,14 @@ bool Fails(const char* kind)
     // Asked for each time: the first calls come before there is an environment.
     const char* const wanted = std::getenv("FAIL_KIND");
     const char* const at = std::getenv("FAIL_AT");
-    if (wanted == nullptr || at == nullptr || std::strcmp(wanted, kind) != 0) return false;
+    if (wanted == nullptr || at == nullptr) return false;
+    const bool kills = std::strcmp(wanted, "kill") == 0 && std::strcmp(kind, "alloc") != 0;
+    if (!kills && std::strcmp(wanted, kind) != 0) return false;
     if (__atomic_add_fetch(&calls, 1, __ATOMIC_RELAXED) != std::atol(at)) return false;
     const int log = open(std::getenv("FAIL_LOG"), O_WRONLY | O_CREAT | O_APPEND, 0600);
     if (log < 0 || write(log, "F", 1) != 1) _exit(99);
     close(log);
+    if (kills) raise(SIGKILL);
     return true;
 }
 

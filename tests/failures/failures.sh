@@ -5,7 +5,7 @@
 #
 # LIBRARY is failing.cpp, KIND one of its kinds; of the calls of that kind every EVERY-th fails in
 # turn. Each time the program must end by itself and say why (a failing allocation may also be made
-# good, with the same results), and every file that it writes must be either the one that was there
+# good, with the same results; who is killed says nothing), and every file that it writes must be either the one that was there
 # before or the complete new one.
 set -u
 export LC_ALL=C OMP_WAIT_POLICY=passive
@@ -34,7 +34,7 @@ prepare() { # folder: the inputs of the session
 # After a failure the program waits for a letter or a line.
 play() { # folder, settings of the environment
     (cd "$1" && { cat answers.txt; yes q; } 2> /dev/null |
-        timeout 20 env "${@:2}" "$binary" > /dev/null 2> "$scratch/errors")
+        timeout 20 env "${@:2}" "$binary" > /dev/null 2> "$scratch/errors") 2> /dev/null
 }
 play_failing() { # folder, number of the call
     play "$1" "FAIL_KIND=$kind" "FAIL_AT=$2" "FAIL_LOG=$scratch/log" "LD_PRELOAD=$library" \
@@ -48,6 +48,8 @@ fault() {
 check_end() { # status
     if grep -q Sanitizer "$scratch/errors"; then
         fault "the sanitizer reports"
+    elif [ $kind = kill ]; then
+        [ "$1" -eq 137 ] || fault "status $1"
     elif [ "$1" -eq 0 ]; then
         [ $kind = alloc ] && cmp -s "$scratch/errors" "$scratch/complaints" || fault "went on"
     elif [ $kind = alloc ] && grep -q "^can't open" "$scratch/errors"; then
