@@ -48,15 +48,16 @@ fault() {
 check_end() { # status
     if grep -q Sanitizer "$scratch/errors"; then
         fault "the sanitizer reports"
-    elif [ $kind = kill ]; then
+    elif [ "$kind" = kill ]; then
         [ "$1" -eq 137 ] || fault "status $1"
     elif [ "$1" -eq 0 ]; then
-        [ $kind = alloc ] && cmp -s "$scratch/errors" "$scratch/complaints" || fault "went on"
-    elif [ $kind = alloc ] && grep -q "^can't open" "$scratch/errors"; then
+        { [ "$kind" = alloc ] && cmp -s "$scratch/errors" "$scratch/complaints"; } ||
+            fault "went on"
+    elif [ "$kind" = alloc ] && grep -q "^can't open" "$scratch/errors"; then
         return # fopen had no memory; whether the file is asked for again is up to the dialogue
     elif [ "$1" -ne 1 ] || ! grep -q 'quit and restart' <(tr Q q < "$scratch/errors"); then
         fault "status $1"
-    elif [ $kind != alloc ] && ! { grep -q '^file [^ ]* $' "$scratch/errors" &&
+    elif [ "$kind" != alloc ] && ! { grep -q '^file [^ ]* $' "$scratch/errors" &&
         grep -q '^FAIL TO PRINT ON FILE !!!$' "$scratch/errors"; }; then
         fault "not told"
     fi
@@ -79,12 +80,12 @@ check_files() { # folder, status
 faults=0
 failures=0
 for session; do
-    rm -rf "$scratch"/*
+    rm -rf "${scratch:?}"/*
     prepare "$scratch/good"
     inputs=$(ls "$scratch/good")
     play "$scratch/good" || { k=0; fault "does not play"; continue; }
     mv "$scratch/errors" "$scratch/complaints"
-    written=$(ls "$scratch/good" | grep -vxF "$inputs")
+    written=$(comm -13 <(echo "$inputs") <(ls "$scratch/good"))
     prepare "$scratch/old"
     # A session with an older functional report would be asked what to do with it.
     for name in $written; do
