@@ -104,8 +104,8 @@ TEST_CASE("raw data and what is stored of them")
         {"all binary", {{"E", "7 8 -999 9"}}, withE + "2 1 5 k 1 1 y n n ",
          {Stored("4 \n1\t1", "1\t2", cells)}},
         {"a warning for each leading hole, and none for W",
-         {{"E", "5 1 1 -999 -999 -999"}, {"W", "0 0 0 0 -999 -999 m wood"}}, withE + "3 1 1 n ", {},
-         {hole + hole + hole, "!matrix W. Sampling"}},
+         {{"E", "5 -999 1 -999 -999 2"}, {"W", "0 0 0 0 -999 -999 m wood"}}, withE + "3 1 1 n ", {},
+         {hole + hole, "!unit m has", "!matrix W. Sampling"}},
     };
     // clang-format on
     for (const Played& c : cases) Play<RawTest>(c, IFFormat);

@@ -94,14 +94,21 @@ TEST_CASE("a row of labels from a file: too few words repeat the last, long ones
     CHECK(screen.Text() == "\a\aAre these correct? y/n ");
 }
 
-TEST_CASE("an empty file of labels gives its own name to all of them") {
+TEST_CASE("an empty file of labels gives its own name to all; files of UTF-16 are asked for again") {
     ScratchFolder folder;
     std::ofstream("empty") << "\n";
-    Dialogue dialogue("", "f empty y");
-    Captured screen(stdout);
+    std::ofstream("utf16") << std::string("1\0\n\0" "2\0", 6);
+    Captured screen(stdout), errors(stderr);
+    Dialogue dialogue("", "f utf16 f empty y");
     const OwnedTable<char> labels(2, 11);
     ReadLongInput(2, 4, labels, "labels");
     CHECK((std::string(labels[0]) == "empt" && std::string(labels[1]) == "empt"));
+    Dialogue other("5 6", "f utf16 k y");
+    int numbers[2];
+    ReadLongInput(2, numbers, "numbers", "");
+    CHECK((numbers[0] == 5 && numbers[1] == 6));
+    const std::string nul = "\nfile utf16 line 1: NUL byte; save it as plain text, not as UTF-16\n";
+    CHECK(errors.Text() == nul + nul);
 }
 
 TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
