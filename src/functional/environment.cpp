@@ -7,8 +7,7 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
-namespace
-{
+namespace {
 
 enum class Comparison { distance, adjustedDistance, gower };
 
@@ -16,16 +15,16 @@ enum class Comparison { distance, adjustedDistance, gower };
 Comparison ComparisonOf(int kinds)
 {
     switch (kinds) {
-    case 1: return Comparison::distance;          // quantitative, the same units
-    case 2:                                       // quantitative, different units
-    case 4: return Comparison::adjustedDistance;  // binary
-    case 5:                                       // several kinds
+    case 1: return Comparison::distance;         // quantitative, the same units
+    case 2:                                      // quantitative, different units
+    case 4: return Comparison::adjustedDistance; // binary
+    case 5:                                      // several kinds
         return session.temEnvQual == 0 ? Comparison::adjustedDistance : Comparison::gower;
     default: return Comparison::gower;
     }
 }
 
-}  // namespace
+} // namespace
 
 void EnvironmentResemblance(int n, int p, int* types, double** E, double** DE, bool skipsHoles)
 {

@@ -7,8 +7,7 @@
 
 #include "shell/arrays.hpp"
 
-namespace
-{
+namespace {
 
 constexpr int procrustesCoefficient = 2;
 constexpr Estimate unknown = {0.0, std::numeric_limits<double>::infinity()};
@@ -64,7 +63,7 @@ void BlockProduct(int m, const SmallMatrix& A, const SmallMatrix& B, const Colum
         }
 }
 
-}  // namespace
+} // namespace
 
 void ReferToBlock(const MovingProducts& moving, const ColumnBlock& block, ReferenceProducts& out)
 {
@@ -77,18 +76,10 @@ void ReferToBlock(const MovingProducts& moving, const ColumnBlock& block, Refere
 }
 
 CongruenceEstimator::CongruenceEstimator(int nObjects, int p, const MovingProducts& products)
-    : n(nObjects),
-      unit(UnitOf(n, p, products.m)),
-      moving(products),
-      valueSpaces(Size(moving.m) + 1),
-      vectorSpaces(Size(moving.m) + 1),
-      values(Size(moving.m)),
-      basis(moving.m, moving.m),
-      QA(moving.m, moving.m),
-      QKA(moving.m, moving.m),
-      QK(moving.m, moving.m),
-      QKQ(moving.m, moving.m),
-      product(moving.m, moving.m),
+    : n(nObjects), unit(UnitOf(n, p, products.m)), moving(products),
+      valueSpaces(Size(moving.m) + 1), vectorSpaces(Size(moving.m) + 1), values(Size(moving.m)),
+      basis(moving.m, moving.m), QA(moving.m, moving.m), QKA(moving.m, moving.m),
+      QK(moving.m, moving.m), QKQ(moving.m, moving.m), product(moving.m, moving.m),
       vectors(moving.m, moving.m)
 {
     control.reserve(Size(moving.m));
@@ -294,7 +285,7 @@ void CongruenceEstimator::TakeOut(const ColumnBlock& A, const ReferenceProducts&
                                   Parts& parts)
 {
     for (int j = 0; j < A.count; j++)
-        for (int a = 0; a < nAxes; a++) {  // Q'K(I - QQ')A
+        for (int a = 0; a < nAxes; a++) { // Q'K(I - QQ')A
             double sum = QKA(a, j);
             for (int b = 0; b < nAxes; b++) sum -= QKQ(a, b) * QA(b, j);
             vectors(a, j) = sum;

@@ -60,19 +60,19 @@ struct MovingProducts {
     {
     }
     const int m;
-    SmallMatrix ZZ;                     // m x m: Z'Z
-    std::vector<double> rawSumSquares;  // m: of the columns before they were centred
+    SmallMatrix ZZ;                    // m x m: Z'Z
+    std::vector<double> rawSumSquares; // m: of the columns before they were centred
 };
 
 /// A reference in terms of the moving columns.
 struct ReferenceProducts {
     explicit ReferenceProducts(int columns) : ZKZ(columns, columns), ZKKZ(columns, columns) {}
-    int rank = 0;              // of M: no more singular values than this differ from 0
-    double trace = 0.0;        // of K: the sum of squares of M
-    double rawTrace = 0.0;     // the same before M was centred
-    double squaredNorm = 0.0;  // of K, Frobenius; RV only
-    SmallMatrix ZKZ;           // m x m
-    SmallMatrix ZKKZ;          // m x m; partial RV only
+    int rank = 0;             // of M: no more singular values than this differ from 0
+    double trace = 0.0;       // of K: the sum of squares of M
+    double rawTrace = 0.0;    // the same before M was centred
+    double squaredNorm = 0.0; // of K, Frobenius; RV only
+    SmallMatrix ZKZ;          // m x m
+    SmallMatrix ZKKZ;         // m x m; partial RV only
 };
 
 /// A block of moving columns as the reference of others; everything follows from Z'Z.
@@ -100,11 +100,11 @@ private:
     /// What a coefficient is made of; A'KA stands in `product`.
     struct Parts {
         int p, rank;
-        double traceA = 0.0, traceK = 0.0;              // sums of squares of A and M
-        double squaredNormA = 0.0, squaredNormK = 0.0;  // of A'A and K; RV only
-        double relative = 0.0;              // error of products, relative to the two below
-        double wholeA = 0.0, wholeK = 0.0;  // traces of A and M before the control was taken out
-        double wholeNormK = 0.0;            // squared norm of K before that
+        double traceA = 0.0, traceK = 0.0;             // sums of squares of A and M
+        double squaredNormA = 0.0, squaredNormK = 0.0; // of A'A and K; RV only
+        double relative = 0.0;             // error of products, relative to the two below
+        double wholeA = 0.0, wholeK = 0.0; // traces of A and M before the control was taken out
+        double wholeNormK = 0.0;           // squared norm of K before that
     };
     Estimate Coefficient(int coefficient, const Parts& parts);
     Estimate Procrustes(const Parts& parts);
@@ -122,15 +122,15 @@ private:
         void operator()(gsl_eigen_symm_workspace* w) const { gsl_eigen_symm_free(w); }
     };
     const int n;
-    const double unit;             // relative error of a sum of products
-    const MovingProducts& moving;  // borrowed
-    std::vector<std::unique_ptr<gsl_eigen_symm_workspace, FreeSpace>> valueSpaces;    // by order
-    std::vector<std::unique_ptr<gsl_eigen_symmv_workspace, FreeSpace>> vectorSpaces;  // by order
-    std::vector<double> values;  // m, eigenvalues
-    std::vector<int> control;    // columns of Z taken out
+    const double unit;            // relative error of a sum of products
+    const MovingProducts& moving; // borrowed
+    std::vector<std::unique_ptr<gsl_eigen_symm_workspace, FreeSpace>> valueSpaces;   // by order
+    std::vector<std::unique_ptr<gsl_eigen_symmv_workspace, FreeSpace>> vectorSpaces; // by order
+    std::vector<double> values; // m, eigenvalues
+    std::vector<int> control;   // columns of Z taken out
     int nAxes = 0;
-    double controlError = 0.0;     // relative error of the axes
-    SmallMatrix basis;             // c x nAxes: Q = control columns times this
-    SmallMatrix QA, QKA, QK, QKQ;  // nAxes x p, nAxes x p, nAxes x c, nAxes x nAxes
+    double controlError = 0.0;    // relative error of the axes
+    SmallMatrix basis;            // c x nAxes: Q = control columns times this
+    SmallMatrix QA, QKA, QK, QKQ; // nAxes x p, nAxes x p, nAxes x c, nAxes x nAxes
     SmallMatrix product, vectors;
 };

@@ -19,8 +19,8 @@ enum class Decision { below, reached, inDoubt };
 /// IsLargerThanOrEqual with one unit in the last place of single precision.
 ///
 /// absolute   compares absolute values
-/// The comparison takes values as equal, and so as reached, that are neighbours in single precision:
-/// certainly those within 3e-8 of each other, relatively, and none beyond 2.4e-7. Estimates that
-/// may lie between 3e-8 and 1e-6 are in doubt, as are numbers so small that single precision thins
-/// out.
+/// The comparison takes values as equal, and so as reached, that are neighbours in single
+/// precision: certainly those within 3e-8 of each other, relatively, and none beyond 2.4e-7.
+/// Estimates that may lie between 3e-8 and 1e-6 are in doubt, as are numbers so small that single
+/// precision thins out.
 Decision Decide(Estimate random, double observed, bool absolute);

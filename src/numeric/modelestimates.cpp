@@ -7,8 +7,7 @@
 #include "numeric/ordination.hpp"
 #include "shell/arrays.hpp"
 
-namespace
-{
+namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
@@ -38,15 +37,11 @@ double ConditionNumber(int n, double** M, double** vectors, double* values)
     return values[n - 1] > 0.0 ? values[0] / values[n - 1] : infinity;
 }
 
-}  // namespace
+} // namespace
 
 RegressionEstimator::RegressionEstimator(int nObjects, int nVariables, double** E)
-    : n(nObjects),
-      e(nVariables),
-      centred(Size(e) * Size(n)),
-      sumSquares(Size(e)),
-      rawSumSquares(Size(e)),
-      inverse(Size(e) * Size(e))
+    : n(nObjects), e(nVariables), centred(Size(e) * Size(n)), sumSquares(Size(e)),
+      rawSumSquares(Size(e)), inverse(Size(e) * Size(e))
 {
     std::vector<double> S(Size(e) * Size(e));
     for (int j = 0; j < e; j++) {
@@ -110,7 +105,7 @@ void RegressionEstimator::Estimate(const CentredColumn& response, double* work, 
         UnitOf(n) * conditioning * std::sqrt(response.rawSumSquares / response.sumSquares);
     for (int j = 0; j < e; j++) work[j] = Dot(n, centred.data() + Size(j) * Size(n), response.cell);
     double explained = 0.0;
-    double fitted = 0.0;  // length of the fitted values before their mean is taken off again
+    double fitted = 0.0; // length of the fitted values before their mean is taken off again
     for (int j = 0; j < e; j++) {
         double slope = 0.0;
         for (int k = 0; k < e; k++) slope += Inverse(j, k) * work[k];
@@ -161,7 +156,7 @@ Estimate PseudoFEstimate(const FactorGroups& factor, const GroupSums& sums)
 {
     const double error = UnitOf(static_cast<int>(factor.group.size())) * sums.raw;
     if (!(sums.within > 1e3 * error)) return {0.0, infinity};
-    if (factor.size.size() == 1) return {0.0, 0.0};  // the same sum twice: nothing between
+    if (factor.size.size() == 1) return {0.0, 0.0}; // the same sum twice: nothing between
     const double F = (sums.total - sums.within) / sums.within;
     return {F, 4.0 * error * (1.0 + std::fabs(F)) / sums.within};
 }

@@ -10,9 +10,9 @@
 
 /// A column of n values as deviations from their mean.
 struct CentredColumn {
-    const double* cell = nullptr;  // n
-    double sumSquares = 0.0;       // of the deviations
-    double rawSumSquares = 0.0;    // of the values
+    const double* cell = nullptr; // n
+    double sumSquares = 0.0;      // of the deviations
+    double rawSumSquares = 0.0;   // of the values
 };
 
 /// Least squares on the same e variables again and again: (E'E)^-1 E' is worked out once.
@@ -37,27 +37,27 @@ private:
     double& Inverse(int i, int j);
     double Inverse(int i, int j) const;
     const int n, e;
-    std::vector<double> centred;        // e x n
-    std::vector<double> sumSquares;     // e
-    std::vector<double> rawSumSquares;  // e
-    std::vector<double> inverse;        // e x e, of the products of the centred variables
-    double conditioning = 0.0;          // how much solving the equations enlarges rounding
-    double centring = 1.0;              // what centring the variables costs
+    std::vector<double> centred;       // e x n
+    std::vector<double> sumSquares;    // e
+    std::vector<double> rawSumSquares; // e
+    std::vector<double> inverse;       // e x e, of the products of the centred variables
+    double conditioning = 0.0;         // how much solving the equations enlarges rounding
+    double centring = 1.0;             // what centring the variables costs
 };
 
 /// The states of a factor among the communities that count.
 struct FactorGroups {
     /// states of n communities, those with mask 1 counting
     FactorGroups(int n, const int* states, const int* mask);
-    std::vector<int> group;  // n: 0, 1... in order of first appearance; -1: does not count
-    std::vector<int> size;   // by group
-    int nMembers = 0;        // communities that count
+    std::vector<int> group; // n: 0, 1... in order of first appearance; -1: does not count
+    std::vector<int> size;  // by group
+    int nMembers = 0;       // communities that count
 };
 
 /// Sums of squares of a set of columns: within groups and in all, the columns added up.
 struct GroupSums {
     double within = 0.0, total = 0.0;
-    double raw = 0.0;  // of the values before they were centred
+    double raw = 0.0; // of the values before they were centred
     GroupSums& operator+=(const GroupSums& other)
     {
         within += other.within;

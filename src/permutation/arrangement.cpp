@@ -8,8 +8,7 @@
 #include "numeric/statistics.hpp"
 #include "permutation/kernels.hpp"
 
-namespace
-{
+namespace {
 
 std::size_t Size(int n)
 {
@@ -61,6 +60,29 @@ void GroupEntropies(const RichnessGroup& group, const RaoDissimilarity& dissimil
         if (group.community[l] >= 0) entropy[group.community[l]] = sum[l];
 }
 
+/// The same, each pair of OTUs once: the dissimilarity is symmetric.
+void GroupEntropiesOfPairs(const RichnessGroup& group, const RaoDissimilarity& dissimilarity,
+                           const int* list, int* otu, double* entropy)
+{
+    double** const d = dissimilarity.d;
+    const double* share = group.share.data();
+    for (std::size_t m = 0; m < group.otu.size(); m++) otu[m] = list[group.otu[m]] - 1;
+    double sum[4] = {};
+    for (int a = 0; a < group.richness; a++) {
+        const double* rows[4];
+        double withOthers[4];
+        for (int l = 0; l < 4; l++) {
+            rows[l] = d[otu[4 * a + l]];
+            withOthers[l] = 0.5 * share[4 * a + l] * rows[l][otu[4 * a + l]];
+        }
+        for (int b = a + 1; b < group.richness; b++)
+            for (int l = 0; l < 4; l++) withOthers[l] += share[4 * b + l] * rows[l][otu[4 * b + l]];
+        for (int l = 0; l < 4; l++) sum[l] += share[4 * a + l] * withOthers[l];
+    }
+    for (int l = 0; l < 4; l++)
+        if (group.community[l] >= 0) entropy[group.community[l]] = 2.0 * sum[l];
+}
+
 /// A trait's sum over the OTUs that it is known of, on the scale of the community's total.
 void AverageOverKnown(const QuickArrangement& arrangement, int community, double* row)
 {
@@ -78,7 +100,7 @@ void TakeRows(int n, int p, double** M, const int* list, double* columns, std::s
         for (int k = 0; k < n; k++) columns[Size(j) * stride + Size(k)] = M[list[k] - 1][j];
 }
 
-}  // namespace
+} // namespace
 
 std::size_t ColumnStride(int n)
 {
@@ -86,15 +108,8 @@ std::size_t ColumnStride(int n)
 }
 
 QuickArrangement::QuickArrangement(const PermutationInputs& inputs)
-    : in(inputs),
-      n(in.n),
-      s(in.s),
-      t(in.t),
-      g(in.g),
-      f(in.f),
-      nColumns(t + g + f),
-      hasHoles(!HasWholeTraits(in)),
-      width(RoundUp(Size(hasHoles ? nColumns + t : nColumns))),
+    : in(inputs), n(in.n), s(in.s), t(in.t), g(in.g), f(in.f), nColumns(t + g + f),
+      hasHoles(!HasWholeTraits(in)), width(RoundUp(Size(hasHoles ? nColumns + t : nColumns))),
       otus(Size(s) * width)
 {
     LayOutOtus();
@@ -169,13 +184,8 @@ RichnessGroup QuickArrangement::GroupOf(const int* communities, std::size_t coun
 }
 
 ArrangementColumns::ArrangementColumns(const QuickArrangement& arrangement)
-    : t(arrangement.t),
-      g(arrangement.g),
-      stride(ColumnStride(arrangement.n)),
-      row(arrangement.width),
-      columns(Size(arrangement.nColumns) * stride),
-      R(stride),
-      Rp(stride),
+    : t(arrangement.t), g(arrangement.g), stride(ColumnStride(arrangement.n)),
+      row(arrangement.width), columns(Size(arrangement.nColumns) * stride), R(stride), Rp(stride),
       otu(Size(arrangement.s) * 4)
 {
 }
@@ -205,6 +215,16 @@ void QuickEntropies(const QuickArrangement& arrangement, ArrangementColumns& w, 
     }
 }
 
+void EstimateEntropies(const QuickArrangement& arrangement, ArrangementColumns& w, const int* list)
+{
+    const PermutationInputs& in = arrangement.in;
+    for (const RichnessGroup& group : arrangement.groups) {
+        GroupEntropiesOfPairs(group, in.onTraits, list, w.otu.data(), w.R);
+        if (in.withPhylogeny)
+            GroupEntropiesOfPairs(group, *in.onPhylogeny, list, w.otu.data(), w.Rp);
+    }
+}
+
 void TakeObserved(const QuickArrangement& arrangement, ArrangementColumns& w, const int* list)
 {
     const PermTest_FunctionalPhyl_Correl_Input& record = arrangement.in.record;
@@ -215,4 +235,15 @@ void TakeObserved(const QuickArrangement& arrangement, ArrangementColumns& w, co
     if (!arrangement.in.withPhylogeny) return;
     TakeRows(n, arrangement.f, record.P, list, w.Taxa(), w.stride);
     for (int k = 0; k < n; k++) w.Rp[k] = record.Rp[list[k] - 1];
+}
+
+void MeasureRows(int n, int p, const double* columns, std::size_t stride, double* length)
+{
+    std::fill(length, length + n, 0.0);
+    for (int j = 0; j < p; j++)
+        for (int k = 0; k < n; k++) {
+            const double x = columns[Size(j) * stride + Size(k)];
+            length[k] += x * x;
+        }
+    for (int k = 0; k < n; k++) length[k] = length[k] > 0.0 ? std::sqrt(length[k]) : 1.0;
 }

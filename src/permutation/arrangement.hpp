@@ -16,7 +16,7 @@ public:
     operator double*() const { return values[0]; }
 
 private:
-    OwnedRows values;  // one row of a table: rows start on a 64-byte boundary
+    OwnedRows values; // one row of a table: rows start on a 64-byte boundary
 };
 
 /// Room from column to column of n communities: kernels may read a block beyond the last one.
@@ -25,10 +25,10 @@ std::size_t ColumnStride(int n);
 /// Four communities of similar richness, served together: their OTUs and shares side by side, the
 /// poorer ones filled up with shares of 0.
 struct RichnessGroup {
-    int richness = 0;           // OTUs of the richest
-    int community[4] = {};      // -1: an empty place
-    std::vector<int> otu;       // [richness][4]
-    std::vector<double> share;  // [richness][4]
+    int richness = 0;          // OTUs of the richest
+    int community[4] = {};     // -1: an empty place
+    std::vector<int> otu;      // [richness][4]
+    std::vector<double> share; // [richness][4]
 };
 
 /// What is prepared once per test.
@@ -41,13 +41,13 @@ struct QuickArrangement {
     }
     explicit QuickArrangement(const PermutationInputs& in);
 
-    const PermutationInputs& in;  // borrowed
+    const PermutationInputs& in; // borrowed
     const int n, s, t, g, f;
-    const int nColumns;     // t + g + f
-    const bool hasHoles;    // cells of B are missing
-    const std::size_t width;  // columns of a row of traits, a multiple of columnBlock
-    Lanes otus;             // s x width: B, U and Q side by side; with holes t columns more,
-                            // 1 where the trait is known, and 0 for holes in B
+    const int nColumns;      // t + g + f
+    const bool hasHoles;     // cells of B are missing
+    const std::size_t width; // columns of a row of traits, a multiple of columnBlock
+    Lanes otus;              // s x width: B, U and Q side by side; with holes t columns more,
+                             // 1 where the trait is known, and 0 for holes in B
     // Non-zero cells of W, community by community.
     std::vector<int> firstPresent, present;
     std::vector<double> performance;
@@ -66,11 +66,11 @@ private:
 struct ArrangementColumns {
     explicit ArrangementColumns(const QuickArrangement& arrangement);
     const int t, g;
-    const std::size_t stride;  // from column to column
-    Lanes row;                 // width: a community's T, X and P side by side
-    Lanes columns;             // nColumns x stride: the same of all communities
-    Lanes R, Rp;               // n
-    std::vector<int> otu;      // scratch: the OTUs of a group of communities after the shuffle
+    const std::size_t stride; // from column to column
+    Lanes row;                // width: a community's T, X and P side by side
+    Lanes columns;            // nColumns x stride: the same of all communities
+    Lanes R, Rp;              // n
+    std::vector<int> otu;     // scratch: the OTUs of a group of communities after the shuffle
 
     double* Traits() const { return columns; }
     double* Types() const { return columns + static_cast<std::size_t>(t) * stride; }
@@ -84,5 +84,11 @@ void QuickProducts(const QuickArrangement& arrangement, ArrangementColumns& w, c
 /// Rao entropies, on traits and on phylogeny.
 void QuickEntropies(const QuickArrangement& arrangement, ArrangementColumns& w, const int* list);
 
+/// The same to the last bits but a few, in half the time: for estimates.
+void EstimateEntropies(const QuickArrangement& arrangement, ArrangementColumns& w, const int* list);
+
 /// Site shuffle: all of them as observed, with community list[k] in the place of community k.
 void TakeObserved(const QuickArrangement& arrangement, ArrangementColumns& w, const int* list);
+
+/// Lengths of the rows of p columns, for chord distances; 1 for an empty row.
+void MeasureRows(int n, int p, const double* columns, std::size_t stride, double* length);

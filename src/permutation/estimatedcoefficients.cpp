@@ -14,8 +14,7 @@
 #include "permutation/estimatekernels.hpp"
 #include "permutation/formulas.hpp"
 
-namespace
-{
+namespace {
 
 std::size_t Size(int n)
 {
@@ -54,13 +53,13 @@ constexpr double largestCell = 400.0;
 struct FixedReference {
     FixedReference(int n, int p, double** M);
 
-    bool isUsable = true;  // every cell plain, before and after centring
+    bool isUsable = true; // every cell plain, before and after centring
     const int n, p;
     const bool isNarrow;
     const std::size_t stride;
     Lanes cells;
     double trace = 0.0, rawTrace = 0.0, squaredNorm = 0.0;
-    SmallMatrix products;  // narrow: M'M
+    SmallMatrix products; // narrow: M'M
 
 private:
     void Centre(double** M, OwnedRows& centred);
@@ -69,14 +68,10 @@ private:
 };
 
 FixedReference::FixedReference(int rows, int columns, double** M)
-    : n(rows),
-      p(columns),
-      isNarrow(3 * p < n),
-      stride(PaddedRows(n)),
-      cells(Size(isNarrow ? PaddedColumns(p) : n) * stride),
-      products(isNarrow ? p : 0, p)
+    : n(rows), p(columns), isNarrow(3 * p < n), stride(PaddedRows(n)),
+      cells(Size(isNarrow ? PaddedColumns(p) : n) * stride), products(isNarrow ? p : 0, p)
 {
-    OwnedRows centred(p, n);  // variables in rows
+    OwnedRows centred(p, n); // variables in rows
     Centre(M, centred);
     if (!isUsable) return;
     for (int j = 0; j < p; j++)
@@ -133,13 +128,8 @@ void FixedReference::KeepProducts(const OwnedRows& centred)
 /// Columns of n values as deviations from their means, `stride` apart, with their products.
 struct MovingColumns {
     MovingColumns(int rows, int columns)
-        : n(rows),
-          m(PaddedColumns(columns)),
-          stride(PaddedRows(n)),
-          cells(Size(m) * stride),
-          timesK(Size(m) * stride),
-          products(m),
-          scratch(m, m)
+        : n(rows), m(PaddedColumns(columns)), stride(PaddedRows(n)), cells(Size(m) * stride),
+          timesK(Size(m) * stride), products(m), scratch(m, m)
     {
     }
 
@@ -156,7 +146,7 @@ struct MovingColumns {
     const int n, m;
     const std::size_t stride;
     Lanes cells;
-    Lanes timesK;  // K times the columns, or the columns of a narrow reference times them
+    Lanes timesK; // K times the columns, or the columns of a narrow reference times them
     MovingProducts products;
     SmallMatrix scratch;
 
@@ -245,11 +235,11 @@ public:
     std::unique_ptr<StatisticEstimator> NewEstimator() const override;
     bool IsUsable() const;
 
-    const PermutationInputs& in;  // borrowed
+    const PermutationInputs& in; // borrowed
     const bool isRV;
-    int nColumns = 0;                      // of Z
-    ColumnBlock blocks[nMovingParts];      // by Part
-    std::vector<int> controls[nControls];  // columns of Z that a control takes out
+    int nColumns = 0;                     // of Z
+    ColumnBlock blocks[nMovingParts];     // by Part
+    std::vector<int> controls[nControls]; // columns of Z that a control takes out
     FixedReference E, Y, Z;
     // ro(BF) under shuffles that draw each OTU once: the scores of the OTUs on the phylogeny
     std::optional<FixedReference> scores;
@@ -261,11 +251,8 @@ private:
 };
 
 CoefficientEstimation::CoefficientEstimation(const PermutationInputs& inputs)
-    : in(inputs),
-      isRV(in.record.measure == rvCoefficient),
-      E(in.n, in.e, in.record.E),
-      Y(in.n, in.s, in.record.Y),
-      Z(in.n, in.s, in.record.Z)
+    : in(inputs), isRV(in.record.measure == rvCoefficient), E(in.n, in.e, in.record.E),
+      Y(in.n, in.s, in.record.Y), Z(in.n, in.s, in.record.Z)
 {
     PlaceAll();
     if (in.withPhylogeny && in.moveTaxa && !in.record.weightedNull)
@@ -323,11 +310,11 @@ public:
     Estimate Value(const int* list);
 
 private:
-    const CoefficientEstimation& test;  // borrowed
+    const CoefficientEstimation& test; // borrowed
     const PermutationInputs& in;
     MovingColumns moving;
     ReferenceProducts products;
-    OwnedVector column;  // s
+    OwnedVector column; // s
     CongruenceEstimator estimator;
 };
 
@@ -344,7 +331,7 @@ private:
     Estimate Value(const Formula& formula);
     const ReferenceProducts& Reference(Part part) const;
 
-    const CoefficientEstimation& test;  // borrowed
+    const CoefficientEstimation& test; // borrowed
     const PermutationInputs& in;
     MovingColumns moving;
     ReferenceProducts toE, toY, toZ, toP;
@@ -353,14 +340,8 @@ private:
 };
 
 CoefficientEstimator::CoefficientEstimator(const CoefficientEstimation& prepared)
-    : test(prepared),
-      in(prepared.in),
-      moving(in.n, test.nColumns),
-      toE(moving.m),
-      toY(moving.m),
-      toZ(moving.m),
-      toP(moving.m),
-      estimator(in.n, std::max(in.e, in.s), moving.products)
+    : test(prepared), in(prepared.in), moving(in.n, test.nColumns), toE(moving.m), toY(moving.m),
+      toZ(moving.m), toP(moving.m), estimator(in.n, std::max(in.e, in.s), moving.products)
 {
     if (test.scores.has_value()) signal.emplace(test);
 }
@@ -438,11 +419,7 @@ const ReferenceProducts& CoefficientEstimator::Reference(Part part) const
 // --- ro(BF)
 
 SignalEstimator::SignalEstimator(const CoefficientEstimation& prepared)
-    : test(prepared),
-      in(prepared.in),
-      moving(in.s, in.t),
-      products(moving.m),
-      column(in.s),
+    : test(prepared), in(prepared.in), moving(in.s, in.t), products(moving.m), column(in.s),
       estimator(in.s, in.record.nPCoA, moving.products)
 {
 }
@@ -464,7 +441,7 @@ std::unique_ptr<StatisticEstimator> CoefficientEstimation::NewEstimator() const
     return std::make_unique<CoefficientEstimator>(*this);
 }
 
-}  // namespace
+} // namespace
 
 std::unique_ptr<Estimation> EstimateCoefficients(const PermutationInputs& in)
 {

@@ -9,8 +9,7 @@
 #include "numeric/resemblance.hpp"
 #include "permutation/inputs.hpp"
 
-namespace
-{
+namespace {
 
 std::size_t Size(int n)
 {
@@ -58,7 +57,7 @@ public:
     {
     }
     std::unique_ptr<StatisticEstimator> NewEstimator() const override;
-    const PermutationInputs& in;  // borrowed
+    const PermutationInputs& in; // borrowed
     const RegressionEstimator model;
 };
 
@@ -95,10 +94,10 @@ private:
         settle(in.model.RSquare(response));
         for (int j = 0; j < in.e; j++) settle(in.model.Coefficient(j, response));
     }
-    const RegressionEstimation& test;  // borrowed
+    const RegressionEstimation& test; // borrowed
     const PermutationInputs& in;
     Centring centring;
-    std::vector<double> work;  // e
+    std::vector<double> work; // e
 };
 
 std::unique_ptr<StatisticEstimator> RegressionEstimation::NewEstimator() const
@@ -119,22 +118,17 @@ public:
     }
     std::unique_ptr<StatisticEstimator> NewEstimator() const override;
 
-    const PermutationInputs& in;  // borrowed
+    const PermutationInputs& in; // borrowed
     std::vector<FactorGroups> factors;
-    std::size_t nGroups = 1;  // of the factor with most
+    std::size_t nGroups = 1; // of the factor with most
 };
 
 class AnovaOfArrangement : public StatisticEstimator
 {
 public:
     explicit AnovaOfArrangement(const AnovaEstimation& prepared)
-        : test(prepared),
-          in(prepared.in),
-          centring(in.n),
-          work(test.nGroups),
-          sums(test.factors.size()),
-          ofTraits(test.factors.size()),
-          length(Size(in.n)),
+        : test(prepared), in(prepared.in), centring(in.n), work(test.nGroups),
+          sums(test.factors.size()), ofTraits(test.factors.size()), length(Size(in.n)),
           scaled(Size(in.n))
     {
     }
@@ -146,14 +140,13 @@ private:
     void CompareTraits(const ArrangementColumns& columns, Estimate* out);
     void Compare(ModelSizes::Response response, const double* columns, std::size_t stride,
                  int count, bool asChords, Estimate* out);
-    void MeasureRows(const double* columns, std::size_t stride, int count);
 
-    const AnovaEstimation& test;  // borrowed
+    const AnovaEstimation& test; // borrowed
     const PermutationInputs& in;
     Centring centring;
-    std::vector<double> work;               // groups
-    std::vector<GroupSums> sums, ofTraits;  // by factor
-    std::vector<double> length, scaled;     // n: lengths of rows, a column over them
+    std::vector<double> work;              // groups
+    std::vector<GroupSums> sums, ofTraits; // by factor
+    std::vector<double> length, scaled;    // n: lengths of rows, a column over them
 };
 
 void AnovaOfArrangement::Evaluate(const ArrangementColumns& columns, const int*, Estimate* out)
@@ -193,21 +186,11 @@ void AnovaOfArrangement::CompareTraits(const ArrangementColumns& columns, Estima
             PseudoFEstimate(test.factors[Size(factor)], ofTraits[Size(factor)]);
 }
 
-/// Lengths of the rows; 1 for an empty one.
-void AnovaOfArrangement::MeasureRows(const double* columns, std::size_t stride, int count)
-{
-    std::fill(length.begin(), length.end(), 0.0);
-    for (int j = 0; j < count; j++)
-        for (std::size_t k = 0; k < length.size(); k++)
-            length[k] += columns[Size(j) * stride + k] * columns[Size(j) * stride + k];
-    for (double& x : length) x = x > 0.0 ? std::sqrt(x) : 1.0;
-}
-
 void AnovaOfArrangement::Compare(ModelSizes::Response response, const double* columns,
                                  std::size_t stride, int count, bool asChords, Estimate* out)
 {
     Clear(sums);
-    if (asChords) MeasureRows(columns, stride, count);
+    if (asChords) MeasureRows(in.n, count, columns, stride, length.data());
     for (int j = 0; j < count; j++) {
         const double* column = columns + Size(j) * stride;
         if (asChords) {
@@ -226,7 +209,7 @@ std::unique_ptr<StatisticEstimator> AnovaEstimation::NewEstimator() const
     return std::make_unique<AnovaOfArrangement>(*this);
 }
 
-}  // namespace
+} // namespace
 
 std::unique_ptr<Estimation> EstimateRegression(const PermutationInputs& in)
 {

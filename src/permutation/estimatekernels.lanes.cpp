@@ -2,8 +2,7 @@
 #include "permutation/estimatekernels.hpp"
 #include "numeric/lanes.hpp"
 
-namespace
-{
+namespace {
 
 static_assert(estimateBlock % (2 * lanes) == 0, "a block is a whole number of pairs of vectors");
 
@@ -87,10 +86,115 @@ void CrossProducts(std::size_t stride, int a, const double* A, int b, const doub
     }
 }
 
-}  // namespace
-
-namespace KELPRA_PATH
+/// The cells of a triangle that fill whole vectors; the caller adds the rest one by one.
+inline std::size_t WholeVectors(std::size_t nCells)
 {
+    return nCells - nCells % lanes;
+}
+
+/// T or X with the fixed triangles.
+void FixedMoments(std::size_t nCells, const double* M, const TraitTriangles& cells, double* sums)
+{
+    const std::size_t whole = WholeVectors(nCells);
+    Vector sum = {}, squares = {}, E = {}, Y = {}, Z = {};
+    for (std::size_t p = 0; p < whole; p += lanes) {
+        const Vector x = Load(M + p);
+        sum += x;
+        squares += x * x;
+        E += x * Load(cells.E + p);
+        Y += x * Load(cells.Y + p);
+        Z += x * Load(cells.Z + p);
+    }
+    sums[0] = Sum(sum);
+    sums[1] = Sum(squares);
+    sums[2] = Sum(E);
+    sums[3] = Sum(Y);
+    sums[4] = Sum(Z);
+    for (std::size_t p = whole; p < nCells; p++) {
+        const double x = M[p];
+        sums[0] += x;
+        sums[1] += x * x;
+        sums[2] += x * cells.E[p];
+        sums[3] += x * cells.Y[p];
+        sums[4] += x * cells.Z[p];
+    }
+}
+
+/// R with E and the other moving triangles, and these with one another.
+void MovingMoments(std::size_t nCells, const TraitTriangles& cells, double* sums)
+{
+    const std::size_t whole = WholeVectors(nCells);
+    Vector R = {}, RR = {}, RE = {}, XT = {}, XR = {}, TR = {};
+    for (std::size_t p = 0; p < whole; p += lanes) {
+        const Vector r = Load(cells.R + p), x = Load(cells.X + p), t = Load(cells.T + p);
+        R += r;
+        RR += r * r;
+        RE += r * Load(cells.E + p);
+        XT += x * t;
+        XR += x * r;
+        TR += t * r;
+    }
+    sums[0] = Sum(R);
+    sums[1] = Sum(RR);
+    sums[2] = Sum(RE);
+    sums[3] = Sum(XT);
+    sums[4] = Sum(XR);
+    sums[5] = Sum(TR);
+    for (std::size_t p = whole; p < nCells; p++) {
+        const double r = cells.R[p], x = cells.X[p], t = cells.T[p];
+        sums[0] += r;
+        sums[1] += r * r;
+        sums[2] += r * cells.E[p];
+        sums[3] += x * t;
+        sums[4] += x * r;
+        sums[5] += t * r;
+    }
+}
+
+void SumTraitMoments(std::size_t nCells, const TraitTriangles& cells, TraitMoments& sums)
+{
+    double T[5], X[5], M[6];
+    FixedMoments(nCells, cells.T, cells, T);
+    FixedMoments(nCells, cells.X, cells, X);
+    MovingMoments(nCells, cells, M);
+    sums = {T[0], T[1], T[2], T[3], T[4], X[0], X[1], X[2],
+            X[3], X[4], M[0], M[1], M[2], M[3], M[4], M[5]};
+}
+
+void SumPhylogenyMoments(std::size_t nCells, const PhylogenyTriangles& cells,
+                         PhylogenyMoments& sums)
+{
+    const std::size_t whole = WholeVectors(nCells);
+    Vector P = {}, PP = {}, PE = {}, PT = {}, PX = {}, F = {}, FF = {}, FE = {};
+    for (std::size_t p = 0; p < whole; p += lanes) {
+        const Vector x = Load(cells.P + p), f = Load(cells.F + p), e = Load(cells.E + p);
+        P += x;
+        PP += x * x;
+        PE += x * e;
+        PT += x * Load(cells.T + p);
+        PX += x * Load(cells.X + p);
+        F += f;
+        FF += f * f;
+        FE += f * e;
+    }
+    sums = {Sum(P), Sum(PP), Sum(PE), Sum(PT), Sum(PX), Sum(F), Sum(FF), Sum(FE)};
+    for (std::size_t p = whole; p < nCells; p++) {
+        const double x = cells.P[p], f = cells.F[p];
+        sums.P += x;
+        sums.PP += x * x;
+        sums.PE += x * cells.E[p];
+        sums.PT += x * cells.T[p];
+        sums.PX += x * cells.X[p];
+        sums.F += f;
+        sums.FF += f * f;
+        sums.FE += f * cells.E[p];
+    }
+}
+
+} // namespace
+
+namespace KELPRA_PATH {
 extern const EstimateKernels estimateKernels;
-const EstimateKernels estimateKernels = {SymmetricTimes, CrossProducts};
-}  // namespace KELPRA_PATH
+const EstimateKernels estimateKernels = {SymmetricTimes, CrossProducts, SumTraitMoments,
+                                         SumPhylogenyMoments};
+} // namespace KELPRA_PATH

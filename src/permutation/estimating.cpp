@@ -6,14 +6,16 @@
 
 #include "numeric/congruence.hpp"
 #include "permutation/estimatedcoefficients.hpp"
+#include "permutation/estimatedmantel.hpp"
 #include "permutation/estimatedmodels.hpp"
 
-namespace
-{
+namespace {
 
-std::unique_ptr<Estimation> EstimationOf(const PermutationInputs& in)
+std::unique_ptr<Estimation> EstimationOf(const PermutationInputs& in,
+                                         const ObservedResemblances& observed)
 {
     switch (in.record.measure) {
+    case mantel: return EstimateMantel(in, observed);
     case procrustes:
     case rvCoefficient: return EstimateCoefficients(in);
     case linearRegression: return EstimateRegression(in);
@@ -29,12 +31,13 @@ void CopyBlock(int n, int count, const double* columns, std::size_t stride, doub
             out[k][j] = columns[static_cast<std::size_t>(j) * stride + static_cast<std::size_t>(k)];
 }
 
-}  // namespace
+} // namespace
 
-std::unique_ptr<EstimatingForm> EstimatingForm::Make(const PermutationInputs& in)
+std::unique_ptr<EstimatingForm> EstimatingForm::Make(const PermutationInputs& in,
+                                                     const ObservedResemblances& observed)
 {
     if (in.n < 3 || in.s < 2 || !QuickArrangement::Covers(in)) return nullptr;
-    std::unique_ptr<Estimation> estimation = EstimationOf(in);
+    std::unique_ptr<Estimation> estimation = EstimationOf(in, observed);
     if (!estimation) return nullptr;
     return std::make_unique<EstimatingForm>(in, std::move(estimation));
 }
@@ -51,11 +54,8 @@ std::unique_ptr<Evaluator> EstimatingForm::NewEvaluator() const
 }
 
 EstimatingEvaluator::EstimatingEvaluator(const EstimatingForm& prepared)
-    : form(prepared),
-      in(prepared.in),
-      columns(prepared.arrangement),
-      estimator(prepared.estimation->NewEstimator()),
-      estimates(in.comparisons.size()),
+    : form(prepared), in(prepared.in), columns(prepared.arrangement),
+      estimator(prepared.estimation->NewEstimator()), estimates(in.comparisons.size()),
       exact(in, false)
 {
 }
@@ -76,7 +76,7 @@ void EstimatingEvaluator::Arrange(const int* order)
     nEvaluated++;
     if (in.moveTaxa) {
         QuickProducts(form.arrangement, columns, order);
-        QuickEntropies(form.arrangement, columns, order);
+        EstimateEntropies(form.arrangement, columns, order);
     } else {
         TakeObserved(form.arrangement, columns, order);
     }
@@ -101,6 +101,7 @@ void EstimatingEvaluator::Count(const int* order, double* counts)
 /// The arrangement as the general form holds it, cell for cell the same.
 void EstimatingEvaluator::CopyColumns(const int* order)
 {
+    if (in.moveTaxa) QuickEntropies(form.arrangement, columns, order);
     const double* from = columns.columns;
     CopyBlock(in.n, in.t, from, columns.stride, exact.T);
     from += static_cast<std::size_t>(in.t) * columns.stride;
@@ -109,7 +110,7 @@ void EstimatingEvaluator::CopyColumns(const int* order)
     CopyBlock(in.n, in.f, from, columns.stride, exact.P);
     CopyBlock(in.n, 1, columns.R, columns.stride, exact.R);
     if (in.withPhylogeny) CopyBlock(in.n, 1, columns.Rp, columns.stride, exact.Rp);
-    if (in.moveTaxa && exact.scores.has_value()) ReorderScores(order, in, exact);
+    if (in.moveTaxa && in.withPhylogeny) ReorderPhylogeny(order, in, exact);
     isCopied = true;
     nInDoubt++;
 }
@@ -117,7 +118,8 @@ void EstimatingEvaluator::CopyColumns(const int* order)
 double EstimatingEvaluator::Exactly(std::size_t comparison, const int* order)
 {
     if (!isCopied) CopyColumns(order);
-    if (comparison < nStatistics)  // under Procrustes and RV
+    const int measure = in.record.measure;
+    if (measure == procrustes || measure == rvCoefficient)
         return ExactCoefficient(static_cast<Statistic>(comparison), in, exact);
     if (!hasModel) EvaluateStatistics(in, exact);
     hasModel = true;

@@ -36,11 +36,12 @@ class EstimatingForm : public Form
 {
 public:
     /// Null where the algebra does not cover the measure, the options or the data.
-    static std::unique_ptr<EstimatingForm> Make(const PermutationInputs& in);
+    static std::unique_ptr<EstimatingForm> Make(const PermutationInputs& in,
+                                                const ObservedResemblances& observed);
     EstimatingForm(const PermutationInputs& in, std::unique_ptr<Estimation> estimation);
     std::unique_ptr<Evaluator> NewEvaluator() const override;
 
-    const PermutationInputs& in;  // borrowed
+    const PermutationInputs& in; // borrowed
     const QuickArrangement arrangement;
     const std::unique_ptr<Estimation> estimation;
 };
@@ -62,13 +63,13 @@ private:
     bool Reaches(std::size_t comparison, const int* order);
     void Count(const int* order, double* counts);
 
-    const EstimatingForm& form;  // borrowed
+    const EstimatingForm& form; // borrowed
     const PermutationInputs& in;
     ArrangementColumns columns;
     const std::unique_ptr<StatisticEstimator> estimator;
     std::vector<Estimate> estimates;
-    GeneralWorkspace exact;  // holds the arrangement if isCopied
-    bool isCopied = false;   // and the models' values if hasModel
+    GeneralWorkspace exact; // holds the arrangement if isCopied
+    bool isCopied = false;  // and the models' values if hasModel
     bool hasModel = false;
     long nEvaluated = 0, nInDoubt = 0;
 };

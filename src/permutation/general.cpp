@@ -9,8 +9,7 @@
 #include "permutation/formulas.hpp"
 #include "permutation/models.hpp"
 
-namespace
-{
+namespace {
 
 using Input = PermTest_FunctionalPhyl_Correl_Input;
 
@@ -84,11 +83,10 @@ void Diversify(const int* list, const PermutationInputs& in, GeneralWorkspace& w
     }
     Entropies(list, in, in.onTraits, permuted, false, record.sqrtTraits, w.R);
     if (!in.withPhylogeny) return;
-    ReorderResemblance(in.s, list, record.Sf, *w.SfRnd);
+    ReorderPhylogeny(list, in, w);
     Entropies(list, in, *in.onPhylogeny,
               permuted == nullptr ? nullptr : static_cast<double**>(*w.SfRnd),
               record.phylIsDissimilarity, record.sqrtPhyl, w.Rp);
-    if (w.scores.has_value()) ReorderScores(list, in, w);
 }
 
 void TakeCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
@@ -213,7 +211,7 @@ void EvaluateCoefficients(const PermutationInputs& in, GeneralWorkspace& w)
         if (in.withPhylogeny || !formula.needsPhylogeny)
             w.statistics.value[formula.statistic] = CoefficientOf(formula, in, w);
     if (in.withPhylogeny && w.hasPermutedOtus) w.statistics.value[roBF] = Signal(in, w);
-    if (!w.keepsMatrices) return;  // only the file of intermediate results shows these
+    if (!w.keepsMatrices) return; // only the file of intermediate results shows these
     const int measure = in.record.measure;
     const DataMatrix T = MatrixOf(Part::T, in, w), X = MatrixOf(Part::X, in, w);
     const DataMatrix R = MatrixOf(Part::R, in, w);
@@ -222,7 +220,7 @@ void EvaluateCoefficients(const PermutationInputs& in, GeneralWorkspace& w)
     w.statistics.rTR = Coefficient(measure, in.n, T, R);
 }
 
-}  // namespace
+} // namespace
 
 void EvaluateStatistics(const PermutationInputs& in, GeneralWorkspace& w)
 {
@@ -248,16 +246,18 @@ double ExactCoefficient(Statistic statistic, const PermutationInputs& in, const 
     return Signal(in, w);
 }
 
-void ReorderScores(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
+void ReorderPhylogeny(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
+    ReorderResemblance(in.s, list, in.record.Sf, *w.SfRnd);
+    w.hasPermutedOtus = true;
+    if (!w.scores.has_value()) return;
     for (int i = 0; i < in.s; i++) {
         const double* from = list[i] > 0 ? in.record.pcoaScores[list[i] - 1] : in.noOtu;
         std::copy(from, from + std::min(in.record.nPCoA, in.s), w.scores->table[i]);
     }
 }
 
-namespace
-{
+namespace {
 
 // --- A whole arrangement
 
@@ -272,7 +272,7 @@ void MoveOtus(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 void MoveCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     TakeCommunities(list, in, w);
-    w.hasPermutedOtus = false;  // no OTU moves, so ro(BF) has no null distribution
+    w.hasPermutedOtus = false; // no OTU moves, so ro(BF) has no null distribution
     EvaluateStatistics(in, w);
 }
 
@@ -293,23 +293,14 @@ private:
     GeneralWorkspace w;
 };
 
-}  // namespace
+} // namespace
 
 GeneralWorkspace::GeneralWorkspace(const PermutationInputs& in, bool keeps)
-    : keepsMatrices(keeps),
-      statistics(in.model.nValues),
-      T(in.n, in.t + 2),
-      X(in.n, in.g),
-      P(in.n, in.f),
-      R(in.n, 1),
-      Rp(in.n, 1),
-      DT(in.usesResemblances ? in.n : 0, in.n),
-      DX(in.usesResemblances ? in.n : 0, in.n),
-      DP(in.usesResemblances ? in.n : 0, in.n),
-      DR(in.usesResemblances ? in.n : 0, in.n),
-      DRp(in.usesResemblances ? in.n : 0, in.n),
-      rowsB(static_cast<std::size_t>(in.s)),
-      rowsU(static_cast<std::size_t>(in.s)),
+    : keepsMatrices(keeps), statistics(in.model.nValues), T(in.n, in.t + 2), X(in.n, in.g),
+      P(in.n, in.f), R(in.n, 1), Rp(in.n, 1), DT(in.usesResemblances ? in.n : 0, in.n),
+      DX(in.usesResemblances ? in.n : 0, in.n), DP(in.usesResemblances ? in.n : 0, in.n),
+      DR(in.usesResemblances ? in.n : 0, in.n), DRp(in.usesResemblances ? in.n : 0, in.n),
+      rowsB(static_cast<std::size_t>(in.s)), rowsU(static_cast<std::size_t>(in.s)),
       rowsQ(static_cast<std::size_t>(in.s))
 {
     // A draw beyond the pool of occurrences has no OTU, and so no prepared dissimilarity.

@@ -16,18 +16,18 @@ struct GeneralWorkspace {
     GeneralWorkspace(const PermutationInputs& in, bool keepsMatrices);
 
     const bool keepsMatrices;
-    bool hasPermutedOtus = false;  // SfRnd and scores are of this arrangement
+    bool hasPermutedOtus = false; // SfRnd and scores are of this arrangement
     ArrangementStatistics statistics;
-    OwnedRows T;      // n x (t + 2), normalised columns; Rf and Rp behind for regression
-    OwnedRows X, P;   // n x g, n x f
-    OwnedRows R, Rp;  // n x 1
-    OwnedRows DT, DX, DP, DR, DRp;             // n x n
-    std::optional<OwnedRows> Srnd, SfRnd;      // s x s
-    std::optional<OwnedRows> scores;           // s x nPCoA
-    std::vector<double*> rowsB, rowsU, rowsQ;  // borrowed rows in the order of the list
-    std::optional<OwnedRows> fitted;   // n x (t + 2), predicted responses; linear regression
-    OwnedVector intercept;             // t + 2
-    std::vector<double*> coefficient;  // e rows of the statistics
+    OwnedRows T;     // n x (t + 2), normalised columns; Rf and Rp behind for regression
+    OwnedRows X, P;  // n x g, n x f
+    OwnedRows R, Rp; // n x 1
+    OwnedRows DT, DX, DP, DR, DRp;            // n x n
+    std::optional<OwnedRows> Srnd, SfRnd;     // s x s
+    std::optional<OwnedRows> scores;          // s x nPCoA
+    std::vector<double*> rowsB, rowsU, rowsQ; // borrowed rows in the order of the list
+    std::optional<OwnedRows> fitted;          // n x (t + 2), predicted responses; linear regression
+    OwnedVector intercept;                    // t + 2
+    std::vector<double*> coefficient;         // e rows of the statistics
 };
 
 /// Evaluates the observed arrangement: OTUs and communities in place.
@@ -46,12 +46,12 @@ void EvaluateStatistics(const PermutationInputs& in, GeneralWorkspace& w);
 /// One statistic under Procrustes or RV; ro(BF) needs the scores in order.
 double ExactCoefficient(Statistic statistic, const PermutationInputs& in,
                         const GeneralWorkspace& w);
-/// The OTUs' scores on the phylogeny in the order of the list.
-void ReorderScores(const int* list, const PermutationInputs& in, GeneralWorkspace& w);
+/// The phylogenetic resemblance of the OTUs, and their scores on it, in the order of the list.
+void ReorderPhylogeny(const int* list, const PermutationInputs& in, GeneralWorkspace& w);
 
 /// The general form as one that the driver, or an estimating form in doubt, can take.
 struct GeneralForm : Form {
     explicit GeneralForm(const PermutationInputs& inputs) : in(inputs) {}
     std::unique_ptr<Evaluator> NewEvaluator() const override;
-    const PermutationInputs& in;  // borrowed
+    const PermutationInputs& in; // borrowed
 };

@@ -11,8 +11,7 @@
 #include "numeric/statistics.hpp"
 #include "shell/scanners.hpp"
 
-namespace
-{
+namespace {
 
 using Input = PermTest_FunctionalPhyl_Correl_Input;
 
@@ -95,26 +94,17 @@ bool IsWhole(const RaoDissimilarity& d)
     return !d.hasMissing && !d.hasNonFinite;
 }
 
-}  // namespace
+} // namespace
 
 PermutationInputs::PermutationInputs(Input& input)
-    : record(input),
-      n(record.nCommunities),
-      s(record.nOTUs),
-      t(record.nTraits),
-      g(record.nTypes),
-      f(record.hasPhylogenyInput ? record.nTaxa : 0),
-      e(record.nEnvSelected),
+    : record(input), n(record.nCommunities), s(record.nOTUs), t(record.nTraits), g(record.nTypes),
+      f(record.hasPhylogenyInput ? record.nTaxa : 0), e(record.nEnvSelected),
       withPhylogeny(record.hasPhylogenyInput),
       usesResemblances(record.measure == mantel || record.measure == varianceAnalysis),
-      moveTaxa(record.shuffleKind == 't'),
-      orderLength(moveTaxa ? s : n),
-      resemblanceOption(TranslateReseOpt_KELPRA_DORNEL(record.communityResemblance)),
-      model(record),
-      comparisons(Comparisons(input)),
-      onTraits(s, record.Sb, false, record.sqrtTraits),
-      noOtu(std::max({t, g, f, s})),
-      factors(FactorStates(record))
+      moveTaxa(record.shuffleKind == 't'), orderLength(moveTaxa ? s : n),
+      resemblanceOption(TranslateReseOpt_KELPRA_DORNEL(record.communityResemblance)), model(record),
+      comparisons(Comparisons(input)), onTraits(s, record.Sb, false, record.sqrtTraits),
+      noOtu(std::max({t, g, f, s})), factors(FactorStates(record))
 {
     UpperToLowerMatrix(s, record.Sb);
     if (withPhylogeny) {
@@ -168,7 +158,7 @@ bool HasWholeVariables(const PermutationInputs& in)
     for (int j = 0; j < in.e; j++) {
         double mean = 0.0;
         for (int k = 0; k < in.n; k++) mean += in.record.E[k][j] / in.n;
-        for (int k = 0; k < in.n; k++)  // the mean's last bits depend on how it is summed
+        for (int k = 0; k < in.n; k++) // the mean's last bits depend on how it is summed
             if (std::fabs(in.record.E[k][j] - mean - missingValue) < 1e-3) return false;
     }
     return true;

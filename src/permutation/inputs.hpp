@@ -13,20 +13,20 @@ struct PermutationInputs {
     /// Mirrors Sb and Sf of the record, which must stay where it is.
     explicit PermutationInputs(PermTest_FunctionalPhyl_Correl_Input& record);
 
-    const PermTest_FunctionalPhyl_Correl_Input& record;  // borrowed
+    const PermTest_FunctionalPhyl_Correl_Input& record; // borrowed
     const int n, s, t, g, f, e;
     const bool withPhylogeny;
-    const bool usesResemblances;  // Mantel or analysis of variance
-    const bool moveTaxa;          // taxa shuffle; otherwise sites
-    const int orderLength;        // s or n: OTUs or communities, from 1; 0 is no OTU
-    const int resemblanceOption;  // of X and P, by the numbers of ResemblanceLib
+    const bool usesResemblances; // Mantel or analysis of variance
+    const bool moveTaxa;         // taxa shuffle; otherwise sites
+    const int orderLength;       // s or n: OTUs or communities, from 1; 0 is no OTU
+    const int resemblanceOption; // of X and P, by the numbers of ResemblanceLib
     const ModelSizes model;
-    const std::vector<Comparison> comparisons;  // how each value of an arrangement is counted
-    RaoDissimilarity onTraits;                  // d of every OTU pair
+    const std::vector<Comparison> comparisons; // how each value of an arrangement is counted
+    RaoDissimilarity onTraits;                 // d of every OTU pair
     std::optional<RaoDissimilarity> onPhylogeny;
-    OwnedVector noOtu;                     // a row of zeros for draws beyond the pool
-    std::optional<OwnedRows> normalizedB;  // s x t, Procrustes and RV with phylogeny
-    std::vector<OwnedInts> factors;        // e x n, states; analysis of variance
+    OwnedVector noOtu;                    // a row of zeros for draws beyond the pool
+    std::optional<OwnedRows> normalizedB; // s x t, Procrustes and RV with phylogeny
+    std::vector<OwnedInts> factors;       // e x n, states; analysis of variance
 };
 
 // What the data are like: quick forms leave the special case to the general one.

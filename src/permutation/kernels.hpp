@@ -5,19 +5,6 @@
 
 #include <cstddef>
 
-/// Deviations of the resemblances that no permutation changes, nPairs cells each.
-struct FixedTriangles {
-    const double *E, *Y, *Z;
-};
-
-/// Sums of products of deviations.
-struct TraitSums {
-    double withT[4]; ///< of T with E, Y, Z and T
-    double withX[4]; ///< of X with E, Y, Z and X
-    double withR[4]; ///< of R with E, X, T and R
-    double xt;       ///< of X with T
-};
-
 /// Cells that a kernel may read behind a column, and write behind a triangle.
 constexpr int kernelBlock = 16;
 /// Columns of a row of traits are taken this many at a time.
@@ -36,12 +23,6 @@ struct PermutationKernels {
     void (*euclidean)(int n, int p, const double* columns, std::size_t stride, double* packed);
     /// The same with absolute differences and no root.
     void (*cityBlock)(int n, int p, const double* columns, std::size_t stride, double* packed);
-
-    /// All sums of products that the correlations of T, X and R ask for, pairs ascending, given
-    /// the means of the three triangles. T and X become their deviations.
-    void (*correlateTraits)(std::size_t nPairs, const FixedTriangles& fixed, double* cellT,
-                            double* cellX, const double* cellR, const double* mean,
-                            TraitSums& sums);
 };
 
 /// Those of the active path (numeric/vectorpath).

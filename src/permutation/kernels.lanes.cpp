@@ -82,56 +82,10 @@ void WeightedRows(const double* rows, std::size_t width, int nPresent, const int
     }
 }
 
-/// Four sums side by side, each a lane of its own.
-struct Quad {
-#if KELPRA_LANES > 2
-    typedef double Four __attribute__((vector_size(32)));
-    Four all = {};
-    void Add(double x, double a, double b, double c, double d) { all += x * Four{a, b, c, d}; }
-    void StoreTo(double* to) const { __builtin_memcpy(to, &all, sizeof all); }
-#else
-    Vector low = {}, high = {};
-    void Add(double x, double a, double b, double c, double d)
-    {
-        low += x * Vector{a, b};
-        high += x * Vector{c, d};
-    }
-    void StoreTo(double* to) const
-    {
-        Store(to, low);
-        Store(to + 2, high);
-    }
-#endif
-};
-
-void CorrelateTraitSums(std::size_t nPairs, const FixedTriangles& fixed, double* cellT,
-                        double* cellX, const double* cellR, const double* mean, TraitSums& sums)
-{
-    Quad withT, withX, withR;
-    double xt = 0.0;
-    for (std::size_t p = 0; p < nPairs; p++) {
-        const double E = fixed.E[p], Y = fixed.Y[p], Z = fixed.Z[p];
-        const double T = cellT[p] - mean[0];
-        const double X = cellX[p] - mean[1];
-        const double R = cellR[p] - mean[2];
-        withT.Add(T, E, Y, Z, T);
-        withX.Add(X, E, Y, Z, X);
-        withR.Add(R, E, X, T, R);
-        xt += X * T;
-        cellT[p] = T;
-        cellX[p] = X;
-    }
-    withT.StoreTo(sums.withT);
-    withX.StoreTo(sums.withX);
-    withR.StoreTo(sums.withR);
-    sums.xt = xt;
-}
-
 } // namespace
 
 namespace KELPRA_PATH
 {
 extern const PermutationKernels permutationKernels;
-const PermutationKernels permutationKernels = {WeightedRows, Euclidean, CityBlock,
-                                               CorrelateTraitSums};
+const PermutationKernels permutationKernels = {WeightedRows, Euclidean, CityBlock};
 } // namespace KELPRA_PATH

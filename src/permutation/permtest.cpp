@@ -12,12 +12,10 @@
 #include "permutation/general.hpp"
 #include "permutation/intermediate.hpp"
 #include "permutation/lists.hpp"
-#include "permutation/mantel.hpp"
 #include "shell/console.hpp"
 #include "shell/failure.hpp"
 
-namespace
-{
+namespace {
 
 using Input = PermTest_FunctionalPhyl_Correl_Input;
 
@@ -26,8 +24,7 @@ std::unique_ptr<Form> ChooseForm(const PermutationInputs& in, const GeneralWorks
 {
     const ObservedResemblances resemblances = {observed.DT, observed.DX, observed.DP, observed.DR,
                                                observed.DRp};
-    if (auto mantel = QuickMantel::Make(in, resemblances)) return mantel;
-    if (auto estimating = EstimatingForm::Make(in)) return estimating;
+    if (auto estimating = EstimatingForm::Make(in, resemblances)) return estimating;
     return std::make_unique<GeneralForm>(in);
 }
 
@@ -46,8 +43,7 @@ class Batch
 {
 public:
     Batch(const PermutationInputs& inputs, const Form& form, int nThreads)
-        : in(inputs),
-          capacity(nThreads * ordersPerThread),
+        : in(inputs), capacity(nThreads * ordersPerThread),
           orders(static_cast<std::size_t>(capacity) * static_cast<std::size_t>(in.orderLength))
     {
         for (int thread = 0; thread < nThreads; thread++) {
@@ -96,9 +92,9 @@ public:
     const int capacity;
 
 private:
-    std::vector<int> orders;                             // capacity x orderLength
-    std::vector<std::unique_ptr<Evaluator>> evaluators;  // one a thread
-    std::vector<std::vector<double>> counts;             // the same
+    std::vector<int> orders;                            // capacity x orderLength
+    std::vector<std::unique_ptr<Evaluator>> evaluators; // one a thread
+    std::vector<std::vector<double>> counts;            // the same
 };
 
 void Permute(const PermutationInputs& in, const Form& form, std::vector<double>& counts)
@@ -107,7 +103,7 @@ void Permute(const PermutationInputs& in, const Form& form, std::vector<double>&
     ListDrawer drawer(in);
     const int nThreads = std::max(1, omp_get_max_threads());
     Batch batch(in, form, nThreads);
-    int size = nThreads;  // grows until a batch is worth waking the team, and no more: it is silent
+    int size = nThreads; // grows until a batch is worth waking the team, and no more: it is silent
     for (long iteration = 1; iteration < nIter;) {
         const double start = omp_get_wtime();
         const int count = static_cast<int>(std::min<long>(size, nIter - iteration));
@@ -158,7 +154,7 @@ void StoreObserved(Input& record, const PermutationInputs& in, const GeneralWork
         record.results[roBF] = -record.results[roBF];
 }
 
-}  // namespace
+} // namespace
 
 bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
 {
@@ -174,7 +170,7 @@ bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
         PermuteAndWrite(in, *observed, counts);
     } else if (record.nIter > 1) {
         const std::unique_ptr<Form> form = ChooseForm(in, *observed);
-        observed.reset();  // before the threads get their own
+        observed.reset(); // before the threads get their own
         Permute(in, *form, counts);
     }
     for (std::size_t c = 0; c < counts.size(); c++)

@@ -11,22 +11,14 @@
 #include "numeric/congruence.hpp"
 #include "unit/numeric/matrices.hpp"
 
-namespace
-{
+namespace {
 
 /// Moving data of n objects: two blocks and a vector side by side; rows of the second block are
 /// shares that sum up to 1. `kin`: how alike the columns of the first block are.
 struct Moving {
     Moving(int nObjects, int firstCount, int secondCount, double kin, unsigned seed)
-        : n(nObjects),
-          t(firstCount),
-          g(secondCount),
-          m(t + g + 1),
-          T(n, t),
-          X(n, g),
-          R(n, 1),
-          centred(n, m),
-          products(m)
+        : n(nObjects), t(firstCount), g(secondCount), m(t + g + 1), T(n, t), X(n, g), R(n, 1),
+          centred(n, m), products(m)
     {
         FillAtRandom(n, t, T, seed, 0);
         FillAtRandom(n, g, X, seed + 1, 0);
@@ -108,7 +100,7 @@ void CheckEstimate(const Estimate& estimate, double exact)
     CHECK(estimate.error < 1e-4);
 }
 
-}  // namespace
+} // namespace
 
 TEST_CASE("estimates from cross-products hold the exact coefficient within their bound")
 {
@@ -151,17 +143,17 @@ TEST_CASE("estimates from cross-products hold the exact coefficient within their
 
 TEST_CASE("what cannot be estimated is unknown")
 {
-    Moving moving(20, 2, 2, 1.0, 7);  // kin 1: the second trait repeats the first
+    Moving moving(20, 2, 2, 1.0, 7); // kin 1: the second trait repeats the first
     Fixed fixed(moving, 3, 8);
     CongruenceEstimator estimator(20, 3, moving.products);
     const ColumnBlock X = {2, 2, 1};
-    estimator.SetControl({0, 1}, 2.0);  // one axis of two: estimated all the same
+    estimator.SetControl({0, 1}, 2.0); // one axis of two: estimated all the same
     const ControlBlock twins = {2, nullptr, moving.T};
     CheckEstimate(estimator.Partial(3, X, fixed),
                   PartialMatrixCorrelation(20, 2, 3, moving.X, fixed.M, 3, 2.0, 1, &twins));
-    estimator.SetControl({2}, 2.0);  // a single share explains its complement: nothing remains
+    estimator.SetControl({2}, 2.0); // a single share explains its complement: nothing remains
     CHECK(std::isinf(estimator.Partial(3, X, fixed).error));
-    moving.products.ZZ(0, 0) = 0.0;  // a constant column
+    moving.products.ZZ(0, 0) = 0.0; // a constant column
     estimator.SetControl({0}, 2.0);
     CHECK(std::isinf(estimator.Partial(3, X, fixed).error));
 }
@@ -195,7 +187,7 @@ TEST_CASE("a decision stands only outside the bound and the grain of the compari
                           {{0.5, e}, nan, false, Decision::inDoubt},
                           {{inf, e}, 0.4, false, Decision::inDoubt},
                           {{0.5, e}, inf, false, Decision::inDoubt},
-                          {{0.4, 0.0}, 0.4, false, Decision::reached},  // known to the last bit
+                          {{0.4, 0.0}, 0.4, false, Decision::reached}, // known to the last bit
                           {{0.4 * (1 - 5e-7), 0.0}, 0.4, false, Decision::below}};
     for (const Case& c : cases) {
         CAPTURE(c.random.value);

@@ -9,8 +9,7 @@
 #include "numeric/regression.hpp"
 #include "unit/numeric/matrices.hpp"
 
-namespace
-{
+namespace {
 
 struct Column {
     Column(int n, double** M, int j) : cells(static_cast<std::size_t>(n))
@@ -34,14 +33,14 @@ void CheckEstimate(const Estimate& estimate, double exact)
     CHECK(estimate.error < 1e-6 * (1.0 + std::fabs(exact)));
 }
 
-}  // namespace
+} // namespace
 
 TEST_CASE("estimated regressions hold the exact ones within their bound")
 {
     struct Case {
         int n, e;
         double scale;
-    };  // scale: the unit of the second variable
+    }; // scale: the unit of the second variable
     for (const Case& c : {Case{30, 4, 1.0}, Case{75, 6, 40.0}, Case{8, 1, 1.0}}) {
         OwnedRows E(c.n, c.e), Y(c.n, 3), B(c.e, 3), fitted(c.n, 3);
         OwnedVector b0(3), r2(3);
@@ -49,7 +48,7 @@ TEST_CASE("estimated regressions hold the exact ones within their bound")
         FillAtRandom(c.n, 3, Y, 4, 0);
         for (int i = 0; i < c.n; i++) {
             if (c.e > 1) E[i][1] *= c.scale;
-            Y[i][2] = E[i][0] + 0.5;  // a perfect fit
+            Y[i][2] = E[i][0] + 0.5; // a perfect fit
         }
         regression(c.n, 3, c.e, Y, E, B, b0, fitted, r2);
         const RegressionEstimator estimator(c.n, c.e, E);
@@ -85,7 +84,7 @@ TEST_CASE("estimated pseudo-F: sums of squared distances from one pass")
         (25.25 + 14.5 + 56.5 + 44.5 + 51.25 + 69.25 + 3.25 + 20.0 + 68.0 + 72.0) / 5;
     CheckEstimate(PseudoFEstimate(factor, sums), (total - within) / within);
 
-    const int own[] = {1, 2, 3, 4, 5, 6};  // a state for each: nothing lies within
+    const int own[] = {1, 2, 3, 4, 5, 6}; // a state for each: nothing lies within
     const int all[] = {1, 1, 1, 1, 1, 1};
     const FactorGroups alone(6, own, all);
     double room[6];

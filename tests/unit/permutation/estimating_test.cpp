@@ -8,20 +8,23 @@
 #include <vector>
 
 #include "numeric/random.hpp"
-#include "permutation/lists.hpp"
 #include "permtest_data.hpp"
+#include "permutation/lists.hpp"
 
-namespace
-{
+namespace {
 
 /// What the estimating form and the general one count over the same orders.
 struct Counted {
     Counted(PermTestData& data, int nOrders)
     {
-        data.input.nIter = 1;  // the observed statistics
+        data.input.nIter = 1; // the observed statistics
         PermTest_FunctionalPhyl_Correl(&data.input);
         const PermutationInputs in(data.input);
-        const auto form = EstimatingForm::Make(in);
+        GeneralWorkspace observed(in, false);
+        EvaluateObserved(in, observed);
+        const ObservedResemblances resemblances = {observed.DT, observed.DX, observed.DP,
+                                                   observed.DR, observed.DRp};
+        const auto form = EstimatingForm::Make(in, resemblances);
         REQUIRE(form != nullptr);
         EstimatingEvaluator evaluator(*form);
         const auto general = GeneralForm(in).NewEvaluator();
@@ -51,7 +54,7 @@ void RepeatOtus(PermTestData& data)
     DeriveFromTraits(data);
 }
 
-}  // namespace
+} // namespace
 
 /// The second trait is the first one but for so little that it hardly makes an axis of its own.
 void NearlyRepeatTrait(PermTestData& data)
@@ -71,9 +74,13 @@ TEST_CASE("estimates decide as the general form does, which is asked in doubt")
         bool phylogeny, leavesTraitOut;
         int resemblance;
         void (*change)(PermTestData&);
-        bool inDoubt;  // mostly; else hardly ever
+        bool inDoubt; // mostly; else hardly ever
     };
     const Case cases[] = {
+        {"Mantel", smallShape, 1, 't', false, true, 6, nullptr, false},
+        {"Mantel with phylogeny, city block", smallShape, 1, 't', true, false, 8, nullptr, false},
+        {"Mantel, chords, sites", tinyShape, 1, 's', true, false, 10, nullptr, false},
+        {"Mantel of repeated OTUs", few, 1, 't', true, false, 6, RepeatOtus, false},
         {"Procrustes", smallShape, 2, 't', false, false, 6, nullptr, false},
         {"RV with phylogeny", smallShape, 3, 't', true, true, 6, nullptr, false},
         {"regression, a trait left out", smallShape, 4, 't', true, true, 6, nullptr, false},
@@ -126,7 +133,9 @@ TEST_CASE("data that the estimates do not cover are left to the general form")
          }},
         {"correlations in the place of distances", 5,
          [](PermTestData& d) { d.input.communityResemblance = 5; }},
-        {"matrix correlation", 1, [](PermTestData&) {}},
+        {"mutual divergence in the place of distances", 1,
+         [](PermTestData& d) { d.input.communityResemblance = 2; }},
+        {"a hole in DE", 1, [](PermTestData& d) { d.DE[0][2] = -999.0; }},
     };
     for (const Case& c : cases) {
         CAPTURE(std::string(c.fact));
@@ -134,6 +143,6 @@ TEST_CASE("data that the estimates do not cover are left to the general form")
         data->input.measure = c.measure;
         c.spoil(*data);
         const PermutationInputs in(data->input);
-        CHECK(EstimatingForm::Make(in) == nullptr);
+        CHECK(EstimatingForm::Make(in, {}) == nullptr);
     }
 }

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "numeric/vectorpath.hpp"
-#include "permutation/mantel.hpp"
+#include "permutation/estimating.hpp"
 #include "permutation/statistics.hpp"
 #include "unit/permutation/permutation_fixture.hpp"
 
@@ -107,7 +107,7 @@ TEST_CASE("ordinary data take the quick form")
         auto data = Prepared(shape, AsSimilarity);
         const PermutationInputs in(data->input);
         const ObservedResemblances unread = {};
-        CHECK(QuickMantel::Make(in, unread) != nullptr);
+        CHECK(EstimatingForm::Make(in, unread) != nullptr);
     }
 }
 
