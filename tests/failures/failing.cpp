@@ -102,6 +102,9 @@ void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 extern "C" {
 
+// GSL 2.7 itself loses what it has of a workspace when the next part of it fails.
+const char* __lsan_default_suppressions() { return "leak:gsl_eigen_symmv_alloc"; }
+
 #define ALLOCATOR(name, parameters, arguments)                                     \
     void* name parameters                                                          \
     {                                                                              \

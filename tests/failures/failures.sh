@@ -38,7 +38,7 @@ play() { # folder, settings of the environment
 }
 play_failing() { # folder, number of the call
     play "$1" "FAIL_KIND=$kind" "FAIL_AT=$2" "FAIL_LOG=$scratch/log" "LD_PRELOAD=$library" \
-        ASAN_OPTIONS=verify_asan_link_order=0:alloc_dealloc_mismatch=0
+        ASAN_OPTIONS=verify_asan_link_order=0:alloc_dealloc_mismatch=0:fast_unwind_on_malloc=0
 }
 fault() {
     echo "FAULT: $session, $kind $k: $*"
