@@ -373,22 +373,37 @@ open_svg <- function(file, width, height) {
   stop_kelpra("This R draws no SVG: install the package svglite.")
 }
 
-report_pictures <- function(fit) {
-  found <- tested(fit)
-  found <- found[!is.na(found$P), ]
-  if (!nrow(found)) return(NULL)
-  list(list(
-    caption = "P of each statistic with its 95 % Monte Carlo interval; dashed: 0.05.",
-    draw = function() draw_p(found), width = 8, height = 1.5 + 0.3 * nrow(found)
-  ))
-}
+picture_captions <- c(
+  statistics = "P of each statistic with its 95 % Monte Carlo interval; dashed: 0.05.",
+  means = "Community weighted means of traits against the variables, a dot for each community.",
+  diversity = "Diversity and redundancy of communities against the variables.",
+  ordination = paste(
+    "Communities by principal coordinates: the nearer, the more alike in their composition weighted",
+    "by traits (left) and in their means of traits (right)."
+  )
+)
 
-draw_p <- function(found) {
-  old <- graphics::par(mar = c(4, 8, 1, 1), las = 1)
-  on.exit(graphics::par(old))
-  y <- rev(seq_len(nrow(found)))
-  graphics::plot(found$P, y, xlim = 0:1, pch = 19, yaxt = "n", xlab = "P", ylab = "")
-  graphics::segments(found$lower, y, found$upper, y)
-  graphics::abline(v = 0.05, lty = 2)
-  graphics::axis(2, y, found$name)
+# Inches; grids of more than 12 traits or 8 variables show the first of them.
+report_pictures <- function(fit) {
+  data <- study_fits(fit)[[1]]$data
+  variables <- utils::head(colnames(data$E), 8)
+  traits <- utils::head(colnames(data$B), 12)
+  cut <- ncol(data$B) > 12 || (length(variables) && ncol(data$E) > 8)
+  across <- 2 + 1.5 * length(variables)
+  sizes <- list(
+    statistics = c(8, min(1.8 + 0.3 * nrow(fit$statistics), 30)),
+    means = c(across, 1.5 + 1.2 * length(traits)), diversity = c(across, 6), ordination = c(9, 5)
+  )
+  lapply(stats::setNames(nm = picture_kinds(fit)), function(what) {
+    chosen <- c(
+      if (what %in% c("means", "diversity")) list(variables = variables),
+      if (what == "means") list(traits = traits)
+    )
+    more <- if (cut && what != "statistics") " Others: plot() in R." else ""
+    list(
+      caption = paste0(picture_captions[[what]], if (length(chosen)) more),
+      draw = function() do.call(plot, c(list(fit, what), chosen)),
+      width = sizes[[what]][1], height = sizes[[what]][2]
+    )
+  })
 }
