@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "numeric/resemblance.hpp"
 #include "unit/numeric/matrices.hpp"
 #include "unit/numeric/tables.hpp"
 
@@ -182,14 +181,8 @@ TEST_CASE("of equal values the first pair in row order of the positions fuses")
     CHECK(Linked(chain, true, false, single).Members(1) == Numbers{1, 2});
 }
 
-TEST_CASE("a matrix that is given up, and values that do not compare")
+TEST_CASE("values that do not compare")
 {
-    Table rese({{0, 0.3, 0.1}, {0, 0, 0.2}, {0, 0, 0}});
-    double* const second = rese[1];
-    double* const third = rese[2];
-    Records records(3);
-    LinkageCluster(3, rese, records, true, false, single, false);
-    CHECK((rese[0][1] == 0.2 && rese[1] == second && rese[2] == third)); // no row is lost
     const Cells cells(4, std::vector<double>(4, std::nan(""))); // every object still fuses once
     CHECK(Linked(cells, true, false, average).Members(2) == Numbers{1, 2, 3, 4});
 }
@@ -224,17 +217,7 @@ TEST_CASE("sums of squares that do not grow with the step are read by level")
     CHECK(records.Partition(3, average) == Numbers{1, 1, 1, 2, 3});
 }
 
-TEST_CASE("values of a group fused from similarities")
-{
-    // Sizes 1, 2, 4, 1; positions 1 and 3 fuse: weights 2/3 and 1/3; d, 0.9, stands for 1 - s.
-    Table M({{NA, 0.1, 0.2, 0.3}, {NA, NA, 0.5, 0.9}, {NA, NA, NA, 0.8}, {NA, NA, NA, NA}});
-    Numbers sizes = {1, 2, 4, 1};
-    FusionMatrix(4, sizes.data(), 1, 3, M, false);
-    tables::CheckCells(M, {{NA, 0.5 / 3 + 0.2 / 9, 0.2}, {NA, NA, 1.8 / 3 + 0.2 / 9}}, 1e-14);
-    CHECK((sizes[1] == 3 && sizes[2] == 4));
-}
-
-TEST_CASE("identical objects, and labels compacted in their order")
+TEST_CASE("identical objects")
 {
     const auto labels = [](Cells cells, bool isDissimilarity) {
         Table rese(std::move(cells));
@@ -248,28 +231,4 @@ TEST_CASE("identical objects, and labels compacted in their order")
     CHECK(labels({{0, 1, 1e-300}, {0, 0, 0}, {0, 0, 0}}, true) == Numbers{1, 2, 2});
     // The last row that matches decides.
     CHECK(labels({{1, 0.5, 1}, {0, 1, 1}, {0, 0, 1}}, false) == Numbers{1, 2, 2});
-    Numbers spread = {9, 2, 5, 2}, fewer = {4, 4};
-    RenamePartitionLabels(4, 3, spread.data());
-    RenamePartitionLabels(2, 2, fewer.data()); // fewer than told: an end all the same
-    CHECK((spread == Numbers{3, 1, 2, 1} && fewer == Numbers{1, 1}));
-}
-
-TEST_CASE("eigenanalysis of two vectors")
-{
-    double a[] = {3, 1, NA, 4}, b[] = {1, 3, 7, 1.2};
-    double first = 0.0, second = 0.0, firstVector[2], secondVector[2];
-    HierFactorialEigen(4, a, b, &first, &second, firstVector, secondVector);
-    // By hand: the hole of a leaves b its 7, so b.b = 1 + 9 + 49 + 1.44; a.b = 3 + 3 + 4.8.
-    CHECK(first + second == doctest::Approx(26 + 60.44)); // the trace
-    CHECK(first * second == doctest::Approx(26 * 60.44 - 10.8 * 10.8)); // the determinant
-    CHECK(first > second);
-    CHECK(firstVector[0] * 26 + firstVector[1] * 10.8 == doctest::Approx(first * firstVector[0]));
-    CHECK(std::fabs(firstVector[0] * secondVector[0] + firstVector[1] * secondVector[1]) < 1e-14);
-
-    // Standardised rows of correlation r: 1 - |r|. R 4.2: cor(x, y) = 0.479512223816156
-    Table rows({{1, 2, 4, 7}, {2, 1, 5, 3}});
-    Table out(2, 2, 8.0);
-    ResemblanceLib(2, 4, rows, out, 1, secondEigenvalueMeasure, 0, nullptr, 0.0, 0.0, 0, false);
-    CHECK(out.cells[1][0] == doctest::Approx(1 - 0.479512223816156).epsilon(1e-13));
-    CHECK(out.cells[1][1] == 8.0); // the diagonal is left alone
 }

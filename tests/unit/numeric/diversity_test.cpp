@@ -100,15 +100,3 @@ TEST_CASE("Rao entropy by hand") {
         CHECK(M[2][1] == c.m23); // the lower triangle follows the upper
     }
 }
-
-TEST_CASE("dissimilarity to the nearest neighbours") {
-    // by hand: community 1 is as near to 2 as to 3; 2 and 3 are nearest to 1, 4 to 3
-    Table DE({{0, 1, 1, 5}, {9, 0, 2, 6}, {9, 9, 0, 4}, {9, 9, 9, 0}});
-    Table DX({{0, 0.2, 0.6, 0.1}, {9, 0, 0.3, 0.9}, {9, 9, 0, 0.7}, {9, 9, 9, 0}});
-    OwnedVector out(4);
-    CHECK(BetaDivergence(4, DE, DX, out));
-    const double expected[] = {0.4, 0.2, 0.6, 0.7};
-    for (int i = 0; i < 4; i++) CHECK(out[i] == doctest::Approx(expected[i]));
-    BetaDivergence(1, DE, DX, out);
-    CHECK(std::isnan(out[0]));
-}

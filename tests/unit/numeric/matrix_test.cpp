@@ -136,23 +136,16 @@ TEST_CASE("products by hand")
     CHECK(out[0][0] == 77);
 }
 
-TEST_CASE("sums, copies and layouts")
+TEST_CASE("sums and layouts")
 {
     Table A({{1, -999, 3}, {4, 5, 6}}), B({{1, 1, 1}, {2, 2, 2}}), out(2, 3, 77);
     CHECK(MatrixSum(2, 3, 2, 3, A, B, out, -1) == 0);
     CHECK(out.cells == Cells{{0, -1000, 2}, {2, 3, 4}});
     CHECK(MatrixSum(2, 3, 3, 2, A, B, out, 1) == 1);
-    ScalarMatrixProd(2, 3, -0.5, A, out);
-    CHECK(out.cells == Cells{{-0.5, -999, -1.5}, {-2, -2.5, -3}});
     Table square({{1, 2, 3}, {4, 5, 6}, {7, 8, 9}});
     TransposeSqMatrix(3, square, square);
     UpperToLowerMatrix(3, square);
     CHECK(square.cells == Cells{{1, 4, 7}, {4, 5, 8}, {7, 8, 9}});
-    Table from1(3, 4, 77);
-    Convertn_n1(2, 3, A, from1);
-    CHECK(from1.cells == Cells{{77, 77, 77, 77}, {77, 1, -999, 3}, {77, 4, 5, 6}});
-    Convertn1_n(2, 3, from1, out);
-    CHECK(out.cells == A.cells);
 }
 
 TEST_CASE("gaussj")
@@ -166,14 +159,6 @@ TEST_CASE("gaussj")
         for (int j = 0; j < 5; j++)
             CHECK((j < 3 ? a[i + 1][j + 1] : b[i + 1][j - 2]) ==
                   doctest::Approx(found.at(std::size_t(i)).at(std::size_t(j))).epsilon(1e-12));
-
-    // Of the equal maxima the last is the first pivot, so cell 1, 1 is what is left of it:
-    // 1 / (49 - 3 (3/49)), while cell 2, 2 is corrected afterwards and rounds differently.
-    Table equal({{0, 0, 0}, {0, 49, 3}, {0, 3, 49}});
-    Table none(3, 1, 0);
-    gaussj(equal, 2, none, 0);
-    CHECK(equal[1][1] == 1.0 / (49.0 - 3.0 * (1.0 / 49.0) * 3.0));
-    CHECK(equal[1][1] != equal[2][2]);
 }
 
 TEST_CASE("gaussj goes on with a singular matrix")

@@ -87,18 +87,11 @@ TEST_CASE("principal component scores")
 
 TEST_CASE("conversions between resemblances, in place and not")
 {
-    Rows products = {{5, 2, 1}, {9, 4, 0}, {9, 9, 3}};
-    ProdToSqDist(3, products, products);
-    CHECK((products[0][1] == 5.0 && products[0][2] == 6.0)); // by hand: 5 + 4 - 2 * 2
-    CHECK((products[1][0] == 9.0 && products[1][1] == 0.0));
-
     Rows r = {{1, 0.25}, {9, 0.5}};
-    OwnedRows out(3, 3);
-    CorrToSqDist(2, r, out);
-    CHECK((out[0][1] == 1.5 && out[1][0] == 1.5 && out[1][1] == 0.0));
     ProbToDissim(2, r, r);
     CHECK((r[0][0] == 0.0 && r[1][0] == 0.75 && r[1][1] == 0.5));
 
+    OwnedRows out(3, 3);
     Rows d = {{0, 2, 4}, {9, 0, 2}, {9, 9, 0}}; // points 0, 2, 4 on a line: centred -2, 0, 2
     Rows squared = {{0, 4, 16}, {9, 0, 4}, {9, 9, 0}};
     Fill(3, 3, out, 4.25);

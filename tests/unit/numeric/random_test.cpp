@@ -81,19 +81,6 @@ TEST_CASE("random lists follow the Mersenne Twister")
         }
 }
 
-TEST_CASE("RndListSelect moves the selected positions only")
-{
-    const bool select[] = {false, true, true, false, true, true};
-    List list{60, 50, 40, 30, 20, 10};
-    InitRndNumberGenerator(3);
-    RndListSelect(6, list.data(), select);
-    const int places[] = {2, 3, 5, 6};
-    const List order = Stream(3).Permutation(4);
-    CHECK((list[0] == 60 && list[3] == 30));
-    for (std::size_t k = 0; k < 4; k++)
-        CHECK(list[static_cast<std::size_t>(places[k]) - 1] == places[order[k] - 1]);
-}
-
 TEST_CASE("RndListNestedNew within groups")
 {
     InitRndNumberGenerator(8);

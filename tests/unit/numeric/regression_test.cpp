@@ -2,53 +2,7 @@
 
 #include <doctest/doctest.h>
 
-#include <cstdio>
-#include <string>
-
 #include "unit/numeric/matrices.hpp"
-#include "unit/shell/shell_fixture.hpp"
-
-namespace {
-
-/// Text of the report of y = 1 + 2 x with x = 0, 1, 2 (and a residual of 0).
-std::string ReportOfLine(int language, bool printAll)
-{
-    Rows y = {{1}, {3}, {5}};
-    Rows x = {{0}, {1}, {2}};
-    OwnedRows B(1, 1);
-    OwnedRows P(3, 1);
-    double b0 = 0.0;
-    double r2 = 0.0;
-    double ss = 0.0;
-    std::FILE* file = std::tmpfile();
-    REQUIRE(file != nullptr);
-    regression(3, 1, 1, y, x, B, &b0, P, &r2, &ss, true, file, language, printAll);
-    CHECK(ss == 8.0); // by hand: 4 + 0 + 4
-    const std::string text = TextOf(file);
-    std::fclose(file);
-    return text;
-}
-
-} // namespace
-
-TEST_CASE("regression: report")
-{
-    CHECK(ReportOfLine(0, false) ==
-          "\nRegression coefficients for each factor (rows), one model for each response variable (coluns):\n"
-          "Factor 1:\t2\t\n\nIntersection (bo for each response variable):\n1\t"
-          "\nCoefficient of determination (r squared) for 1 response variables:\n1\t\n");
-    CHECK(ReportOfLine(1, true) ==
-          "\nMatriz de fatores:\n0\t\n1\t\n2\t\n\nMatriz de respostas:\n1\t\n3\t\n5\t\n"
-          "\nCoeficientes de regressao para cada fator (linhas), um modelo para cada variavel resposta (colunas):\n"
-          "Fator 1:\t2\t\n\nInterseccao (bo para cada variavel resposta):\n1\t"
-          "\n\nRespostas preditas pelo modelo (para cada variavel resposta em colunas, e unidade amostral em linhas):\n"
-          "1\t\n3\t\n5\t\n"
-          "\nResiduos nao explicados pelo modelo (para cada variavel resposta em colunas, e unidade amostral em linhas):\n"
-          "0\t\n0\t\n0\t\n"
-          "\nVariaveis resposta ajustadas pela remocao dos efeitos das variaveis preditoras (corresponde aos residuos nao explicados pelo modelo mais a media da variavel resposta) (para cada variavel resposta em colunas, e unidade amostral em linhas):\n"
-          "3\t\n3\t\n3\t\n"
-          "\nCoeficiente de determinacao (r ao quadrado) para 1 variaveis resposta:\n1\t\n");
-}
 
 TEST_CASE("regression residuals: selection of factors")
 {

@@ -9,10 +9,9 @@
 
 namespace {
 
-void Resemblance(int n, int p, double** data, double** out, int option, int power = 0,
-                 int objectsAre = 1)
+void Resemblance(int n, int p, double** data, double** out, int option, int power)
 {
-    CHECK(ResemblanceLib(n, p, data, out, objectsAre, option, power, nullptr, 0.0, 0.0, 0, false));
+    CHECK(ResemblanceLib(n, p, data, out, 1, option, power, nullptr, 0.0, 0.0, 0, false));
 }
 
 /// The distance as the definition words it: one pair, one sum.
@@ -84,23 +83,6 @@ TEST_CASE("ResemblanceLib: objects, powers and unknown numbers")
             CHECK((out[0][1] == expected[power] && out[1][0] == expected[power]));
         }
     }
-    SUBCASE("objects in columns; ranks of ordinal traits come back")
-    {
-        Rows traits = {{10, 40, 30}, {5, 5, 9}};
-        int types[] = {4, 3};
-        OwnedRows out(3, 3);
-        ResemblanceLib(2, 3, traits, out, 2, gowerMeasure, 0, types, 0.0, 0.0, 0, false);
-        CHECK(traits[0][1] == 3.0);
-        CHECK(traits[1][2] == 9.0);
-        CHECK(out[0][1] == 0.5); // by hand: (1 - 2/2 + 1 - 0/4) / 2
-        CHECK(out[2][0] == doctest::Approx(0.25)); // (1 - 1/2 + 1 - 4/4) / 2
-    }
-    SUBCASE("a number without a measure only mirrors")
-    {
-        Rows out = {{1, 2, 3}, {9, 4, 5}, {9, 9, 6}};
-        Resemblance(3, 2, data, out, 29);
-        CHECK((out[1][0] == 2.0 && out[2][1] == 5.0 && out[0][1] == 2.0));
-    }
     SUBCASE("options of the dialogues")
     {
         const int numbers[] = {1, 0, 0, 1, 0, 17, 3, 0, 2, 0, 18, 1}; // of 0 to 11
@@ -155,56 +137,4 @@ TEST_CASE("Bray-Curtis: shift and empty denominators")
     // where it is added to x and to y
     CHECK(out[0][1] == doctest::Approx(6.0 / 10.0));
     CHECK(out[0][2] == 4.25); // nothing in common
-}
-
-TEST_CASE("presence and absence: empty rows and other values")
-{
-    Rows data = {{0, 0, 0}, {1, 0, 1}, {NA, 2, 0.5}};
-    struct Case {
-        int first, last; // measures
-        double emptyWithItself, emptyWithOther, otherValues;
-    };
-    const Case cases[] = {
-        {simpleMatchingMeasure, simpleMatchingMeasure, 1, 1.0 / 3.0, 0},
-        {sokalMichenerMeasure, meanSquareContingencyMeasure, 0, 0, 0},
-        {jaccardDissimilarityMeasure, jaccardDissimilarityMeasure, 1, 1, 1},
-        {jaccardTurnoverMeasure, jaccardNestednessMeasure, NA, NA, NA},
-        {sorensenDissimilarityMeasure, sorensenDissimilarityMeasure, 1, 1, 1},
-        {sorensenTurnoverMeasure, sorensenNestednessMeasure, NA, NA, NA},
-    };
-    for (const Case& c : cases)
-        for (int measure = c.first; measure <= c.last; measure++) {
-            CAPTURE(measure);
-            OwnedRows out(3, 3);
-            Resemblance(3, 3, data, out, measure);
-            CHECK(out[0][0] == c.emptyWithItself);
-            CHECK(out[0][1] == doctest::Approx(c.emptyWithOther));
-            CHECK(out[1][2] == c.otherValues);
-        }
-}
-
-TEST_CASE("presence and absence: 32-bit products")
-{
-    // Equal rows, half of them presences: 1. With 512 variables 256^4 = 2^32 wraps around to 0.
-    for (const int p : {256, 512}) {
-        OwnedRows data(2, p), out(2, 2);
-        for (int j = 0; j < p; j++) data[0][j] = data[1][j] = j % 2;
-        MeanSquareContingency(2, p, data, out);
-        CHECK(out[0][1] == (p == 256 ? 1.0 : 0.0));
-    }
-}
-
-TEST_CASE("Legendre-Chodorowski")
-{
-    Rows data = {{1, 4, 0, NA}, {2, 4, 3, 7}, {0, 0, 0, 1}};
-    OwnedRows out(3, 3);
-    LegendreChodorowski(3, 4, data, out, nullptr, 1.0F);
-    // by hand, k = 1: |1 - 2| = 1 gives 2 (1 + 1 - 1) / (1 + 2 + 2) = 2/5, equal 4s give 1,
-    // 0 against 3 gives 0: (2/5 + 1 + 0) / 3
-    CHECK(out[0][1] == static_cast<double>(static_cast<float>(1.4 / 3.0)));
-    CHECK(out[1][0] == out[0][1]);
-    CHECK(out[0][0] == 1.0);
-    double weights[] = {1, 0, 5, 5}; // ends after the first variable
-    LegendreChodorowski(3, 4, data, out, weights, 1.0F);
-    CHECK(out[0][1] == static_cast<double>(0.4F));
 }

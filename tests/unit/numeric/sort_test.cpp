@@ -3,10 +3,8 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
-#include <limits>
 #include <random>
 
-#include "shell/arrays.hpp"
 #include "unit/numeric/tables.hpp"
 
 namespace {
@@ -60,34 +58,4 @@ TEST_CASE("sort2 ends with NaN among the values")
         std::sort(b.begin(), b.end()); // nothing is lost or doubled
         REQUIRE(b == Positions(n));
     }
-}
-
-TEST_CASE("sort2 without room for its stack ends the process")
-{
-    const tables::Ending ending = tables::EndingOf([] {
-        Values a{0, 2, 1}, b{0, 1, 2};
-        FailAllocation(1);
-        sort2(2, a.data(), b.data());
-    });
-    CHECK((WIFEXITED(ending.status) && WEXITSTATUS(ending.status) == 1));
-    // First of all: a sanitizer may add words of its own when the child ends.
-    CHECK(ending.complaint.find("allocation failure in ivector()\n"
-                                "Sorry, you have to quit and restart the program.\n") == 0);
-}
-
-TEST_CASE("crank, compareInt and swap")
-{
-    Values w = {0, 2, 2, 5, 7, 7, 7, 7};
-    double ties = -1;
-    crank(7, w.data(), &ties);
-    CHECK(w == Values{0, 1.5, 1.5, 3, 5.5, 5.5, 5.5, 5.5});
-    CHECK(ties == 66); // by hand: t^3 - t of 2 and of 4
-
-    const int lowest = std::numeric_limits<int>::min(), highest = std::numeric_limits<int>::max();
-    CHECK(compareInt(&highest, &lowest) > 0); // the difference doesn't fit an int
-    CHECK(compareInt(&lowest, &highest) < 0);
-    int first = 1, second = 2;
-    void* pointers[] = {&first, &second};
-    swap(pointers, 0, 1);
-    CHECK((pointers[0] == &second && pointers[1] == &first));
 }

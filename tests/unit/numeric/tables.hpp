@@ -1,10 +1,8 @@
 // What the tests of the numeric library share: matrices from literals, comparison of bits, and
-// what a call prints or how it ends the process.
+// what a call prints.
 #pragma once
 
 #include <doctest/doctest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstring>
@@ -76,27 +74,6 @@ inline std::string Written(std::FILE* stream, const std::function<void()>& call)
     Captured captured(stream);
     call();
     return captured.Text();
-}
-
-/// How a child process ends that makes the call: wait status and what it wrote to standard error.
-struct Ending {
-    int status = 0;
-    std::string complaint;
-};
-
-inline Ending EndingOf(const std::function<void()>& call)
-{
-    Ending ending;
-    std::fflush(stdout);
-    ending.complaint = Written(stderr, [&] {
-        const pid_t child = fork();
-        if (child == 0) {
-            call();
-            _exit(0);
-        }
-        waitpid(child, &ending.status, 0);
-    });
-    return ending;
 }
 
 } // namespace tables
