@@ -99,13 +99,6 @@ TEST_CASE("what is stored of a derived session")
          {change + "\nTo compute change"}},
         {"an odd number of communities leaves the last one out", {{"sFormda.txt", Odd()}}, "1 1 4 1 1 1 n",
          {"\n2 \n1\t2\t\n4 \n", "\n2\t2\t\n0\t8\t\n0\t0\t\n6\t12\t\n\n"}, {change + odd + "\nTo compute change"}},
-        {"the same, following one another", {{"sFormda.txt", Odd()}}, "1 1 4 1 2 1 n",
-         {"\n1\t0\t\n0\t0\t\n0\t0\t\n2\t0\t\n\n"}},
-        {"a window of 2 changes nothing", {}, "1 1 5 2 1 n",
-         {"\n6 \na1\ta2\tb1\tb2\tc1\tc2\t\n4 \n", "\n" + same, "\n111111\n000101\n110011\n100\n", "SMW 1\n",
-          Stored("3\t2\t1", "     1\t     2\t     4\t     8\t    16\t    32\t\n     1\t     2\t     2\t     2\t"
-                 "     3\t     1\t\n     0\t     1\t     1\t     1\t     0\t     0\t\n")},
-         {"Type option no.: " + binary + "\nThe community set must", window("6", "1")}},
         {"a window of the whole series", {}, "1 1 5 6 1 n",
          {"\n4 \na1\ta2\tb1\tb2\t\n4 \n", "\n2\t3\t4\t5\t\n0\t2.66667\t2.66667\t3\t\n0\t0\t0\t0\t\n4.66667\t9.33333\t18.6667\t37.3333\t\n\n",
           "\n1111\n0111\n1111\n100\n", "SMW 3\n", Stored("3\t2\t1", "2.33333\t4.66667\t9.33333\t18.6667\t\n"
@@ -117,12 +110,8 @@ TEST_CASE("what is stored of a derived session")
         {"absent OTUs are trimmed before pooling", {{"sFormda.txt", WithoutNominal()}}, "1 1 3 1 1 y 6 1 y",
          {"\n 3\t 2\t 2\t\n", "\n3.5\t\n1.5\t\n21\t\n\n", "\n1\n1\n1\n100\n010\n001\nSMW",
           "\n1\n3\n0\t0.1\t0.3\t\n0.1\t0\t0.5\t\n0.3\t0.5\t0\t\n1\n"}},
-        {"communities that lose all their OTUs are told", {}, "1 2 2 k 2 3 y 1 1 y",
-         {"\n0\t0\t0\t8\t0\t1\t\n\n", "\n1 \nnames.txt \nBetula pendula\n000101\n1\nSMW"},
-         {"\nWarning!! There are 4 empty communities!!\nInspect file aFormda.txt\n"}},
         {"no OTU is left: the file is written all the same", {}, "1 2 1 k 3 y 1 1 y",
          {"\n0 \n0\t0\t0\t0\t0\t0\t\n"}, {"There are 6 empty communities!!"}},
-        {"the track of the source has no word", {{"sTrk.txt", " \n"}}, "1 1 1 1 n", {"\n" + same}},
         {"it points at other data: those that were taken are named",
          {{"sTrk.txt", "otherFormda.txt\n07Jul17\n"}}, "1 1 1 1 n", {"sFormda.txt \n"}},
         {"it is cut short", {{"sTrk.txt", "sFormda.txt\n07Jul17\nNULL\n"}}, "", {}, {}, "\nfile sTrk.txt ", endOfFile},
@@ -139,8 +128,7 @@ TEST_CASE("what kind of E is left")
         char option;
     };
     const Case cases[] = {
-        {"5\n3 2 1", "2 k pH soil y", '5'}, {"5\n3 2 1", "1 k soil y", '3'},
-        {"5\n3 2 1", "1 k mown y", '4'},    {"5\n3 2 1", "2 k pH pH y", '2'},
+        {"5\n3 2 1", "1 k soil y", '3'}, {"5\n3 2 1", "1 k mown y", '4'},
         {"5\n3 2 1", "1 k pH y", '1'}, // a single quantitative variable has one unit
         // Ordinal ones do not count beside others, and stay what they were alone.
         {"5\n3 4 1", "2 k pH soil y", '2'}, {"5\n3 4 1", "2 k mown soil y", '4'},
@@ -168,12 +156,6 @@ TEST_CASE("what is wrong is asked again under its heading, and at once")
          "Identify the traits by their labels: \n", "\nError!! Enter again. \n"},
         {"OTU 0", "1\n2 2", "k 4 0 y", "k 4 1 y\n1\n1\nn",
          "Identify the OTUs by their position on file: \n", "Error!! Enter again. \n"},
-        {"OTU 5", "1\n2 2", "k 5 1 y", "k 4 1 y\n1\n1\nn",
-         "Identify the OTUs by their position on file: \n", "Error!! Enter again. \n"},
-        {"community", "1\n1\n2 1", "k a y", "k a1 y\n1\nn",
-         "Identify the communities by their labels: \n", "Error!! Enter again. \n"},
-        {"variable", "1\n1\n1\n2 1", "k PH y", "k pH y\nn",
-         "Identify the variables by their labels: \n", "Error!! Enter again. \n"},
         {"group", "1\n1\n3\n1 1 n", "k 1 1 1 1 1 2 y", "k 1 1 1 1 1 1 y\n1\nn",
          "\nEnter group membership (label) for communities:\ncommunities:\t"
          "a1\ta2\tb1\tb2\tc1\tc2\t\n", "\nError!! Enter again. \n"},

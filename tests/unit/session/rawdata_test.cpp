@@ -123,9 +123,6 @@ TEST_CASE("raw data that cannot be read end in code 2 and store nothing")
         // All of E but the last two have two labels behind the numbers: only these can be wrong.
         {"E", "7 8 -999 pH soil", "\nfile E "},
         {"E", "7 8 nan 9 pH soil", "\nfile E "},
-        {"E", "7 8 -inf 9 pH soil", "\nfile E "},
-        {"E", "--8 8 9 1 pH soil", "\nfile E "},
-        {"E", "++8 8 9 1 pH soil", "\nfile E "},
         {"E", "+-8 8 9 1 pH soil", "\nfile E "},
         {"E", "", "\nfile E "},
         {"E", "7 8 9 10 label", "\nfile E "},
