@@ -125,26 +125,3 @@ TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
     CHECK(screen.Text() == "Are these correct? y/n Are these correct? y/n ");
     CHECK(dialogue.Macro() == "7\t8\t9\t\n");
 }
-
-TEST_CASE("a file of numbers with -1 is shown and not accepted") {
-    ScratchFolder folder;
-    std::ofstream("groups.txt") << "1 -1 4";
-    std::ofstream("good.txt") << "2,0;1";
-    Dialogue dialogue("", "f groups.txt\nf good.txt\ny");
-    Captured screen(stdout);
-    int numbers[3] = {8, 8, 8};
-    CHECK(ReadLongInput(3, numbers, "groups", "") == 1);
-    CHECK(numbers[1] == 0);
-    CHECK(dialogue.Screen() == "Read input from file (f) or from the keyboard (k)? f/k \n"
-                               "Enter name of file containing groups: groups:\t1\t-1\t8\t\n\n"
-                               "Read input from file (f) or from the keyboard (k)? f/k \n"
-                               "Enter name of file containing groups: groups:\t2\t0\t1\t\n");
-}
-
-TEST_CASE("while a macro is replayed a row is neither offered from a file nor confirmed") {
-    Dialogue dialogue("a b");
-    console.runMacro = true;
-    const OwnedTable<char> labels(2, 11);
-    CHECK(ReadLongInput(2, 4, labels, "labels") == 1);
-    CHECK((dialogue.Screen() == "Enter labels:\t" && dialogue.Macro() == "a\tb\t\n"));
-}

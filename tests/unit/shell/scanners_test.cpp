@@ -33,8 +33,7 @@ TEST_CASE("the forgiving reader steps over what is not a decimal number") {
         {"an exponent needs digits", "2e+ 3e-x 4E-2", {2, 3, 0.04}},
         {"hexadecimal is not read", "0x1A", {0, 1}},
         {"points", ". .5 5. -.25 1.2.3", {0.5, 5, -0.25, 1.2, 0.3}},
-        {"tabs, returns and no line end", "1\t2\r\n3", {1, 2, 3}},
-        {"a decimal comma makes two numbers", "3,25", {3, 25}},
+        {"a decimal comma makes two numbers", "1\t3,25", {1, 3, 25}},
     };
     Captured errors(stderr), screen(stdout);
     for (const Case& c : cases) {
@@ -54,15 +53,6 @@ TEST_CASE("the end of a stream is announced once") {
     CHECK((value == 7 && std::string(word) == "as was" && !stream.IsOpen()));
     CHECK(errors.Text() == "\nEnd of file W.txt\n");
     CHECK(screen.Text() == "\a");
-}
-
-TEST_CASE("forgiving whole numbers: digits only, clamped") {
-    InputStream stream(FileOf("1.5 x-3 99999999999999999999"));
-    Captured errors(stderr), screen(stdout);
-    std::vector<int> found;
-    int value = 0;
-    while (freadck1(stream, value, "types.txt")) found.push_back(value);
-    CHECK(found == std::vector<int>{1, 5, -3, INT_MAX});
 }
 
 TEST_CASE("the strict reader takes what strtod takes") {
@@ -128,11 +118,8 @@ TEST_CASE("ScanNumber insists until the answer is accepted") {
     const Case cases[] = {
         {"in a list", "1.5 2", "1 2", 0, 0, 2,
          "\nIncorrect input = 1.5. Reenter.\nAccepted input: 1 2\n"},
-        {"a list with a blank at its end", "0 2", "1 2 ", 0, 0, 2,
-         "\nIncorrect input = 0. Reenter.\nAccepted input: 1 2 \n"},
         {"in a range", "0\n3", "-", 1, 2147483647.0, 3,
          "\nIncorrect input = 0. Reenter.\nAccepted input: 1 to 2.14748e+09\n"},
-        {"both ends of the range belong to it", "1", "-", 1, 1, 1, ""},
         {"an empty specification takes any number", "x -8", "", 0, 0, -8, ""},
         {"no specification", "abc5", nullptr, 0, 0, 5, ""},
     };
