@@ -198,47 +198,23 @@ TEST_CASE("where the types of OTUs come from") {
         CHECK(IntsOf(session.partition_OTUs, 4) == std::vector<int>{2, 1, 5, 9}); // digits only
         CHECK(TimesIn(dialogue.Screen(), "Read group memberships from file") == 2);
     }
-    SUBCASE("a short file leaves the rest as it was") {
-        Dialogue dialogue("f types.txt" + others);
-        const Captured errors(stderr), bells(stdout);
-        WriteText("types.txt", "6 5");
-        for (int i = 0; i < 4; i++) session.partition_OTUs[i] = 1;
-        SettingsHierarchy();
-        CHECK(IntsOf(session.partition_OTUs, 4) == std::vector<int>{6, 5, 1, 1});
-    }
     SUBCASE("nesting groups from a file") {
         Dialogue dialogue("k 1 1 2 2 0 y 5 t 1 f nesting.txt 1 2 1 1 1 n n");
         WriteText("nesting.txt", "a: 4 4\nb: 7 7\n");
         SettingsHierarchy();
         CHECK(IntsOf(session.nestingMembershipOTUs, 4) == std::vector<int>{4, 4, 7, 7});
     }
-    SUBCASE("input that ends") {
-        Dialogue dialogue("f nowhere.txt ");
-        const Captured errors(stderr), bells(stdout);
-        CHECK_THROWS_AS(SettingsHierarchy(), Failure);
-    }
 }
 
-TEST_CASE("an earlier report is erased or continued") {
-    enum There { nothing, folder, report };
-    struct Case { const char* fact; There there; bool macro; const char* typed; const char* mode; };
-    const Case cases[] = {
-        {"no report yet", nothing, false, "", "w"},
-        {"a folder of that name is none", folder, false, "", "w"},
-        {"erase", report, false, "W", "w"},
-        {"append", report, false, "a", "a"},
-        {"a macro run appends without a question", report, true, "", "a"},
-    };
+TEST_CASE("an earlier report is erased, or continued: by a macro without a question") {
+    struct Case { bool there, macro; const char* typed; const char* mode; };
+    const Case cases[] = {{true, false, "W", "w"}, {true, true, "", "a"}, {false, false, "", "w"}};
     for (const Case& c : cases) {
-        CAPTURE(c.fact);
         Dialogue dialogue(c.typed);
-        if (c.there == report) WriteText("gammaPrinda.txt", "\n");
-        if (c.there == folder) std::filesystem::create_directory("gammaPrinda.txt");
+        if (c.there) WriteText("gammaPrinda.txt", "\n");
         console.runMacro = c.macro;
         GetPrindaMode("gammaPrinda.txt");
         CHECK(std::string(session.prindaMode) == c.mode);
-        CHECK(TimesIn(dialogue.Screen(), "\nThis session has a previous gammaPrinda.txt file.\n") ==
-              (c.there == report && !c.macro ? 1 : 0));
     }
 }
 
