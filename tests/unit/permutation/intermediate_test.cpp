@@ -110,21 +110,3 @@ TEST_CASE("the last arrangement in the file of intermediate results, with the fi
         CHECK(data->input.probabilities[rRE] != data->input.probabilities[rXE_TR]);
     }
 }
-
-TEST_CASE("the coefficient of T and E goes by its name in the file of intermediate results")
-{
-    struct Named {
-        int measure;
-        const char* label;
-    };
-    for (const Named& named : {Named{1, "\nMatrix correlation between DT and DE:\t"},
-                               Named{2, "\nProcrustes correlation between T and E:\t"},
-                               Named{3, "\nRV coefficient between T and E:\t"}}) {
-        auto data = MakePermTestData(tinyShape);
-        data->input.measure = named.measure;
-        const OutputFile file(std::tmpfile());
-        RunGeneral(*data, file);
-        CHECK(LastAfter(TextOf(file), named.label, 1) ==
-              std::vector<std::string>{Printed(data->input.results[rTE])});
-    }
-}
