@@ -185,12 +185,15 @@ tested <- function(fit) {
   table <- fit$statistics
   iterations <- study_fits(fit)[[1]]$settings$iterations
   if (is.null(table$lower)) table <- cbind(table, p_interval(table$P, iterations))
-  table$iterations <- iterations
+  table$iterations <- rep(iterations, nrow(table))
   table
 }
 
 page_statistics <- function(fit) {
   found <- tested(fit)
+  if (!nrow(found)) {
+    return(c(tag("h2", "Statistics"), tag("p", "None: they need variables, a phylogeny or tests.")))
+  }
   p <- intersect(c("P_taxa", "P_sites", "P"), names(found))
   interval <- ifelse(is.na(found$P), "", paste(shown(found$lower, 2), "to", shown(found$upper, 2)))
   table <- data.frame(
@@ -346,10 +349,17 @@ page_pictures <- function(fit) {
   pictures <- report_pictures(fit)
   figures <- lapply(seq_along(pictures), function(i) {
     p <- pictures[[i]]
-    c("<figure>", svg_of(p$draw, paste0("p", i, "-"), p$caption, p$width, p$height),
-      tag("figcaption", escaped(p$caption)), "</figure>")
+    c("<figure>", drawn(p, paste0("p", i, "-")), tag("figcaption", escaped(p$caption)), "</figure>")
   })
   if (length(figures)) c(tag("h2", "Pictures"), unlist(figures))
+}
+
+# A picture that cannot be drawn costs nobody the numbers.
+drawn <- function(p, prefix) {
+  tryCatch(svg_of(p$draw, prefix, p$caption, p$width, p$height), error = function(e) {
+    warning("a picture could not be drawn: ", conditionMessage(e), call. = FALSE)
+    tag("p", "This picture could not be drawn: ", escaped(conditionMessage(e)))
+  })
 }
 
 # Pictures in one page share their ids: each gets its own.
@@ -392,7 +402,7 @@ report_pictures <- function(fit) {
   across <- 2 + 1.5 * length(variables)
   sizes <- list(
     statistics = c(8, min(1.8 + 0.3 * nrow(fit$statistics), 30)),
-    means = c(across, 1.5 + 1.2 * length(traits)), diversity = c(across, 6), ordination = c(9, 5)
+    means = c(across, 1.5 + 1.2 * length(traits)), diversity = c(across, if (is.null(data$F)) 5 else 7.5), ordination = c(9, 5)
   )
   lapply(stats::setNames(nm = picture_kinds(fit)), function(what) {
     chosen <- c(

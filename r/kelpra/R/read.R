@@ -283,7 +283,10 @@ column_notes <- function(typed, table, words, what, path) {
           "if ranks, --ordinal ", shQuote(name)
         )
       )
-    } else paste0(length(states), " states: ", listed(states, 6))
+    } else paste0(
+      length(states), " states", if (what == "env") " (1, 2 ... in pictures)", ": ",
+      listed(states, 12)
+    )
     missing <- sum(is.na(v))
     paste0(
       basename(path), ", column ", quoted(name), ": ", form,
