@@ -107,7 +107,6 @@ TEST_CASE("Gower: one trait at a time")
         {"nominal, missing", 2, 1, NA, NA, 0, 1, 0, 1, NA, NA, NA},
         {"dichotomous, joint absence says nothing", 1, 0, 0, 1, 0, 2, 0, NA, NA, 0, 0},
         {"dichotomous, joint absence agrees", 1, 0, 0, 1, 0, 2, 1, 2, 2, 0, 0},
-        {"dichotomous, missing", 1, 0, NA, 1, 0, 2, 1, 2, NA, 0, NA},
         {"interval, own range", 3, 1, 2, 5, 0, 1, 0, 1, 0.75, 0, 0.25},
         {"in single precision", 3, 0, 1, 3, 3, 1, 0, 1, 2 / 3.0F, 0, 1 / 3.0F},
         {"interval, given range", 3, 1, 2, 5, 8, 2, 0, 2, 1.75, 1, 1.25},

@@ -40,8 +40,6 @@ TEST_CASE("AlmostEqual2sComplement compares at single-precision grain")
     const Case cases[] = {
         {"neighbouring floats", 1.0, 1.0 + ulp, 1, true},
         {"rounds to the second, 1.00000024", 1.0, 1.0000002, 1, false},
-        {"negative, two apart", -1.0, -1.0 - 2 * ulp, 1, false},
-        {"zeros", 0.0, -0.0, 1, true},
         {"across zero: two steps", smallest, -smallest, 1, false},
         {"largest float and infinity are neighbours", FLT_MAX, infinity, 1, true},
         {"a NaN is near itself only", notANumber, notANumber, 1, true},

@@ -240,7 +240,6 @@ TEST_CASE("edges of the data")
     const Edge edges[] = {
         {"one OTU",             {"", 6, 1, 2, 2, 1, 1.0, 0.0, false}, {}},
         {"one community",       {"", 1, 8, 3, 2, 3, 0.8, 0.0, false}, {}},
-        {"two communities",     {"", 2, 8, 3, 2, 3, 0.6, 0.0, false}, {}},
         {"one type",            {"", 6, 8, 3, 2, 1, 0.6, 0.0, false}, {}},
         {"every OTU everywhere", {"", 9, 17, 5, 2, 4, 3.1, 0.0, true}, {}},
         {"a community without OTUs",             tinyShape, Set(&D::W, 4, every, 0.0)},

@@ -120,7 +120,6 @@ TEST_CASE("ScanNumber insists until the answer is accepted") {
          "\nIncorrect input = 1.5. Reenter.\nAccepted input: 1 2\n"},
         {"in a range", "0\n3", "-", 1, 2147483647.0, 3,
          "\nIncorrect input = 0. Reenter.\nAccepted input: 1 to 2.14748e+09\n"},
-        {"an empty specification takes any number", "x -8", "", 0, 0, -8, ""},
         {"no specification", "abc5", nullptr, 0, 0, 5, ""},
     };
     for (const Case& c : cases) {
@@ -185,7 +184,6 @@ TEST_CASE("lines: tab, newline or carriage return ends them") {
 }
 
 TEST_CASE("case and range") {
-    CHECK((StrCmp("Poa", "pOA") == 0 && StrCmp("a", "B") < 0));
     char text[] = "a\xe9z";
     StrToUpper(text);
     CHECK(std::string(text) == "A\xe9Z"); // only ASCII letters change
