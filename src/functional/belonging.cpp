@@ -20,7 +20,7 @@ PartialSimilarity::PartialSimilarity(int traits, int OTUs)
 void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilarity& out, int* types,
                              double* ranges, double* weights, int countDoubleAbsence)
 {
-    OwnedVector values(nOTUs); // a copy: ordinal values are replaced by their ranks
+    OwnedVector values(nOTUs);  // a copy: ordinal values are replaced by their ranks
     for (int trait = 0; trait < nTraits; trait++) {
         for (int i = 0; i < nOTUs; i++) values[i] = B[i][trait];
         GowerMVPartial_dAbsences(nOTUs, types[trait], values, out.layer[trait], ranges[trait],
@@ -28,11 +28,12 @@ void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilari
     }
 }
 
-namespace {
+namespace
+{
 
 struct WeightedTrait {
     int trait;
-    double weight; // what the trait adds to the divisor
+    double weight;  // what the trait adds to the divisor
 };
 
 bool AnyTraitHasValue(const PartialSimilarity& partial, int nTraits, std::size_t pair)
@@ -56,7 +57,7 @@ void AverageRow(int i, int nTraits, int nOTUs, const PartialSimilarity& partial,
         for (int k = 1; k < length; k++) {
             const double cell = static_cast<double>(cells[k]);
             const bool present = !IsMissing(cell);
-            numerator[k] += present ? cell : 0.0; // adding 0 changes no bit
+            numerator[k] += present ? cell : 0.0;  // adding 0 changes no bit
             denominator[k] += present ? one.weight : 0.0;
         }
     }
@@ -80,7 +81,7 @@ void Average(int nTraits, int nOTUs, const PartialSimilarity& partial, double** 
         AverageRow(i, nTraits, nOTUs, partial, S[i], used, numerator, denominator);
 }
 
-} // namespace
+}  // namespace
 
 void gower_similarityAverage(int nTraits, int nOTUs, const PartialSimilarity& partial, double** S,
                              double* weights)
@@ -100,7 +101,8 @@ void gower_similarityAverage(int nTraits, int nOTUs, const PartialSimilarity& pa
     Average(nTraits, nOTUs, partial, S, used);
 }
 
-namespace {
+namespace
+{
 
 std::size_t Place(int i)
 {
@@ -125,7 +127,7 @@ std::vector<int> TypeColumns(int n, const int* partition)
     return column;
 }
 
-} // namespace
+}  // namespace
 
 int CrispBelonging(int n, int nGroups, int* partition, double** C)
 {
@@ -138,7 +140,8 @@ int CrispBelonging(int n, int nGroups, int* partition, double** C)
     return 1;
 }
 
-namespace {
+namespace
+{
 
 /// OTUs whose rows of U a thread fills at a time.
 const int blockSize = 64;
@@ -151,23 +154,30 @@ bool IsWorthATeam(int nOTUs)
 
 bool IsIdentity(double similarity)
 {
-    const double nearlyOne = 0.999; // below it, no rounding to single precision gives 1
+    const double nearlyOne = 0.999;  // below it, no rounding to single precision gives 1
     if (similarity >= 0.0 && similarity < nearlyOne) return false;
     return AlmostEqual2sComplement(similarity, 1.0, 1);
 }
 
-} // namespace
+}  // namespace
 
 TypeBelonging::TypeBelonging(int OTUs, int types, const int* partition)
-    : n(OTUs), nGroups(types), column(TypeColumns(OTUs, partition)), representative(column.size()),
-      count(column.size()), members(column.size()), hasDuplicates(column.size()),
-      reached(types, OTUs), sums(types, OTUs)
+    : n(OTUs),
+      nGroups(types),
+      column(TypeColumns(OTUs, partition)),
+      representative(column.size()),
+      count(column.size()),
+      members(column.size()),
+      hasDuplicates(column.size()),
+      reached(types, OTUs),
+      sums(types, OTUs)
 {
     for (int i = 0; i < n; i++) members[Place(column[Place(i)])].push_back(i);
 }
 
 /// Every duplicate joins the first OTU before it that is identical to it and none itself: almost
-/// equal is not transitive, so an OTU may resemble a duplicate and not the OTU that this one joined.
+/// equal is not transitive, so an OTU may resemble a duplicate and not the OTU that this one
+/// joined.
 ///
 /// Deliberate: 1.0 stands for identity also when S holds dissimilarities, where it pools the OTUs
 /// of a type that share nothing; users' earlier results depend on it.
@@ -200,7 +210,7 @@ void TypeBelonging::AddMember(int j, int first, int last, const double* S, bool 
     const double nMembers = count[Place(type)];
     double share[blockSize];
     bool anyHole = false;
-    #pragma omp simd reduction(|| : anyHole)
+#pragma omp simd reduction(|| : anyHole)
     for (int i = first; i < last; i++) {
         const bool hole = IsMissing(S[i]);
         share[i - first] = hole ? 0.0 : (isDissimilarity ? 1.0 - S[i] : S[i]) / nMembers;
@@ -210,7 +220,7 @@ void TypeBelonging::AddMember(int j, int first, int last, const double* S, bool 
     char* const isReached = reached[type];
     const bool isDuplicate = representative[Place(j)] != j;
     if (!isDuplicate && hasDuplicates[Place(j)] == 0 && !anyHole) {
-        #pragma omp simd
+#pragma omp simd
         for (int i = first; i < last; i++) sum[i] += share[i - first];
         std::fill(isReached + first, isReached + last, '\1');
         return;
@@ -259,7 +269,7 @@ void TypeBelonging::AddKnownMember(int j, const double* S)
     double* const sum = sums[type];
     const double nMembers = count[Place(type)];
     if (representative[Place(j)] != j) {
-        sum[j] += S[j] / nMembers; // a duplicate is of use to nobody but itself
+        sum[j] += S[j] / nMembers;  // a duplicate is of use to nobody but itself
     } else if (hasDuplicates[Place(j)] == 0) {
         ActiveVectors().addQuotients(n, S, nMembers, sum);
     } else {
@@ -274,9 +284,9 @@ int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, b
     TypeBelonging types(n, nGroups, partition);
     types.Pool(S);
 
-    // A thread owns whole rows of U and adds up each alone, j ascending: the same bits for any
-    // team.
-    #pragma omp parallel for schedule(static) if (IsWorthATeam(n))
+// A thread owns whole rows of U and adds up each alone, j ascending: the same bits for any
+// team.
+#pragma omp parallel for schedule(static) if (IsWorthATeam(n))
     for (int block = 0; block < types.Blocks(); block++)
         types.FillBlock(block, S, U, isDissimilarity);
 
@@ -316,7 +326,8 @@ double AverageDissim(int n, double** D, int* groups, int* mask)
     return sum / nPairs;
 }
 
-namespace {
+namespace
+{
 
 /// Dissimilarity of object i to the nearest masked member of a group.
 double Nearest(int n, double** D, const int* groups, const int* mask, int i, int group)
@@ -339,7 +350,7 @@ std::vector<int> GroupsInOrderOfAppearance(int n, const int* groups, const int* 
     return found;
 }
 
-} // namespace
+}  // namespace
 
 double NearNeighDist(int n, double** D, int* groups, int* mask)
 {

@@ -24,8 +24,8 @@ struct PartialSimilarity {
 
     const int nTraits;
     const int nOTUs;
-    const OwnedTable<float> layer; ///< nTraits packed upper triangles (PairIndex); -999 where a
-                                   ///< trait says nothing, otherwise similarity times its weight
+    const OwnedTable<float> layer;  ///< nTraits packed upper triangles (PairIndex); -999 where a
+                                    ///< trait says nothing, otherwise similarity times its weight
 };
 
 /// Fills the layers, one trait at a time.
@@ -36,8 +36,8 @@ struct PartialSimilarity {
 /// weights  of the traits, multiplied into the cells; 0 leaves the layer without values
 /// countDoubleAbsence  1: two zeros of a dichotomous trait agree; 0: they say nothing
 /// Gower 1971, Biometrics 27:857-871.
-void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilarity& out,
-                             int* types, double* ranges, double* weights, int countDoubleAbsence);
+void gower_similarityPartial(int nTraits, double** B, int nOTUs, PartialSimilarity& out, int* types,
+                             double* ranges, double* weights, int countDoubleAbsence);
 
 /// Gower similarity over the traits of weight above 0: sum of their cells (weighted already) over
 /// the sum of the weights of those present.
@@ -76,7 +76,8 @@ int FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U,
 
 /// Fuzzy belonging to types that stay the same while similarities change, as in a search. Nothing
 /// is allocated after construction.
-class TypeBelonging {
+class TypeBelonging
+{
 public:
     /// As for FuzzyBelonging, which is made of this.
     TypeBelonging(int n, int nGroups, const int* partition);
@@ -96,13 +97,13 @@ private:
 
     const int n;
     const int nGroups;
-    std::vector<int> column;               // type of each OTU
-    std::vector<int> representative;       // of each OTU: itself, unless it is a duplicate
-    std::vector<int> count;                // members of each type, duplicates counted once
-    std::vector<std::vector<int>> members; // OTUs of each type, ascending
-    std::vector<char> hasDuplicates;       // of each OTU that represents others
-    OwnedTable<char> reached;              // nGroups x n: some similarity was there
-    OwnedRows sums;                        // nGroups x n
+    std::vector<int> column;                // type of each OTU
+    std::vector<int> representative;        // of each OTU: itself, unless it is a duplicate
+    std::vector<int> count;                 // members of each type, duplicates counted once
+    std::vector<std::vector<int>> members;  // OTUs of each type, ascending
+    std::vector<char> hasDuplicates;        // of each OTU that represents others
+    OwnedTable<char> reached;               // nGroups x n: some similarity was there
+    OwnedRows sums;                         // nGroups x n
 };
 
 /// Resemblance between n communities described by p columns.

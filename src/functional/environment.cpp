@@ -7,7 +7,8 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
-namespace {
+namespace
+{
 
 enum class Comparison { distance, adjustedDistance, gower };
 
@@ -15,16 +16,16 @@ enum class Comparison { distance, adjustedDistance, gower };
 Comparison ComparisonOf(int kinds)
 {
     switch (kinds) {
-    case 1: return Comparison::distance;         // quantitative, the same units
-    case 2:                                      // quantitative, different units
-    case 4: return Comparison::adjustedDistance; // binary
-    case 5:                                      // several kinds
+    case 1: return Comparison::distance;          // quantitative, the same units
+    case 2:                                       // quantitative, different units
+    case 4: return Comparison::adjustedDistance;  // binary
+    case 5:                                       // several kinds
         return session.temEnvQual == 0 ? Comparison::adjustedDistance : Comparison::gower;
     default: return Comparison::gower;
     }
 }
 
-} // namespace
+}  // namespace
 
 void EnvironmentResemblance(int n, int p, int* types, double** E, double** DE, bool skipsHoles)
 {

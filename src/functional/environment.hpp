@@ -2,8 +2,8 @@
 #pragma once
 
 /// Resemblance DE between n communities by p variables: Euclidean distance where all are
-/// quantitative or binary, else 1 minus the Gower similarity. The choice follows the session's kinds
-/// of variables (optEnvVarType, temEnvQual).
+/// quantitative or binary, else 1 minus the Gower similarity. The choice follows the session's
+/// kinds of variables (optEnvVarType, temEnvQual).
 ///
 /// types    of the p variables, as of traits
 /// E        n x p; variables of different units come back with mean 0 and length 1, ordinal ones

@@ -9,7 +9,8 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
-namespace {
+namespace
+{
 
 /// Deviations within this length never turn out as the code of a missing cell, which the exact form
 /// would leave out.
@@ -18,7 +19,7 @@ const double longestColumn = -missingValue;
 double Product(int n, const double* a, const double* b)
 {
     double sum = 0.0;
-    #pragma omp simd reduction(+ : sum)
+#pragma omp simd reduction(+ : sum)
     for (int i = 0; i < n; i++) sum += a[i] * b[i];
     return sum;
 }
@@ -68,13 +69,25 @@ Part Changing(const Criterion& criterion)
     return IsFixed(criterion.first) ? criterion.second : criterion.first;
 }
 
-} // namespace
+}  // namespace
 
 SharedEstimates::SharedEstimates(const Criterion& ranked, const SharedMatrices& all)
-    : criterion(ranked), n(all.n), t(all.t), g(all.g), p(Fixed(ranked, all).number),
-      usable(IsWanted(all)), rankX(std::min(n - 1, g)), M(usable ? p : 0, n), T(usable ? t : 0, n),
-      MM(usable ? p : 0, p), MT(usable ? t : 0, p), TT(t, t), TKT(t, t), TKKT(t, t),
-      rawSumSquares(static_cast<std::size_t>(t)), reference(0)
+    : criterion(ranked),
+      n(all.n),
+      t(all.t),
+      g(all.g),
+      p(Fixed(ranked, all).number),
+      usable(IsWanted(all)),
+      rankX(std::min(n - 1, g)),
+      M(usable ? p : 0, n),
+      T(usable ? t : 0, n),
+      MM(usable ? p : 0, p),
+      MT(usable ? t : 0, p),
+      TT(t, t),
+      TKT(t, t),
+      TKKT(t, t),
+      rawSumSquares(static_cast<std::size_t>(t)),
+      reference(0)
 {
     if (!usable) return;
     CentreReference(all);
@@ -107,7 +120,7 @@ void SharedEstimates::CentreReference(const SharedMatrices& all)
     for (int i = 0; i < n; i++)
         for (const double share : all.present[static_cast<std::size_t>(i)].shares)
             totals[i][0] += share;
-    rankX = std::min(n - 1, g - 1 + RankOf(n, 1, totals)); // memberships of an OTU sum up to 1
+    rankX = std::min(n - 1, g - 1 + RankOf(n, 1, totals));  // memberships of an OTU sum up to 1
 }
 
 void SharedEstimates::CentreTraits(const SharedMatrices& all)
@@ -118,7 +131,7 @@ void SharedEstimates::CentreTraits(const SharedMatrices& all)
         for (int k = 0; k < p; k++) MT[j][k] = Product(n, T[j], M[k]);
     }
     for (int i = 0; i < t; i++) {
-        std::vector<double> further(static_cast<std::size_t>(p)); // M'M M'T
+        std::vector<double> further(static_cast<std::size_t>(p));  // M'M M'T
         for (int k = 0; k < p; k++) further[static_cast<std::size_t>(k)] = Product(p, MM[k], MT[i]);
         for (int j = 0; j < t; j++) {
             TT[i][j] = Product(n, T[i], T[j]);
@@ -129,8 +142,13 @@ void SharedEstimates::CentreTraits(const SharedMatrices& all)
 }
 
 SubsetEstimates::SubsetEstimates(const SharedEstimates& shared, SubsetMatrices& subset)
-    : all(shared), matrices(subset), moving(all.t + all.g + 1), reference(moving.m),
-      estimator(all.n, all.p, moving), columns(all.g + 1, all.n), products(all.g + 1, all.p)
+    : all(shared),
+      matrices(subset),
+      moving(all.t + all.g + 1),
+      reference(moving.m),
+      estimator(all.n, all.p, moving),
+      columns(all.g + 1, all.n),
+      products(all.g + 1, all.p)
 {
     reference.rank = all.reference.rank;
     reference.trace = all.reference.trace;
@@ -167,8 +185,7 @@ void SubsetEstimates::TakeColumn(int place, double* const* rows, int column)
 {
     moving.rawSumSquares[static_cast<std::size_t>(all.t + place)] =
         TakeCentred(all.n, rows, column, columns[place]);
-    for (int k = 0; k < all.p; k++)
-        products[place][k] = Product(all.n, columns[place], all.M[k]);
+    for (int k = 0; k < all.p; k++) products[place][k] = Product(all.n, columns[place], all.M[k]);
     AddProducts(place);
     const int own = all.t + place;
     isBounded = isBounded && std::sqrt(moving.ZZ(own, own)) < longestColumn;

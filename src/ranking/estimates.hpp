@@ -10,7 +10,8 @@
 
 /// What the estimates of all subsets share: the structure M that does not change (E, P or the
 /// smoothed composition), and the products of all traits with it.
-class SharedEstimates {
+class SharedEstimates
+{
 public:
     SharedEstimates(const Criterion& criterion, const SharedMatrices& all);
 
@@ -25,20 +26,21 @@ private:
     void CentreTraits(const SharedMatrices& all);
 
     const Criterion& criterion;
-    const int n, t, g, p; // p columns of M
+    const int n, t, g, p;  // p columns of M
     bool usable;
-    int rankX;                         // of X
-    const OwnedRows M, T;              // p x n, t x n: centred columns
-    const OwnedRows MM;                // p x p: M'M
-    const OwnedRows MT;                // t x p: M'T
-    const OwnedRows TT, TKT, TKKT;     // t x t, K = MM'
-    std::vector<double> rawSumSquares; // t: of the traits before they were centred
-    ReferenceProducts reference;       // of M alone
+    int rankX;                          // of X
+    const OwnedRows M, T;               // p x n, t x n: centred columns
+    const OwnedRows MM;                 // p x p: M'M
+    const OwnedRows MT;                 // t x p: M'T
+    const OwnedRows TT, TKT, TKKT;      // t x t, K = MM'
+    std::vector<double> rawSumSquares;  // t: of the traits before they were centred
+    ReferenceProducts reference;        // of M alone
 };
 
 /// Estimates of one subset after another; a search on several threads has one of these for each.
 /// Nothing is allocated after construction.
-class SubsetEstimates {
+class SubsetEstimates
+{
 public:
     SubsetEstimates(const SharedEstimates& all, SubsetMatrices& matrices);
 
@@ -52,12 +54,12 @@ private:
 
     const SharedEstimates& all;
     SubsetMatrices& matrices;
-    MovingProducts moving; // traits of the subset first, X from t on, then the entropy or distance
+    MovingProducts moving;  // traits of the subset first, X from t on, then the entropy or distance
     ReferenceProducts reference;
     CongruenceEstimator estimator;
-    const OwnedRows columns;  // g + 1 x n: X and the vector, centred
-    const OwnedRows products; // g + 1 x p: M'X and M' of the vector
-    std::vector<int> traits;  // of the subset, from 0
+    const OwnedRows columns;   // g + 1 x n: X and the vector, centred
+    const OwnedRows products;  // g + 1 x p: M'X and M' of the vector
+    std::vector<int> traits;   // of the subset, from 0
     std::vector<int> control;
-    bool isBounded = true; // no cell can turn out as the code of a missing one
+    bool isBounded = true;  // no cell can turn out as the code of a missing one
 };

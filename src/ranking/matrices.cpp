@@ -10,29 +10,42 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
-namespace {
+namespace
+{
 
 std::size_t WholeBlocks(int columns)
 {
     return static_cast<std::size_t>((columns + columnBlock - 1) / columnBlock * columnBlock);
 }
 
-} // namespace
+}  // namespace
 
 SubsetMatrices::SubsetMatrices(SharedMatrices& shared, int nSearchers)
-    : all(shared), select(all.t), rawT(all.n, all.t), subsetT(all.n, all.t),
-      similarity(all.needs.types ? all.s : 0, all.s), Xrows(all.n, all.needs.types ? all.s : 0),
-      rao(all.n, 1), dark(all.n, 1), width(WholeBlocks(all.g)),
-      Qcells(static_cast<long>(width) * all.s), composed(static_cast<long>(width)),
+    : all(shared),
+      select(all.t),
+      rawT(all.n, all.t),
+      subsetT(all.n, all.t),
+      similarity(all.needs.types ? all.s : 0, all.s),
+      Xrows(all.n, all.needs.types ? all.s : 0),
+      rao(all.n, 1),
+      dark(all.n, 1),
+      width(WholeBlocks(all.g)),
+      Qcells(static_cast<long>(width) * all.s),
+      composed(static_cast<long>(width)),
       columns(static_cast<long>(std::max(all.g, 1)) * all.n + kernelBlock),
-      unitRows(all.n, all.g), dt(all.n), dx(all.needs.types ? all.n : 0),
-      dr(all.n), ds(all.n), traits(static_cast<std::size_t>(all.t))
+      unitRows(all.n, all.g),
+      dt(all.n),
+      dx(all.needs.types ? all.n : 0),
+      dr(all.n),
+      ds(all.n),
+      traits(static_cast<std::size_t>(all.t))
 {
     for (int i = 0; i < all.s; i++)
         Qrows.push_back(Qcells.values + static_cast<std::size_t>(i) * width);
     if (!IsQuick()) return;
     const long nCells = TriangleSize(all.n);
-    squareSums = std::make_unique<PrefixSums<double>>(nCells, SharedMatrices::Levels(nCells, nSearchers));
+    squareSums =
+        std::make_unique<PrefixSums<double>>(nCells, SharedMatrices::Levels(nCells, nSearchers));
     if (!all.needs.types) return;
     const long nPairs = static_cast<long>(all.s) * (all.s + 1L) / 2;
     const int nLevels = SharedMatrices::Levels(nPairs, nSearchers);
@@ -54,10 +67,11 @@ void SubsetMatrices::Select(const int* subset, int nSubset)
     if (!all.crisp) return;
     made.Q = before.Q;
     made.X = before.X;
-    made.DX = before.DX && IsQuick(); // the general form may overwrite it
+    made.DX = before.DX && IsQuick();  // the general form may overwrite it
 }
 
-namespace {
+namespace
+{
 
 /// The columns of the subset, the others 0.
 void TakeColumns(const SharedMatrices& all, double** from, const int* select, double** to)
@@ -66,7 +80,7 @@ void TakeColumns(const SharedMatrices& all, double** from, const int* select, do
         for (int j = 0; j < all.t; j++) to[i][j] = select[j] == 1 ? from[i][j] : 0.0;
 }
 
-} // namespace
+}  // namespace
 
 double** SubsetMatrices::RawT()
 {
@@ -221,8 +235,8 @@ double SubsetMatrices::EntropyQuickly(int community)
     const auto& members = all.entropyMembers[static_cast<std::size_t>(community)];
     for (const SharedMatrices::Member& i : members)
         for (const SharedMatrices::Member& j : members) {
-            const double d = Dissimilarity(S()[i.otu][j.otu], false,
-                                           preferences.sqrtDissimOpt_RaoTraits);
+            const double d =
+                Dissimilarity(S()[i.otu][j.otu], false, preferences.sqrtDissimOpt_RaoTraits);
             const double weight = PairWeight(i.weight, j.weight, session.restrictRaoWithinOpt);
             Q += weight * j.share * d * i.share;
         }
@@ -246,8 +260,7 @@ double** SubsetMatrices::Dark()
 {
     if (made.Dark) return dark;
     made.Dark = true;
-    for (int i = 0; i < all.n; i++)
-        dark[i][0] = SumAbsDeviations(all.g, all.W0[i], X()[i], false);
+    for (int i = 0; i < all.n; i++) dark[i][0] = SumAbsDeviations(all.g, all.W0[i], X()[i], false);
     return dark;
 }
 

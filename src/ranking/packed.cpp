@@ -5,7 +5,9 @@
 #include "numeric/congruence.hpp"
 
 Structure::Structure(int communities)
-    : n(communities), rows(communities, communities), nCells(TriangleSize(communities)),
+    : n(communities),
+      rows(communities, communities),
+      nCells(TriangleSize(communities)),
       cells(nCells + kernelBlock)
 {
 }
@@ -53,7 +55,7 @@ double Structure::CorrelateWithCentred(const Structure& other)
     double squares = 0.0;
     double products = 0.0;
     for (long c = 0; c < nCells; c++) {
-        a[c] -= mean; // 0 if the cells are centred already
+        a[c] -= mean;  // 0 if the cells are centred already
         squares += a[c] * a[c];
         products += b[c] * a[c];
     }
@@ -118,7 +120,8 @@ void CongruenceOfThree(Structure& third, Structure& x, Structure& y, double* wit
     *ofXY = CorrelationOfSums(ab, aa, bb);
 }
 
-namespace {
+namespace
+{
 
 /// The lower triangle and the diagonal of a similarity.
 void Mirror(int n, double** S)
@@ -130,7 +133,7 @@ void Mirror(int n, double** S)
     }
 }
 
-} // namespace
+}  // namespace
 
 void AverageSimilarity(int n, const double* sums, int k, double** S)
 {

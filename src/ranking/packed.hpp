@@ -18,12 +18,15 @@
 /// Sums of layers over growing lists of traits. Lists come in lexicographic order, so the next list
 /// mostly differs in its last trait and costs one addition a cell.
 template <typename Cell>
-class PrefixSums {
+class PrefixSums
+{
 public:
     /// nCells  of a layer
     /// nLevels list lengths kept, at least 2; longer lists share the last level
     PrefixSums(long nCells, int nLevels)
-        : cells(nCells), last(nLevels - 1), levels(nLevels, nCells),
+        : cells(nCells),
+          last(nLevels - 1),
+          levels(nLevels, nCells),
           previous(static_cast<std::size_t>(nLevels), -1)
     {
     }
@@ -32,7 +35,7 @@ public:
     /// until the next call.
     const double* Sum(const Cell* const* layers, const int* traits, int k)
     {
-        int depth = 0; // levels that the list before left right
+        int depth = 0;  // levels that the list before left right
         while (depth < std::min(k, last) && previous[Index(depth)] == traits[depth]) depth++;
         for (int d = depth; d < k; d++) {
             double* const to = levels[std::min(d, last)];
@@ -67,11 +70,12 @@ private:
     const long cells;
     const int last;
     const OwnedRows levels;
-    std::vector<int> previous; // the trait that each level but the last ends with
+    std::vector<int> previous;  // the trait that each level but the last ends with
 };
 
 /// A resemblance between n communities, kept ready for correlation.
-class Structure {
+class Structure
+{
 public:
     explicit Structure(int n);
 
@@ -83,8 +87,8 @@ public:
     void TakeRows();
     /// Roots of these sums of squares, a triangle; a sum not above 0 gives 0.
     void TakeSquares(const double* sums);
-    /// Euclidean distances of the communities by p columns of finite cells, which lie `stride` apart
-    /// with kernelBlock cells to spare behind the last; sums of absolute differences.
+    /// Euclidean distances of the communities by p columns of finite cells, which lie `stride`
+    /// apart with kernelBlock cells to spare behind the last; sums of absolute differences.
     void TakeDistances(int p, const double* columns, std::size_t stride);
     void TakeDifferences(int p, const double* columns, std::size_t stride);
 
@@ -107,8 +111,9 @@ private:
 
     const long nCells;
     Form form = Form::rows;
-    OwnedVector cells;       // the triangle, with kernelBlock cells to spare: distances, once centred less their mean
-    double sumSquares = 0.0; // of the centred cells
+    OwnedVector cells;  // the triangle, with kernelBlock cells to spare: distances, once centred
+                        // less their mean
+    double sumSquares = 0.0;  // of the centred cells
 };
 
 double MantelCorr(Structure& a, Structure& b);

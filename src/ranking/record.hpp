@@ -12,10 +12,10 @@
 
 /// A subset of traits with the value it reached. size 0: none.
 struct RankedSubset {
-    Estimate value;          // error 0: exact
-    int nTypes = 0;          // types of OTUs that gave the value
+    Estimate value;  // error 0: exact
+    int nTypes = 0;  // types of OTUs that gave the value
     int size = 0;
-    std::vector<int> traits; // numbers from 1; room for all from the start
+    std::vector<int> traits;  // numbers from 1; room for all from the start
 };
 
 /// The exact value of a subset.
@@ -29,8 +29,8 @@ void SettleIfClose(RankedSubset& a, RankedSubset& b, const ExactValue& exactly);
 
 /// How values are compared and sorted.
 struct RankingOrder {
-    bool absolute; // the larger magnitude is better
-    void (*sort)(int n, const double* values, double* order); // RankVector or RankVectorAbs
+    bool absolute;                                             // the larger magnitude is better
+    void (*sort)(int n, const double* values, double* order);  // RankVector or RankVectorAbs
 };
 
 /// Strictly better: of equal values the first one stays. A NaN is never better.
@@ -41,7 +41,8 @@ void KeepBetter(RankedSubset& best, RankedSubset& candidate, const RankingOrder&
                 const ExactValue& exactly);
 
 /// The best subsets of all sizes, sorted: slot 0 is where a new one enters and holds the weakest.
-class KeepTable {
+class KeepTable
+{
 public:
     /// nKeep slots behind slot 0, all holding `start` and no subset
     KeepTable(int nKeep, int nTraits, double start, const RankingOrder& order);
@@ -59,6 +60,6 @@ public:
 private:
     const RankingOrder order;
     std::vector<RankedSubset> slots;
-    std::vector<RankedSubset*> first, second; // the table, and the bank it is sorted into
+    std::vector<RankedSubset*> first, second;  // the table, and the bank it is sorted into
     std::vector<double> values, sorted;
 };

@@ -25,7 +25,8 @@
 #include "shell/preferences.hpp"
 #include "shell/scanners.hpp"
 
-namespace {
+namespace
+{
 
 const double lowest = -1.7976931348623157e308;
 
@@ -65,11 +66,12 @@ struct Searcher {
         if (shared.AreUsable()) estimates = std::make_unique<SubsetEstimates>(shared, matrices);
     }
     SubsetMatrices matrices;
-    std::unique_ptr<SubsetEstimates> estimates; // null: values are exact
+    std::unique_ptr<SubsetEstimates> estimates;  // null: values are exact
 };
 
 /// One search: the files, the matrices, the block of subsets at hand and the record so far.
-class Search {
+class Search
+{
 public:
     explicit Search(const Criterion& criterion);
     void Run();
@@ -91,24 +93,24 @@ private:
     IntermediateFile intermediate;
     OutputFile report;
     SharedMatrices shared;
-    const std::vector<int> typeSizes; // empty for the criterion without types
+    const std::vector<int> typeSizes;  // empty for the criterion without types
     const bool printsRows;
-    const bool inDetail; // statistics and matrices are printed as they come
+    const bool inDetail;  // statistics and matrices are printed as they come
 
     const SharedEstimates estimates;
     std::vector<std::unique_ptr<Searcher>> searchers;
     const ExactValue exactly;
 
-    const OwnedInts subset;   // the subset drawn last, then the other traits
-    const OwnedInts block;    // subsets of the block, each nch long; 0 in front: has excluded traits
-    std::vector<Estimate> values; // of the block
+    const OwnedInts subset;  // the subset drawn last, then the other traits
+    const OwnedInts block;   // subsets of the block, each nch long; 0 in front: has excluded traits
+    std::vector<Estimate> values;  // of the block
     int blockSize;
 
     SubsetStatistics statistics;
     RankedSubset candidate;
-    std::vector<RankedSubset> best; // by size, from nMinTraitsChRank
-    KeepTable kept;        // the best subsets
-    KeepTable evaluations; // the best evaluations; printed for the niche criteria only
+    std::vector<RankedSubset> best;  // by size, from nMinTraitsChRank
+    KeepTable kept;                  // the best subsets
+    KeepTable evaluations;           // the best evaluations; printed for the niche criteria only
     int iteration = 0;
     const int nIterations;
 };
@@ -125,19 +127,25 @@ RankedSubset NoSubset(double value)
 }
 
 Search::Search(const Criterion& ranked)
-    : criterion(ranked), timeStart(omp_get_wtime()), intermediate(ranked),
-      report(session.whichChorder, console.volumeName, "w"), shared(ranked.needs),
+    : criterion(ranked),
+      timeStart(omp_get_wtime()),
+      intermediate(ranked),
+      report(session.whichChorder, console.volumeName, "w"),
+      shared(ranked.needs),
       typeSizes(ranked.needs.types ? CountOtusOfTypes() : std::vector<int>()),
       printsRows(session.printRankIntermedResults == 'y'),
-      inDetail(printsRows || intermediate.IsOpen()), estimates(ranked, shared),
+      inDetail(printsRows || intermediate.IsOpen()),
+      estimates(ranked, shared),
       exactly([this](int k, const int* traits) {
           SubsetMatrices& matrices = searchers[0]->matrices;
           matrices.Select(traits, k);
           return ValueOf(criterion, matrices);
       }),
-      subset(session.nch), block(static_cast<long>(largestBlock) * session.nch),
+      subset(session.nch),
+      block(static_cast<long>(largestBlock) * session.nch),
       values(static_cast<std::size_t>(largestBlock)),
-      statistics(SharedStatistics(ranked, shared)), candidate(NoSubset(0.0)),
+      statistics(SharedStatistics(ranked, shared)),
+      candidate(NoSubset(0.0)),
       best(static_cast<std::size_t>(session.nMaxTraitsChRank - session.nMinTraitsChRank + 1),
            NoSubset(ranked.start)),
       kept(session.nKeepTrack, session.nch, 0.0, ranked.order),
@@ -145,8 +153,7 @@ Search::Search(const Criterion& ranked)
       nIterations(TotalOfSubsets())
 {
     const bool canShare = shared.form == Form::quick && !inDetail;
-    const int nSearchers =
-        canShare ? std::min(omp_get_max_threads(), shared.MostSearchers()) : 1;
+    const int nSearchers = canShare ? std::min(omp_get_max_threads(), shared.MostSearchers()) : 1;
     for (int i = 0; i < nSearchers; i++)
         searchers.push_back(std::make_unique<Searcher>(shared, estimates, nSearchers));
     blockSize = canShare ? 16 * nSearchers : 1;
@@ -185,7 +192,7 @@ void Search::SearchSize(int k)
     RankedSubset& ofSize = best[static_cast<std::size_t>(k - session.nMinTraitsChRank)];
     SettleForPrint(ofSize);
     PrintSizeLine(report, criterion, k, ofSize);
-    report.Check(); // before the next size, which may take hours
+    report.Check();  // before the next size, which may take hours
     intermediate.Check();
 }
 
@@ -212,7 +219,7 @@ void Search::EvaluateBlock(int k, int size)
         return;
     }
     std::vector<FailureCode> failures(searchers.size(), noFailure);
-    #pragma omp parallel for schedule(dynamic, 16) num_threads(nSearchers)
+#pragma omp parallel for schedule(dynamic, 16) num_threads(nSearchers)
     for (int i = 0; i < size; i++) {
         const std::size_t thread = static_cast<std::size_t>(omp_get_thread_num());
         const FailureCode code = FailureOf([&] { Evaluate(*searchers[thread], k, i); });
@@ -288,7 +295,7 @@ void Search::SettleForPrint(RankedSubset& ranked)
     if (std::strcmp(low, high) != 0) Settle(ranked, exactly);
 }
 
-} // namespace
+}  // namespace
 
 void RankTraitSubsets(const Criterion& criterion)
 {
