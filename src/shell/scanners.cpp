@@ -201,8 +201,7 @@ bool HasNumberLeft(InputStream& stream)
         std::string number;
         if (atStart && !IsWhite(c)) {
             stream.Unget(c);
-            if (TakeDecimal(stream, number)) return true;
-            stream.Get();
+            if (TakeDecimal(stream, number)) return true; // or else the character comes again
         }
         atStart = IsWhite(c);
     }

@@ -159,7 +159,7 @@ TEST_CASE("what is wrong is asked again under its heading, and at once")
         {"group", "1\n1\n3\n1 1 n", "k 1 1 1 1 1 2 y", "k 1 1 1 1 1 1 y\n1\nn",
          "\nEnter group membership (label) for communities:\ncommunities:\t"
          "a1\ta2\tb1\tb2\tc1\tc2\t\n", "\nError!! Enter again. \n"},
-        {"sizes of groups", "1\n1\n3\n2 1 y", "2 3", "2 4\n1\nn",
+        {"sizes of groups", "1\n1\n3\n2 1 y", "2 5", "2 4\n1\nn",
          "\nGroups:            1   2   \nNumber of communities: ", "\nError!! Reenter!!\n"},
         {"window", "1\n1\n5", "3", "4\n1\nn",
          "\nEnter the size of the split moving-window (must be even): ",

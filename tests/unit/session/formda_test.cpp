@@ -24,6 +24,7 @@ void WriteLoaded(const char* fileName)
 void Copy()
 {
     std::strcpy(session.whichFormda, "sFormda.txt");
+    session.SMWSize = 9; // of another data set
     OpenFormda(1);
     session.chrange[0] = session.ncst[0] = 5; // not stored
     WriteLoaded("aFormda.txt");
@@ -71,8 +72,8 @@ TEST_CASE("formatted data files of all layouts, loaded and written")
         {"70 characters make a name", file(Replaced(whole, "Bepe Betula pendula", start)), "", {"\n" + start + "\n10\n"}},
         // The rest is taken for the next name, and that for marks.
         {"a longer one", file(Replaced(whole, "Abal Abies alba", start + "rest")), "", {}, {}, "\nfile sFormda.txt ", endOfFile},
-        {"a NUL byte", file(Replaced(whole, "SMW", std::string("\n\0 SMW", 6))), "", {}, {},
-         "\nfile sFormda.txt line 40: NUL byte; save it as plain text, not as UTF-16\n", endOfFile},
+        {"a NUL byte", file(Replaced(whole, "Height", std::string("Hei\0ght", 7))), "", {}, {},
+         "\nfile sFormda.txt line 3: NUL byte; save it as plain text, not as UTF-16\n", endOfFile},
     };
     // clang-format on
     for (const Played& c : cases) Play<SessionTest>(c, Copy);
@@ -85,6 +86,9 @@ TEST_CASE("formatted data files of all layouts, loaded and written")
     CHECK(Ints{s.dirtyOrig, s.temEnvBin, s.temEnvQual, s.temEnvQuant} == Ints{0, 1, 0, 0});
     REQUIRE(LoadData(Small("1 3 4\n.1 5 6\n0 0 SMW 1")) == 0);
     CHECK(s.csm_Float[1][0] == static_cast<double>(.1F)); // that layout's precision
+    // Its word has two characters for each of however many traits.
+    REQUIRE(LoadData(Replaced(HeadOf(99, 1, 1), "25Jun2016", std::string(197, '1') + "7 5 0 0 SMW 1")) == 0);
+    CHECK(s.csm_Float[0][98] == 17);
 }
 
 TEST_CASE("what cannot be a data set ends in code 2")

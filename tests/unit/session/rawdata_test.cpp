@@ -185,6 +185,7 @@ TEST_CASE("ways to set up the data of a session")
         {"raw data", formatted, 0, "aFormda.txt\n07Jul17\n", 1},
         {"data of another session", "2\nother\n1\n", 0, "otherFormda.txt\n07Jul17\n", 1},
         {"no such session", "2\nnobody\n4\n", 1, "", 2},
+        {"back after one was found", "2\nother\n3\n4\n", 1, "", 2},
         {"a name that is too long", "2\n" + std::string(300, 'x') + "\n4\n", 1, "", 2},
         {"modified data of another session", "2\nother\n2\n1\n1\n1\nn\n", 0,
          "aFormda.txt\n07Jul17\n", 1},

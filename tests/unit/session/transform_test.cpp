@@ -58,4 +58,7 @@ TEST_CASE("pooling by groups and change within pairs, on plain matrices")
     const int oneGroup[] = {1, 1}, columns[] = {1, 1, 2, 2};
     ConcentrateGroups(2, 4, in, out, 1, oneGroup, 2, columns, 2);
     CheckRows(out, {{2.25, -246.25}});
+    out[1][0] = 77; // the second row is of no group
+    ConcentrateGroups(2, 4, in, out, 1, rowGroups, 2, columns, 2);
+    CheckRows(out, {{2, -495.5}, {77}});
 }
