@@ -7,8 +7,8 @@
 #   model, versions, folder, call
 #
 # The sets are split into batches of one size with a seed each, whoever computes them: the result is
-# the same on one worker and on many. A batch that is done leaves its counts in the folder, and a
-# later run of the same model takes them from there.
+# the same on one worker and on many, of which each takes one processor. A batch that is done leaves
+# its counts in the folder, and a later run of the same model takes them from there.
 
 kelpra_power <- function(responses, ..., sets = 400, alpha = 0.05, iterations = 199, seed = 1,
                          batch = 25, folder = NULL, scheduling = 1, progress = interactive(),
@@ -21,6 +21,7 @@ kelpra_power <- function(responses, ..., sets = 400, alpha = 0.05, iterations = 
   batches <- batches_of(sets, whole(batch, "batch", 1, 1e9), m$settings$seed)
   program <- kelpra_program()
   folder <- study_folder(folder, list(model = m, alpha = alpha))
+  if (future::nbrOfWorkers() > 1 && m$settings$processors == 0) m$settings$processors <- 1
   done <- future.apply::future_lapply(
     seq_len(nrow(batches)), run_batch, batches, m, alpha, folder, program, progress, patience,
     timeout, future.scheduling = scheduling, future.seed = NULL

@@ -65,7 +65,6 @@ test_that("what is given is what is simulated: traits by OTU, variables and coor
 
 test_that("four workers find what one finds, and a study goes on where it was", {
   need_program()
-  skip_if_not_installed("future")
   study <- function(...) {
     kelpra_power(diag(2), sites = 10, otus = 8, years = 5, iterations = 19, batch = 2, ...)
   }
