@@ -388,8 +388,8 @@ picture_captions <- c(
   means = "Community weighted means of traits against the variables, a dot for each community.",
   diversity = "Diversity and redundancy of communities against the variables.",
   ordination = paste(
-    "Communities by principal coordinates: the nearer, the more alike in their composition weighted",
-    "by traits (left) and in their means of traits (right)."
+    "Communities by principal coordinates: the nearer, the more alike in their composition",
+    "weighted by traits (left) and in their means of traits (right)."
   )
 )
 
@@ -402,7 +402,8 @@ report_pictures <- function(fit) {
   across <- 2 + 1.5 * length(variables)
   sizes <- list(
     statistics = c(8, min(1.8 + 0.3 * nrow(fit$statistics), 30)),
-    means = c(across, 1.5 + 1.2 * length(traits)), diversity = c(across, if (is.null(data$F)) 5 else 7.5), ordination = c(9, 5)
+    means = c(across, 1.5 + 1.2 * length(traits)),
+    diversity = c(across, if (is.null(data$F)) 5 else 7.5), ordination = c(9, 5)
   )
   lapply(stats::setNames(nm = picture_kinds(fit)), function(what) {
     chosen <- c(

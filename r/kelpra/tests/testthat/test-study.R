@@ -160,9 +160,8 @@ test_that("a study is the analysis of R, complete, and what fails leaves nothing
       expect_true(kelpra_verify(file.path("out/run", null, "kelpraPrinda.txt"))$same)
     }
     log <- paste(readLines("out/log.txt"), collapse = "\n")
-    for (said in c("separated by semicolon", "rows are OTUs", "column 'Form': 5 states.*: concave")) {
-      expect_match(log, said)
-    }
+    said <- c("separated by semicolon", "rows are OTUs", "column 'Form': 5 states.*: concave")
+    for (text in said) expect_match(log, text)
     expect_match(command(start, "--out", "out")$errors, "'out' is not empty")
     old <- options(kelpra.program = fake_program("exit 3"))
     on.exit(options(old))
