@@ -1,5 +1,6 @@
 // The benchmark: the plain form of each hot part against the program's form of it, in the same run.
-// Status 1 if any pair of results differs in a single byte.
+// Status 1 if any pair of results differs in a single byte, or if an estimate is farther from the
+// plain form than its own bound.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

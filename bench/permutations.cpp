@@ -8,6 +8,8 @@
 
 #include "lines.hpp"
 #include "numeric/random.hpp"
+#include "permutation/estimating.hpp"
+#include "permutation/lists.hpp"
 #include "permtest_data.hpp"
 #include "plain_permtest.hpp"
 
@@ -120,6 +122,27 @@ Operations Count(const PermTestData& data)
     return count;
 }
 
+/// Of random orders, the share that the estimates did not decide by themselves.
+double ShareInDoubt(PermTestData& data, int nOrders)
+{
+    const PermutationInputs in(data.input);
+    GeneralWorkspace observed(in, false);
+    EvaluateObserved(in, observed);
+    const auto form = EstimatingForm::Make(
+        in, {observed.DT, observed.DX, observed.DP, observed.DR, observed.DRp});
+    if (!form) return 1.0;
+    EstimatingEvaluator evaluator(*form);
+    std::vector<double> counts(in.comparisons.size());
+    std::vector<int> order(static_cast<std::size_t>(in.orderLength));
+    InitRndNumberGenerator(seed);
+    ListDrawer drawer(in);
+    for (int i = 0; i < nOrders; i++) {
+        drawer.Draw(order.data());
+        evaluator.Evaluate(order.data(), 1, counts.data());
+    }
+    return static_cast<double>(evaluator.InDoubt()) / static_cast<double>(evaluator.Evaluated());
+}
+
 void PermutationLine(const Options& options, Report& report, const Variant& variant)
 {
     auto plain = Prepare(variant), fast = Prepare(variant);
@@ -141,6 +164,8 @@ void PermutationLine(const Options& options, Report& report, const Variant& vari
     const Operations operations = Count(*fast);
     report.Line(variant.id, variant.shape->name, variant.what, "us/permutation", 1e6,
                 options.threads, timed, counted ? &operations : nullptr);
+    report.Value(variant.id, std::string(variant.shape->name) + ", " + variant.what, "in doubt",
+                 ShareInDoubt(*fast, options.quick ? 100 : 1000));
 }
 
 struct WholeRun {

@@ -1,7 +1,6 @@
-// The quick form of Procrustes, RV, regression and analysis of variance: an estimating one. T, X, P
-// and the entropies of an arrangement are exact; its statistics are estimated with a bound, and
-// those that come too near the observed value are worked out as the general form does, on the same
-// matrices.
+// The quick form of every measure: an estimating one. T, X and P of an arrangement are exact; its
+// statistics are estimated with a bound, and those that come too near the observed value are worked
+// out as the general form does, on the same matrices.
 #pragma once
 
 #include <cstddef>

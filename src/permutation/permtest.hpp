@@ -6,8 +6,10 @@
 //     statistics     the statistics of an arrangement, and how random ones are counted
 //     inputs         what no arrangement changes; lists: the random orders
 //     form           how an arrangement is evaluated and counted: the seam between the driver and
-//                    the general form (general, models), which covers everything, and quick forms
-//                    (mantel, with kernels), which cover some data and are faster
+//     general        the general form (with models and formulas), which covers everything, and
+//     estimating     the quick form, which covers ordinary data: exact matrices of an arrangement
+//                    (arrangement, kernels), statistics by estimates with a bound
+//                    (estimatedmantel, estimatedcoefficients, estimatedmodels, estimatekernels)
 //     intermediate   the file of intermediate results, always of the general form
 //     permtest       the driver, which picks a form
 #pragma once
