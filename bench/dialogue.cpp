@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // R3: a whole functional analysis as a user runs it, with the answers piped in.
 #include <cstdio>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // K1 to K5: the steps of one permutation, on lists drawn beforehand.
 #include <cmath>
 #include <cstring>

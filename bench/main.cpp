@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The benchmark: the plain form of each hot part against the program's form of it, in the same run.
 // Status 1 if any pair of results differs in a single byte, or if an estimate is farther from the
 // plain form than its own bound.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Data for the permutation test: random sets of a given shape, and sets read from the examples.
 // The same data serve the tests and the benchmark.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // P1 to P5: whole permutations, through the permutation test itself; R1, R2: whole tests.
 #include <cstring>
 #include <memory>

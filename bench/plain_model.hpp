@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated metacommunity in its plain form: every matrix of a step computed in full, births
 // kept by site, OTU and order of arrival. Slow and obvious; the program's model must give the same
 // bytes.

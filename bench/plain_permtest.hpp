@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The permutation test in its plain form: every loop written out as the statistics are defined,
 // nothing prepared, nothing shared, nothing skipped. Slow on purpose. The test of the program must
 // give the same bytes, whatever it does to be fast; the benchmark measures against these routines.

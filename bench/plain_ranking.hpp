@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The subset search in its plain form: each matrix made anew for each subset, by loops that follow
 // the definitions. The search must give the same bits; the benchmark measures what it gains.
 #pragma once

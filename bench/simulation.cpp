@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // M1 and M2: a step of the simulated metacommunity and the percentile in it, against the plain
 // forms of the tests. M3: a whole set and its test.
 #include <omp.h>

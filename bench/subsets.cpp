@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // S1 to S3: the search for the best trait subset, against the plain form of each matrix.
 #include <omp.h>
 

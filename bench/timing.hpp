@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How the benchmark measures and reports: wall clock, plain and fast forms in turn, the minimum of
 // the repetitions of each.
 #pragma once

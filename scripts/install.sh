@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Sourced by ./demo and ./test: makes sure that the machine has what a build needs, and says what
 # it installs before it does so. On Debian and its relatives apt brings what is missing; elsewhere
 # the missing things are named, and the caller stops. Started by itself it does the same for one

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The numbers in tests/reference/permtest_reference_test.cpp, from the raw matrices in examples/.
 #
 #   python3 seed_lists.py 1 30 19 > /tmp/lists30; python3 seed_lists.py 1 82 19 > /tmp/lists82

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Ranks the trait subsets of examples/aravo and examples/dune by every criterion, with base R
 # alone, written from the published formulas (Gower 1971; Mantel 1967; Escoufier 1973; Rao 1982;
 # Beals 1984; Peres-Neto & Jackson 2001; Tolvane et al. 2009). The table of expected values was made

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Recomputes a report of the functional analysis from the raw matrices, and compares each number.
 
 All statistics are written out here from their definitions with NumPy; nothing comes from the

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Lists of a seed, drawn from NumPy's Mersenne Twister instead of GSL's.
 
 NumPy's legacy seeding is the same initialisation (Matsumoto and Nishimura, 2002) as that of

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Simulates the case tests/dialogue/simulation-given-inputs once more, in Python with numpy's
 Mersenne Twister, and compares the communities and the ecosystem with those that the case expects.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The functional analysis as the analysis menu offers it (option H).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How OTUs resemble each other, trait by trait, how they belong to types, crisply or by degree,
 // and the resemblance between communities described by anything in columns.
 #pragma once

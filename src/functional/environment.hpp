@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How communities resemble each other by their ecosystem variables.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The report of the functional analysis, one routine per section in the order of the page.
 // Printing leaves every matrix as it was.
 #pragma once

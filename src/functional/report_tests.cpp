@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The part of the report that needs permutation tests: statistics with their probabilities, the
 // regression and variance models, and how the test was done.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Scaling traits up to communities: the driver of the functional analysis and the matrices it
 // derives from B, W, E and F.
 #pragma once

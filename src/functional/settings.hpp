@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings dialogue that the functional analysis, the trait ranking and the simulator share,
 // and the texts by which reports name the options chosen.
 //

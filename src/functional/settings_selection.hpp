@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The questions of the settings dialogue on what of the data an analysis uses: types of OTUs,
 // variables, traits, OTUs. Answers are left in `session`.
 #pragma once

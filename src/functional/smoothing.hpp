@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Beals smoothing: the composition that the OTUs of a community predict for it.
 #pragma once
 

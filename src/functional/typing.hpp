@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Types of OTUs found from their resemblance, where the user does not give them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The process: defaults, banner, and what a failure outside a session comes to.
 #pragma once
 

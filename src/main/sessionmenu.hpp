@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A session from its opening to its end: its data, the session menu, the analysis menu.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Data adjustments: centring, unit norm, unit sum, unit range, standardisation, deviations from
 // expectation. Each turns a rows x cols matrix into one of the same shape.
 //

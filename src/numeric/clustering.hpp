@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Agglomerative clustering of objects by their resemblance, and the partition of the objects at a
 // chosen number of groups; collapsing identical objects beforehand.
 //

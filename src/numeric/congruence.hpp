@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How far two data structures agree: Mantel's matrix correlation, the Procrustes coefficient, the
 // RV coefficient, and their partial forms.
 #pragma once

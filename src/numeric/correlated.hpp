@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Random data whose columns, and if wanted rows, have a prescribed correlation.
 //
 // Deviates are drawn one a cell, row by row, from the one random stream: the same seed and

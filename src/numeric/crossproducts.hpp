@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Procrustes and RV coefficients and their partial forms, estimated from cross-products with a
 // bound on the error. For values that are only compared: what is printed or stored comes from
 // numeric/congruence.

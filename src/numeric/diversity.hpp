@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Diversity of communities: Rao's quadratic entropy, of which the Gini-Simpson index is a case,
 // and the dissimilarity of communities to their nearest neighbours.
 #pragma once

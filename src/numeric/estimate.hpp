@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Decisions by estimates: a statistic that is only compared needs no last bit.
 //
 // A random statistic is compared with the observed one and counted. Any algebra may estimate it,

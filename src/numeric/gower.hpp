@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Gower similarity between objects described by traits of mixed kinds.
 //
 // Trait types: 1 dichotomous (1 presence, 0 absence), 2 nominal, 3 interval, 4 ordinal.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Measures of information and association: contingency tables of two categorical vectors and
 // their entropies, measures between rows of frequencies or states, and classes of a variable.
 //

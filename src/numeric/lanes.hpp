@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Vectors of KELPRA_LANES doubles, for sources that are compiled once per vector path
 // (numeric/vectorpath.hpp) and for no other. Cells need not lie on a vector's boundary: a copy
 // tells every compiler so, where a reference to a vector lets some of them take the boundary for

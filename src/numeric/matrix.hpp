@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Matrix algebra: products that leave out missing cells, transposes and copies, and two solvers.
 //
 // Matrices are row pointers from 0, but for gaussj, which counts from 1. The caller allocates

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Regression coefficients, r square and pseudo-F, estimated with a bound on the error from what an
 // arrangement leaves alone and one pass over the columns that it moves. For values that are only
 // compared; what is printed comes from numeric/regression and from the sums of squares of

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "numeric/ordination.hpp"
 
 #include <gsl/gsl_eigen.h>

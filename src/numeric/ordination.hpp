@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Eigenanalysis, singular values, ordination, and conversions between kinds of resemblance.
 //
 // A resemblance matrix is a similarity or cross-product (its diagonal means something), a distance,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "numeric/product_kernels.hpp"
 
 #include "numeric/vectorpath.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The inner loops of matrix products (numeric/matrix), compiled for every vector path.
 #pragma once
 

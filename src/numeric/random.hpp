@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The process's one random stream, and what is drawn from it: random orders of objects, within
 // and among groups. Also the enumeration of combinations, which draws nothing.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Multiple linear regression by the normal equations, and residuals for partial statistics.
 #pragma once
 

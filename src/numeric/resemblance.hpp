@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Resemblance between objects: the numbered dispatcher and the measures behind it. Chief header of
 // the measures; the Gower family is in numeric/gower.hpp.
 //

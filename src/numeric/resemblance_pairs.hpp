@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the measures of resemblance share: cells present in both objects, and the walk over pairs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sorting with a companion, ranks of sorted values, and the comparison of int for qsort.
 #pragma once
 

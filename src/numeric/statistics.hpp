@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Ground rules of the numeric library: the missing value, the comparison of floating-point
 // numbers that permutation counts rest on, and small statistics of vectors and matrices.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The cells above the diagonal of n objects, row by row, packed in one vector ("triangle"), and
 // what a matrix correlation asks of them: deviations from the mean, sums of squares, the quotient.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Kernels compiled for several widths of vectors, and the choice among them.
 //
 // A source named *.lanes.cpp is compiled once for each vector path, with the flags that CMakeLists.txt

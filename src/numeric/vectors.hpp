@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Sums and quotients of long vectors, compiled for every vector path (numeric/vectorpath). Every
 // output is computed alone, by the operations named here, so the bits do not depend on the path.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Plain loops: the compiler makes vectors of the path's width of them.
 #include "numeric/vectors.hpp"
 

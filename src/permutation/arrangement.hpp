@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The matrices of an arrangement under taxa shuffle: T, X and P as columns, and the entropies, with
 // the bits of the general form. Terms that are exactly zero are left out, and all that a
 // permutation leaves alone is worked out before. Every quick form begins with them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Estimates of all statistics of an arrangement under matrix correlation.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Estimates of the models' values of an arrangement: regression and analysis of variance.
 #pragma once
 

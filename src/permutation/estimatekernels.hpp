@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Products of columns for estimates (see numeric/estimate), compiled for every vector path. Sums
 // run in any order, so the paths differ in their last bits: nothing of it is printed or stored.
 #pragma once

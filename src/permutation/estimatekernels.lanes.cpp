@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The kernels of estimates. Vectors are named one by one, so that they stay in registers.
 #include "permutation/estimatekernels.hpp"
 #include "numeric/lanes.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The quick form of every measure: an estimating one. T, X and P of an arrangement are exact; its
 // statistics are estimated with a bound, and those that come too near the observed value are worked
 // out as the general form does, on the same matrices.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The seam between the driver of a permutation test and the ways to evaluate an arrangement.
 //
 // The driver draws orders, hands them out in blocks to one Evaluator a thread, and adds up counts.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Which matrices each statistic relates under Procrustes and RV, and what is taken out.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The general form of the permutation test: every measure, option and kind of data, worked out as
 // the statistics are defined. It is the form of the observed arrangement and of saved intermediate
 // results, and the one that quick forms are checked against.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What no arrangement of a permutation test changes, worked out once and read by all threads.
 #pragma once
 

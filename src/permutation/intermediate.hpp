@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file of intermediate results of a permutation test: the observed matrices, and the matrices,
 // statistics and counts of every arrangement. Printing leaves every matrix as it was.
 #pragma once

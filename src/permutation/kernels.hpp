@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The inner loops of the quick permutation test, compiled for every vector path. All do the same
 // operations in the same order for every output, side by side over outputs and never along a sum,
 // so their bytes are equal.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The kernels of the quick permutation test. Vectors are named one by one and not kept in arrays, so
 // that they stay in registers.
 #include "numeric/lanes.hpp"

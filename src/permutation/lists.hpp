@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The random orders of a permutation test, drawn from the generator one arrangement after another.
 #pragma once
 

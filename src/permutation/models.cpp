@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "permutation/models.hpp"
 
 #include "numeric/regression.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The permutation test's models in the general form: regression of trait averages and diversity on
 // the variables, and analysis of variance with a variable as the factor. Values go to the places
 // that ModelSizes tells.

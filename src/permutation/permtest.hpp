@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The permutation test: how traits, types, diversity and phylogeny of communities follow the
 // ecosystem variables, and how often a null model does as well.
 //

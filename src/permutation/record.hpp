@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The record that a permutation test reads and fills: the matrices of one analysis, its settings,
 // and the statistics that follow the ecosystem variables.
 #pragma once

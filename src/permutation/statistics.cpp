@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "permutation/statistics.hpp"
 
 #include "numeric/congruence.hpp"

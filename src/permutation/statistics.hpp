@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The statistics of one arrangement, where each stands in the record, and how the random ones are
 // counted against the observed one.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The criteria of trait ranking: for each a small function from the matrices of a subset to the
 // value to be maximised, and the table of what else sets one criterion apart from another.
 //

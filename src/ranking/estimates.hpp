@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Procrustes and RV coefficients of trait subsets, estimated with a bound on the error. A subset
 // whose value cannot enter the record needs no last bit; one that may is worked out by
 // numeric/congruence.

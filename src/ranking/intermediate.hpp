@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file of intermediate matrices, which a session keeps when `saveStruct` is on.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The matrices of the subset at hand, made when first asked for. A search on several threads has
 // one of these for each.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The kernels of a subset search: sums over traits that a search extends by one trait at a time,
 // and resemblances between communities kept ready for correlation.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Trait ranking: the search for the subset of traits by which a criterion is largest.
 #pragma once
 

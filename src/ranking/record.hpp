@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a search remembers: the best subset of each size, and a table of the best of all.
 //
 // Values may be estimates with a bound on the error. Where the bound leaves open which of two is

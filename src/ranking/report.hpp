@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The report of a ranking: its head, the rows and lines that come while the search runs, and the
 // tables at its end.
 #pragma once

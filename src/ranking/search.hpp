@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The search for the best trait subset: all subsets of all sizes wanted, whatever the criterion.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The settings of a trait ranking: its criterion, the questions it shares with the functional
 // analysis, and the sizes of the trait subsets to search.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The matrices that all trait subsets of a ranking share, made once before the search, and what the
 // quick form of the subset matrices prepares.
 #pragma once

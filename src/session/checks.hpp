@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Bringing the session's arrays into agreement after data were read, selected or merged: species
 // made unique, species and OTUs tied to communities, empty OTUs dropped, states counted.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Strict reading of a session's own files, with counts that are tested before anything is
 // allocated from them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Deriving a session from another: chosen traits, OTUs, communities and variables of its data set,
 // with communities as they are, pooled, as change between pairs, or as moving-window means.
 #pragma once

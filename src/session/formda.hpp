@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The formatted data file: a session's data set as one text file of blank-delimited items.
 #pragma once
 

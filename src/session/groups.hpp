@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Partitions that the user gives: groups of communities or other objects, and pairs of communities.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Merging the data sets of two sessions that describe the same traits and ecosystem variables.
 #pragma once
 

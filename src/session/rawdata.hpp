@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The dialogue that reads raw matrices from text files and writes the formatted data file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The part of the raw-data dialogue that is about the ecosystem variables of the communities.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A file of raw data: a matrix as text and, behind it, the labels of its rows or columns.
 #pragma once
 

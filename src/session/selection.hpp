@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What is taken of a data set: positions of traits, OTUs, communities and variables, and the session
 // cut down to them.
 #pragma once

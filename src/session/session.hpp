@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The open session: every matrix, label, setting and file name that belongs to it.
 //
 // The words: an OTU (operational taxonomic unit) is a species, a population or an individual, in

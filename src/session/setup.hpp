@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Setting up a session's data: the choice between the ways.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The track file: a session's memory between runs, namely the name of its formatted data file and
 // the settings and partitions of its last analysis.
 #pragma once

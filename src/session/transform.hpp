@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Communities made of others: pooled by groups, turned into the change between the two of a pair,
 // or averaged along a series. First the arithmetic on plain matrices, then the same on the session.
 #pragma once

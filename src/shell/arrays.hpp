@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Zero-filled arrays of one to three dimensions, and the small owners that free them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The terminal: where answers come from and prompts go, menu heads, pauses and progress lines.
 #pragma once
 

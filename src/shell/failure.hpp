@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // How a routine that cannot go on gives up: one exception type with one number in it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Text files: opening them with the one complaint, reading them character by character through a
 // stream that knows when it was closed, and writing them so that nothing is lost on the way.
 #pragma once

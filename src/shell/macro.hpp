@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Macros: recording accepted answers in a file, and taking answers from such a file with the
 // screen output going to a report. No menu offers it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // User settings that outlive the process: the record, its file and its dialogue.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Answers to the session's questions: the readers of the stream `console.in`. The caller writes
 // the prompt; the reader insists until an accepted answer comes and copies it to a macro that is
 // being recorded.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Reading characters, numbers, words and lines from any stream, with the complaints that go with
 // them. Input is a stream of characters and words, not of lines: answers may be typed ahead.
 #pragma once

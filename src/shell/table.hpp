@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Matrices and vectors as text: tab-separated for other programs, or aligned for the eye.
 //
 // Numbers are printed by "%.*g" with the given significant digits. No labels are printed here. A

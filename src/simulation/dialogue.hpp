@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The questions that a simulation of community assembly asks, in their fixed order.
 #pragma once
 

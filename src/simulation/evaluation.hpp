@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The analysis of a simulated data set by the permutation test, and the count of null hypotheses
 // rejected over many sets.
 #pragma once

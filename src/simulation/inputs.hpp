@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The files that the dialogue of a simulation named, read into the record.
 #pragma once
 

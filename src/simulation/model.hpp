@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated metacommunity: OTUs colonise and die in sites whose ecosystem selects among them
 // and changes under the influence of their traits.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulation/ordination.hpp"
 
 #include "numeric/adjust.hpp"

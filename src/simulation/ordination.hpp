@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The ordination of simulated communities, whose axes the report compares with what is known of the
 // communities.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A percentile of a matrix by selection instead of sorting.
 #pragma once
 

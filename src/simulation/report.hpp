@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What a simulation leaves behind: FinalSimulatedData.txt with settings, sets and rates of
 // rejection, and the last sets as matrices that a session can be made of.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulation/report_parts.hpp"
 
 #include "shell/console.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the settings, the sets and the rates of a simulation's report have in common. Only for the
 // sources of the report.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The one record that holds every setting and parameter of a simulation of community assembly.
 //
 // Sizes in the words of the shapes: S sites, N OTUs, K traits, F factors (ecosystem variables), Q

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulation of community assembly as the main menu offers it (letter A): inputs, model and
 // evaluation run one after the other.
 #pragma once

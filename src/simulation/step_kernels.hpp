@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The inner loop of a simulation step, compiled for every vector path.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The files in which every step of a simulation is kept, if the user asks for it: made before the
 // first set, added to at each step, and put in place when the run is complete. Without the wish
 // nothing here does anything.

@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Plays one scripted session in a folder of its own and compares all that comes out of it.
 #
 #   run.sh KELPRA_BINARY CASE_DIRECTORY

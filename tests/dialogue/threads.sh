@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The number of processors asked for in the preferences must change no byte of a report.
 #
 #   threads.sh KELPRA_BINARY

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Preloaded into the program by failures.sh: makes one call fail, as on a machine without memory or
 // disk.
 //

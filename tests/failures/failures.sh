@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Nothing is lost when a call fails: plays sessions of ../dialogue with one failing call each.
 #
 #   failures.sh KELPRA_BINARY LIBRARY EVERY KIND [SESSION...]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whole sessions with hostile inputs, played in one process: for libFuzzer, or, with
 // KELPRA_FUZZ_REPLAY, by a program of its own that plays the files it is given and mutants of each.
 // The name under which the program is called, or the folder of a file that is replayed, says what

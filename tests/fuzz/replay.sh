@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # replay.sh REPLAY_BINARY MUTANTS: plays all seeds, and so many mutants of each.
 set -eu
 scratch=$(mktemp -d)

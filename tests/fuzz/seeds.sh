@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # seeds.sh FOLDER: the first inputs for fuzzing, made of the sessions of ../dialogue, in a folder for
 # each target.
 set -eu

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Belonging, diversity and smoothing against other statistics packages (R 4.2.2).
 //
 // W <- matrix(c(2.5,0,1,0,4, 0,3,1.5,0,2, 1,1,0,0.5,0, 0,0,2,0,7), 4, byrow=TRUE)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The measures on small data sets against R 4.2.2 with vegan 2.6-4, ade4 1.7-22 and base stats.
 #include <doctest/doctest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The permutation test against numbers made elsewhere: by hand, and with R from the raw matrices of
 // the examples (scripts/verify/permtest_reference.R says how; lists of seed 1 from seed_lists.py
 // beside it).

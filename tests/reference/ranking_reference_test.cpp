@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The rankings of the examples against ranking_reference_test.txt, which
 // scripts/verify/ranking_reference.R computed from the published formulas, in double precision
 // throughout: hence the tolerance, for similarities and standardised variables here are rounded to

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The checked data set, class "kelpra_data". All the rest of the package starts from it:
 #
 #   W             performances, communities by OTUs, named

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Ecosystem variables as the program wants them.
 #
 # coded_env(table, types, units)  list(

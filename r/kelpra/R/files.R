@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The program's side of a data set: raw files, and the answers that take them through the dialogue.
 #
 # write_inputs(x, folder, within)   B.txt, W.txt, species.txt and, where there are, E.txt, F.txt,

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The functional analysis, class "kelpra":
 #
 #   statistics  data frame, see statistics.R

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Both null models, class "kelpra_max": the larger P of taxa and site shuffle, per statistic.
 #
 #   statistics  name, meaning, value, P_taxa, P_sites, P (the larger), tails and, if the measure has

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # What the package says: errors that name their place, messages that can be caught.
 #
 # stop_kelpra(...)      an error of class "kelpra_error"; further classes tell callers what failed

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Names: matched between tables, and cut to what the program can hold.
 #
 # plain_name(x)                 lower case, blank, underscore, dot and hyphen alike

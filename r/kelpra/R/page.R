@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The page: one HTML file with data, statistics, pictures and what a paper has to tell. No scripts,
 # nothing to load: it can be mailed and kept.
 #

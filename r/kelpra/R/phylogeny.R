@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Phylogenetic resemblance from a tree, a clustering, distances or similarities.
 #
 # resemblance(phylo, otus)  list(

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Pictures, in base graphics on whatever device is open.
 #
 # plot.kelpra(x, what)    statistics  P of each statistic with its Monte Carlo interval

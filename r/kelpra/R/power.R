@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Power and type I error over many simulated data sets, class "kelpra_power":
 #
 #   rates     data frame: name, rejected, sets, rate, lower, upper (Wilson), and for regression and

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The program: where it is, and a run of it under watch.
 #
 # kelpra_program()                   its path, or an error that says how to name it

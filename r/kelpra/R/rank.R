@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The ranking of trait subsets, class "kelpra_rank":
 #
 #   subsets     data frame, best first: value, size, traits (names, joined by " + ")

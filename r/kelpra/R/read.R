@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Tables and trees in text files as people save them: whatever encoding, separator and decimal sign.
 #
 # read_text(path)             list(lines, encoding, bom): lines in UTF-8

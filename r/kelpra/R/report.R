@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The report of a functional analysis, read back with names.
 #
 # read_report(path, x, s)   list(statistics, matrices, diversity, head); x the data, s the settings

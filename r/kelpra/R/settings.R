@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Settings of a run: named arguments with the program's defaults, checked before anything starts.
 #
 # default_settings(...)     the arguments of kelpra() that are settings: defaults, or those given

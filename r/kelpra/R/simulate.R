@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The simulator of community assembly, class "kelpra_simulation":
 #
 #   traits      OTUs by traits; comm: sites by OTUs, abundances; env: sites by predictors

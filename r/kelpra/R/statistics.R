@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The statistics of a report as a data frame: name, meaning, value, P, lower, upper, tails; for
 # regression and analysis of variance also response and term.
 #

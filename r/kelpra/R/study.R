@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # From files to a folder of results: the work behind the command kelpra-study.
 #
 # study_main(args)   runs the command; gives its exit status: 0, 1 if the run failed, 2 if an option

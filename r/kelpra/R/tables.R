@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Tables that the user gives, brought to one shape: a data frame whose row names are the names.
 #
 # as_table(x, what)          data frame of x (data frame or matrix) with checked names

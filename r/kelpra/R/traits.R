@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Traits as the program wants them: numbers, a type and perhaps a group for each column.
 #
 # coded_traits(table, types, groups, factors)  list(

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Types of OTUs: the groups whose composition the analysis follows.
 #
 # otu_types(types, traits, otus)  list(

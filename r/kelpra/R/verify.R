@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # A report run again from what lies beside it: class "kelpra_verification".
 #
 #   same, and if not: line (its number), expected, found, reason; report, folder (of the new run)

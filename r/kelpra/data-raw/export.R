@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Writes inst/extdata from the project's examples: the same numbers as tables with names.
 # Run in the folder of the package: Rscript data-raw/export.R
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the functional analysis share: matrices from literals and from a fixed seed.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Small matrices for the numeric tests, written as rows of numbers.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the numeric library share: matrices from literals, comparison of bits, and
 // what a call prints.
 #pragma once

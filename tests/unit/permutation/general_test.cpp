@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The general form, that all others are held to: lists, arrangements and counts worked out again in
 // another way. Its observed statistics are checked against R (reference/permtest_reference_test.cpp).
 #include <doctest/doctest.h>

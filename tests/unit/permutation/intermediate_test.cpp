@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The file of intermediate results against the arrangements worked out again.
 #include <doctest/doctest.h>
 

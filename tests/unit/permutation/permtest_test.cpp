@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whatever form the driver picks, with any vectors and threads: the bytes of the general form.
 #include <doctest/doctest.h>
 #include <omp.h>

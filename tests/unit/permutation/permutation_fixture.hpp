@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the permutation test share: changes of random data, and runs of both forms.
 #pragma once
 

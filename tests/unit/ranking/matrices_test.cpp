@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The quick form of the subset matrices against the general one: the same bits for every subset, in
 // the order of the search and out of it.
 #include <doctest/doctest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Data sets of the ranking in memory, and a session made of them. For tests and the benchmark.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the ranking share beside the data: the report of one ranking, taken apart.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of the session share: typed answers, failure codes, small sessions in memory.
 #pragma once
 

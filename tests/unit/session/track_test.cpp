@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 #include "session/track.hpp"
 
 #include "unit/session/session_fixture.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What the tests of all rooms share: streams made of texts, captured output, a scratch folder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // A run of the simulation without files, for tests and for the benchmark.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Power and type I error of a model over many data sets, on the workers that the plan names.
 #
 #   Rscript power.R                    on the cores of this machine

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The program and the project's examples: in the project's tree, or where KELPRA and KELPRA_EXAMPLES
 # say. What needs them is skipped without.
 

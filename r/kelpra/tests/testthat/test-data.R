@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 test_that("every check has a table that triggers it", {
   s <- small()
   with <- function(part, ...) {

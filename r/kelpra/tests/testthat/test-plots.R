@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 test_that("each fit draws what it has, without a warning, and leaves the device as it was", {
   need_program()
   run <- function(x, ...) kelpra(x, iterations = 19, ...)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 test_that("a ranking is that of answers written by hand, and its best what the analysis finds", {
   need_program()
   cases <- list(

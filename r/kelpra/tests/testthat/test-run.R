@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 test_that("shuffled, turned, semicolon-and-comma tables give the report of hand-written files", {
   need_program()
   ordinal <- function(...) vapply(list(...), function(name) "ordinal", "") |> setNames(c(...))

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 responses <- matrix(
   c(0.8, 0, 0, 0.4, 0.1, 0), 2,
   dimnames = list(c("height", "leaf"), c("water", "light", "water x light"))

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The command, as a user starts it: arguments in, a folder and a status out.
 
 in_folder <- function(code) {
