@@ -15,8 +15,8 @@
 #   expected/files/     the files that the session writes or changes
 #   expected/unchecked  optional: names of files that it writes too and that are not compared
 #
-# Compared byte by byte. Masked are the date and time of a run and elapsed times; progress lines are
-# left out of the screen. A report of a sanitizer fails the case. With KEEP set, the scratch folder
+# Compared byte by byte. Masked are the date and time of a run, elapsed times and the place of the
+# documents of an installed program; progress lines are left out of the screen. A report of a sanitizer fails the case. With KEEP set, the scratch folder
 # stays for a look.
 set -u
 export LC_ALL=C
@@ -46,7 +46,8 @@ mask() {
         s/\b(Mon|Tue|Wed|Thu|Fri|Sat|Sun)
           \ (Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec)\ [ 0-9]\d
           \ \d\d:\d\d:\d\d\ \d{4}/<date and time>/gx;
-        s/(Elapsed time[^\n:]*: )[-+.0-9e]+/$1<seconds>/g' "$1"
+        s/(Elapsed time[^\n:]*: )[-+.0-9e]+/$1<seconds>/g;
+        s{: /.*/(docs/(guide|statistics)\.md)$}{: $1}gm' "$1"
 }
 
 # How often progress is shown depends on the speed of the machine. A progress line is a text
