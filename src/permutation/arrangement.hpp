@@ -9,17 +9,6 @@
 
 #include "permutation/inputs.hpp"
 
-/// Aligned storage for doubles, zero-filled.
-class Lanes
-{
-public:
-    explicit Lanes(std::size_t n) : values(1, static_cast<long>(n)) {}
-    operator double*() const { return values[0]; }
-
-private:
-    OwnedRows values; // one row of a table: rows start on a 64-byte boundary
-};
-
 /// Room from column to column of n communities: kernels may read a block beyond the last one.
 std::size_t ColumnStride(int n);
 

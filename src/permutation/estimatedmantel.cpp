@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 
 #include "numeric/matrix.hpp"
 #include "numeric/resemblance.hpp"
+#include "numeric/triangle.hpp"
 #include "permutation/estimatekernels.hpp"
 #include "permutation/kernels.hpp"
 
@@ -16,46 +16,6 @@ namespace {
 std::size_t Size(int n)
 {
     return static_cast<std::size_t>(n);
-}
-
-constexpr Estimate unknown = {0.0, std::numeric_limits<double>::infinity()};
-
-/// A correlation from its sums. Sums of N products are known to N rounding units of the product of
-/// the lengths (Higham 2002, Accuracy and Stability of Numerical Algorithms, 3.1), before the means
-/// are taken off; the exact form's as well.
-Estimate CorrelationEstimate(double nCells, double products, double squaresA, double growthA,
-                             double squaresB, double growthB)
-{
-    const double unit = 4.0 * std::numeric_limits<double>::epsilon() * nCells;
-    const double r = products / std::sqrt(squaresA * squaresB);
-    const double error = unit * (std::sqrt(growthA * growthB) + std::fabs(r) * (growthA + growthB));
-    return squaresA > 0.0 && squaresB > 0.0 ? Estimate{r, error} : unknown;
-}
-
-Estimate WithFixed(const FixedTriangle& fixed, double products, const Spread& moving)
-{
-    return CorrelationEstimate(static_cast<double>(fixed.nCells), products, fixed.sumSquares,
-                               fixed.growth, moving.deviations, moving.growth);
-}
-
-Estimate OfMoving(double nCells, double products, const Spread& a, const Spread& b)
-{
-    return CorrelationEstimate(nCells, products - nCells * a.mean * b.mean, a.deviations, a.growth,
-                               b.deviations, b.growth);
-}
-
-/// (a - bc) / sqrt((1 - b^2)(1 - c^2)). The error follows the derivatives, doubled; correlations
-/// near 1 or -1, where the exact form branches or divides by 0, leave the doubt.
-Estimate PartialEstimate(const Estimate& a, const Estimate& b, const Estimate& c)
-{
-    const double restB = 1.0 - b.value * b.value, restC = 1.0 - c.value * c.value;
-    const bool isClear = restB > 1e-4 + 1e3 * b.error && restC > 1e-4 + 1e3 * c.error;
-    if (!isClear) return unknown;
-    const double scale = std::sqrt(restB * restC);
-    const double value = (a.value - b.value * c.value) / scale;
-    const double ofTop = a.error + b.error + c.error;
-    const double ofScale = b.error / restB + c.error / restC;
-    return {value, 2.0 * (ofTop / scale + std::fabs(value) * ofScale) + 1e-14};
 }
 
 OwnedRows BothTriangles(int n, double** upper)
@@ -71,15 +31,6 @@ OwnedRows BothTriangles(int n, double** upper)
 PackedTriangle::PackedTriangle(int nObjects)
     : nCells(TriangleSize(nObjects)), cell(static_cast<std::size_t>(nCells) + kernelBlock)
 {
-}
-
-FixedTriangle::FixedTriangle(int nObjects, double** rows) : PackedTriangle(nObjects)
-{
-    PackTriangle(nObjects, rows, cell);
-    double squares = 0.0;
-    for (long p = 0; p < nCells; p++) squares += cell[p] * cell[p];
-    sumSquares = CenterTriangle(nCells, cell);
-    growth = squares / sumSquares;
 }
 
 MantelEstimation::MantelEstimation(const PermutationInputs& inputs,

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "numeric/triangle.hpp"
+#include "numeric/mantelestimate.hpp"
 #include "permutation/estimating.hpp"
 
 /// Cells above the diagonal of a resemblance matrix, with room for kernels to write and read a
@@ -14,22 +14,6 @@ struct PackedTriangle {
     explicit PackedTriangle(int nObjects);
     const long nCells;
     Lanes cell;
-};
-
-/// A triangle that no arrangement changes, as deviations from its mean.
-struct FixedTriangle : PackedTriangle {
-    FixedTriangle(int nObjects, double** rows);
-    double sumSquares;
-    double growth; // how much of the sum of squares the mean took away: what rounding grows by
-};
-
-/// A moving triangle as its sums tell it: the sum of squared deviations, and its growth.
-struct Spread {
-    Spread(double nCells, double sum, double squares)
-        : mean(sum / nCells), deviations(squares - sum * mean), growth(squares / deviations)
-    {
-    }
-    double mean, deviations, growth;
 };
 
 /// What the estimates of matrix correlations need of a test.

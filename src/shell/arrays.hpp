@@ -101,6 +101,17 @@ struct OwnedTable {
 };
 using OwnedRows = OwnedTable<double>;
 
+/// A zero-filled vector on a 64-byte boundary, for kernels.
+class Lanes
+{
+public:
+    explicit Lanes(std::size_t n) : values(1, static_cast<long>(n)) {}
+    operator double*() const { return values[0]; }
+
+private:
+    OwnedRows values;  // one row of a table: rows start on such a boundary
+};
+
 /// Makes the k-th allocation from now on fail (1 is the next one; 0 switches it off). For tests of
 /// running out of memory only.
 void FailAllocation(long k);
