@@ -9,12 +9,6 @@ void PackTriangle(int n, const double* const* rows, double* cells)
     for (int i = 0; i < n; i++) cells = std::copy(rows[i] + i + 1, rows[i] + n, cells);
 }
 
-void PackDifferences(int n, const double* x, double* cells)
-{
-    for (int i = 0; i < n; i++)
-        for (int k = i + 1; k < n; k++) *cells++ = std::fabs(x[i] - x[k]);
-}
-
 void PackReordered(int n, const double* const* rows, const int* list, double* cells)
 {
     for (int i = 0; i < n; i++) {

@@ -15,9 +15,6 @@ inline long TriangleSize(int n)
 /// The upper triangle of `rows` (n x n).
 void PackTriangle(int n, const double* const* rows, double* cells);
 
-/// |x[i] - x[k]| of n objects described by a single value.
-void PackDifferences(int n, const double* x, double* cells);
-
 /// The triangle of `rows` (n x n, both triangles) with its objects in the order of a list, which
 /// counts from 1.
 void PackReordered(int n, const double* const* rows, const int* list, double* cells);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "numeric/statistics.hpp"
+#include "numeric/vectors.hpp"
 #include "permutation/kernels.hpp"
 
 namespace {
@@ -21,16 +22,21 @@ std::size_t RoundUp(std::size_t n)
     return (n + columnBlock - 1) / columnBlock * columnBlock;
 }
 
-/// Brings the first t columns to unit length.
+/// Brings the columns of T to unit length.
 void NormalizeTraits(const QuickArrangement& arrangement, ArrangementColumns& w)
 {
     for (int j = 0; j < arrangement.t; j++) {
         double* column = w.columns + Size(j) * w.stride;
-        double sumSquares = 0.0;
-        for (int k = 0; k < arrangement.n; k++) sumSquares += column[k] * column[k];
-        const double length = sumSquares > 0.0 ? std::sqrt(sumSquares) : 1.0;
-        for (int k = 0; k < arrangement.n; k++) column[k] /= length;
+        const double length = w.sumSquares[j] > 0.0 ? std::sqrt(w.sumSquares[j]) : 1.0;
+        ActiveVectors().divide(arrangement.n, column, length, column);
     }
+}
+
+/// Adds the squares of a community's traits to those of the communities before.
+void AddSquares(int t, const double* row, double* sumSquares)
+{
+#pragma omp simd
+    for (int j = 0; j < t; j++) sumSquares[j] += row[j] * row[j];
 }
 
 /// Sums of the entropies of four communities side by side, each over its OTU pairs in order.
@@ -61,7 +67,8 @@ void GroupEntropies(const RichnessGroup& group, const RaoDissimilarity& dissimil
         if (group.community[l] >= 0) entropy[group.community[l]] = sum[l];
 }
 
-/// The same, each pair of OTUs once: the dissimilarity is symmetric.
+/// The same, each pair of OTUs once: the dissimilarity is symmetric. The sums of the four are named
+/// one by one, so that they stay in registers.
 void GroupEntropiesOfPairs(const RichnessGroup& group, const RaoDissimilarity& dissimilarity,
                            const int* list, int* otu, double* entropy)
 {
@@ -70,15 +77,23 @@ void GroupEntropiesOfPairs(const RichnessGroup& group, const RaoDissimilarity& d
     for (std::size_t m = 0; m < group.otu.size(); m++) otu[m] = list[group.otu[m]] - 1;
     double sum[4] = {};
     for (int a = 0; a < group.richness; a++) {
-        const double* rows[4];
-        double withOthers[4];
-        for (int l = 0; l < 4; l++) {
-            rows[l] = d[otu[4 * a + l]];
-            withOthers[l] = 0.5 * share[4 * a + l] * rows[l][otu[4 * a + l]];
+        const int* own = otu + 4 * a;
+        const double* p = share + 4 * a;
+        const double *r0 = d[own[0]], *r1 = d[own[1]], *r2 = d[own[2]], *r3 = d[own[3]];
+        double d0 = 0.5 * p[0] * r0[own[0]], d1 = 0.5 * p[1] * r1[own[1]];
+        double d2 = 0.5 * p[2] * r2[own[2]], d3 = 0.5 * p[3] * r3[own[3]];
+        for (int b = a + 1; b < group.richness; b++) {
+            const double* other = share + 4 * b;
+            const int* place = otu + 4 * b;
+            d0 += other[0] * r0[place[0]];
+            d1 += other[1] * r1[place[1]];
+            d2 += other[2] * r2[place[2]];
+            d3 += other[3] * r3[place[3]];
         }
-        for (int b = a + 1; b < group.richness; b++)
-            for (int l = 0; l < 4; l++) withOthers[l] += share[4 * b + l] * rows[l][otu[4 * b + l]];
-        for (int l = 0; l < 4; l++) sum[l] += share[4 * a + l] * withOthers[l];
+        sum[0] += p[0] * d0;
+        sum[1] += p[1] * d1;
+        sum[2] += p[2] * d2;
+        sum[3] += p[3] * d3;
     }
     for (int l = 0; l < 4; l++)
         if (group.community[l] >= 0) entropy[group.community[l]] = 2.0 * sum[l];
@@ -186,14 +201,15 @@ RichnessGroup QuickArrangement::GroupOf(const int* communities, std::size_t coun
 
 ArrangementColumns::ArrangementColumns(const QuickArrangement& arrangement)
     : t(arrangement.t), g(arrangement.g), stride(ColumnStride(arrangement.n)),
-      row(arrangement.width), columns(Size(arrangement.nColumns) * stride), R(stride), Rp(stride),
-      otu(Size(arrangement.s) * 4)
+      row(arrangement.width), sumSquares(Size(t)), columns(Size(arrangement.nColumns) * stride),
+      R(stride), Rp(stride), otu(Size(arrangement.s) * 4)
 {
 }
 
 void QuickProducts(const QuickArrangement& arrangement, ArrangementColumns& w, const int* list)
 {
     const PermutationKernels& kernels = ActiveKernels();
+    std::fill_n(static_cast<double*>(w.sumSquares), arrangement.t, 0.0);
     for (int k = 0; k < arrangement.n; k++) {
         const std::size_t first = Size(arrangement.firstPresent[Size(k)]);
         const int nPresent = arrangement.firstPresent[Size(k) + 1] - static_cast<int>(first);
@@ -201,6 +217,7 @@ void QuickProducts(const QuickArrangement& arrangement, ArrangementColumns& w, c
                              arrangement.present.data() + first,
                              arrangement.performance.data() + first, list, w.row);
         if (arrangement.hasHoles) AverageOverKnown(arrangement, k, w.row);
+        AddSquares(arrangement.t, w.row, w.sumSquares);
         for (int c = 0; c < arrangement.nColumns; c++)
             w.columns[Size(c) * w.stride + Size(k)] = w.row[c];
     }

@@ -58,6 +58,7 @@ struct ArrangementColumns {
     const int t, g;
     const std::size_t stride; // from column to column
     Lanes row;                // width: a community's T, X and P side by side
+    Lanes sumSquares;         // t: of the columns of T
     Lanes columns;            // nColumns x stride: the same of all communities
     Lanes R, Rp;              // n
     std::vector<int> otu;     // scratch: the OTUs of a group of communities after the shuffle

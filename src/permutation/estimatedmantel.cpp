@@ -96,8 +96,9 @@ void MantelEstimator::TakeDistances(const ArrangementColumns& columns)
 
 void MantelEstimator::TakeDifferences(const ArrangementColumns& columns)
 {
-    PackDifferences(in.n, columns.R, DR.cell);
-    if (in.withPhylogeny) PackDifferences(in.n, columns.Rp, DRp.cell);
+    const PermutationKernels& kernels = ActiveKernels();
+    kernels.cityBlock(in.n, 1, columns.R, columns.stride, DR.cell);
+    if (in.withPhylogeny) kernels.cityBlock(in.n, 1, columns.Rp, columns.stride, DRp.cell);
 }
 
 /// Distances of X or P; for chords between rows of unit length.
