@@ -127,15 +127,16 @@ bool AreSame(const Criterion& criterion, const std::vector<Subset>& subsets,
 {
     SharedMatrices shared(criterion.needs);
     SubsetMatrices matrices(shared);
-    const SharedEstimates all(criterion, shared);
-    SubsetEstimates estimates(all, matrices);
+    const std::unique_ptr<SharedEstimates> all = EstimatesOf(criterion, shared);
+    const std::unique_ptr<SubsetEstimates> estimates =
+        all != nullptr ? all->Of(matrices, 1) : nullptr;
     for (std::size_t i = 0; i < expected.size(); i++) {
         const std::vector<int>& traits = subsets[i].traits;
         matrices.Select(traits.data(), static_cast<int>(traits.size()));
         const double value = ValueOf(criterion, matrices);
         if (std::memcmp(&value, &expected[i], sizeof value) != 0) return false;
-        if (!all.AreUsable()) continue;
-        const Estimate estimate = estimates.Value();
+        if (estimates == nullptr) continue;
+        const Estimate estimate = estimates->Value();
         if (std::fabs(estimate.value - value) > estimate.error) return false;
     }
     return true;

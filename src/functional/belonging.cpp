@@ -110,7 +110,8 @@ std::size_t Place(int i)
     return static_cast<std::size_t>(i);
 }
 
-/// The column of each OTU's type: the place of its label among the labels in ascending order.
+}  // namespace
+
 std::vector<int> TypeColumns(int n, const int* partition)
 {
     std::vector<int> column(static_cast<std::size_t>(n));
@@ -127,8 +128,6 @@ std::vector<int> TypeColumns(int n, const int* partition)
             static_cast<int>(std::lower_bound(first, first + nLabels, partition[i]) - first);
     return column;
 }
-
-}  // namespace
 
 int CrispBelonging(int n, int nGroups, int* partition, double** C)
 {

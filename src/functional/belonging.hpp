@@ -52,6 +52,10 @@ void gower_similarityAverage(int nTraits, int nOTUs, const PartialSimilarity& pa
 void gower_similarityAverage(int nTraits, int nOTUs, const PartialSimilarity& partial, double** S,
                              int* selected);
 
+/// The column of each OTU's type: the place of its label among the labels in ascending order.
+/// partition  n labels, any integers, or null: every OTU is its own type
+std::vector<int> TypeColumns(int n, const int* partition);
+
 /// Crisp belonging of OTUs to types: C[i][type of i] = 1, all else 0.
 ///
 /// partition  n labels, any integers, or null: every OTU is its own type. Columns follow the

@@ -12,16 +12,25 @@ namespace
 
 /// A correlation from its sums. Sums of N products are known to N rounding units of the product of
 /// the lengths (Higham 2002, Accuracy and Stability of Numerical Algorithms, 3.1), before the means
-/// are taken off; the exact form's as well. A spread that is little more than rounding leaves the
-/// doubt: the exact form correlates its noise.
-Estimate CorrelationEstimate(double nCells, double products, double squaresA, double growthA,
-                             double squaresB, double growthB)
+/// are taken off; the exact form's as well. Noise of the cells turns the deviations by an angle of
+/// that size. A spread that is little more than rounding or noise leaves the doubt: the exact form
+/// may correlate what is left.
+Estimate CorrelationEstimate(double nCells, double products, const Spread& a, const Spread& b)
 {
     const double unit = 4.0 * std::numeric_limits<double>::epsilon() * nCells;
-    const double r = products / std::sqrt(squaresA * squaresB);
-    const double error = unit * (std::sqrt(growthA * growthB) + std::fabs(r) * (growthA + growthB));
-    const bool isSpread = unit * (growthA + growthB) < 1e-3;
-    return squaresA > 0.0 && squaresB > 0.0 && isSpread ? Estimate{r, error} : Unknown();
+    const double rounding = unit * (a.growth + b.growth), noise = a.noise + b.noise;
+    const double r = products / std::sqrt(a.deviations * b.deviations);
+    const double error = unit * std::sqrt(a.growth * b.growth) + std::fabs(r) * rounding +
+                         2.0 * (1.0 + std::fabs(r)) * noise;
+    const bool isSpread = a.deviations > 0.0 && b.deviations > 0.0 && rounding + noise < 1e-3;
+    return isSpread ? Estimate{r, error} : Unknown();
+}
+
+double SumOfSquares(long n, const double* x)
+{
+    double squares = 0.0;
+    for (long i = 0; i < n; i++) squares += x[i] * x[i];
+    return squares;
 }
 
 }  // namespace
@@ -31,26 +40,31 @@ Estimate Unknown()
     return {0.0, std::numeric_limits<double>::infinity()};
 }
 
+Spread::Spread(double nCells, double sum, double squares, double cellError)
+    : mean(sum / nCells),
+      deviations(squares - sum * mean),
+      growth(squares / deviations),
+      noise(cellError * std::sqrt(nCells / deviations))
+{
+}
+
 FixedTriangle::FixedTriangle(int nObjects, const double* const* rows)
     : nCells(TriangleSize(nObjects)), cell(static_cast<std::size_t>(nCells))
 {
     PackTriangle(nObjects, rows, cell);
-    double squares = 0.0;
-    for (long p = 0; p < nCells; p++) squares += cell[p] * cell[p];
-    sumSquares = CenterTriangle(nCells, cell);
-    growth = squares / sumSquares;
+    const double squares = SumOfSquares(nCells, cell);
+    spread.deviations = CenterTriangle(nCells, cell);
+    spread.growth = squares / spread.deviations;
 }
 
 Estimate WithFixed(const FixedTriangle& fixed, double products, const Spread& moving)
 {
-    return CorrelationEstimate(static_cast<double>(fixed.nCells), products, fixed.sumSquares,
-                               fixed.growth, moving.deviations, moving.growth);
+    return CorrelationEstimate(static_cast<double>(fixed.nCells), products, fixed.spread, moving);
 }
 
 Estimate OfMoving(double nCells, double products, const Spread& a, const Spread& b)
 {
-    return CorrelationEstimate(nCells, products - nCells * a.mean * b.mean, a.deviations, a.growth,
-                               b.deviations, b.growth);
+    return CorrelationEstimate(nCells, products - nCells * a.mean * b.mean, a, b);
 }
 
 /// The error follows the derivatives, doubled.

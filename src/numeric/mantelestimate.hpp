@@ -9,22 +9,23 @@
 /// What says nothing: an error that never decides.
 Estimate Unknown();
 
+/// A triangle as its sums tell it.
+struct Spread {
+    Spread() = default;
+    /// cellError  bound on what the cells differ by from those of the exact form
+    Spread(double nCells, double sum, double squares, double cellError = 0.0);
+    double mean = 0.0;
+    double deviations = 0.0;  // sum of squared deviations
+    double growth = 0.0;      // how much of the squares the mean took away: rounding grows by it
+    double noise = 0.0;       // length of the errors of the cells over that of the deviations
+};
+
 /// The cells above the diagonal of n objects that nothing changes, as deviations from their mean.
 struct FixedTriangle {
     FixedTriangle(int nObjects, const double* const* rows);
     const long nCells;
     Lanes cell;
-    double sumSquares;
-    double growth;  // how much of the sum of squares the mean took away: what rounding grows by
-};
-
-/// A triangle that changes, as its sums tell it: the sum of squared deviations, and its growth.
-struct Spread {
-    Spread(double nCells, double sum, double squares)
-        : mean(sum / nCells), deviations(squares - sum * mean), growth(squares / deviations)
-    {
-    }
-    double mean, deviations, growth;
+    Spread spread;
 };
 
 /// With a fixed triangle; products: of its cells with the moving ones as they are.

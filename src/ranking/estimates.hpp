@@ -1,66 +1,34 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Procrustes and RV coefficients of trait subsets, estimated with a bound on the error. A subset
-// whose value cannot enter the record needs no last bit; one that may is worked out by
-// numeric/congruence.
+// Values of trait subsets, estimated with a bound on the error. A subset whose value cannot enter
+// the record needs no last bit; one that may is worked out by its definition (ranking/criteria).
 #pragma once
 
-#include <vector>
+#include <memory>
 
-#include "numeric/crossproducts.hpp"
 #include "ranking/criteria.hpp"
 
-/// What the estimates of all subsets share: the structure M that does not change (E, P or the
-/// smoothed composition), and the products of all traits with it.
-class SharedEstimates
-{
-public:
-    SharedEstimates(const Criterion& criterion, const SharedMatrices& all);
-
-    /// Whether there are estimates at all: for these two measures, in the quick form, with numbers
-    /// that the exact form takes for numbers throughout.
-    bool AreUsable() const { return usable; }
-
-private:
-    friend class SubsetEstimates;
-    bool IsWanted(const SharedMatrices& all) const;
-    void CentreReference(const SharedMatrices& all);
-    void CentreTraits(const SharedMatrices& all);
-
-    const Criterion& criterion;
-    const int n, t, g, p;  // p columns of M
-    bool usable;
-    int rankX;                          // of X
-    const OwnedRows M, T;               // p x n, t x n: centred columns
-    const OwnedRows MM;                 // p x p: M'M
-    const OwnedRows MT;                 // t x p: M'T
-    const OwnedRows TT, TKT, TKKT;      // t x t, K = MM'
-    std::vector<double> rawSumSquares;  // t: of the traits before they were centred
-    ReferenceProducts reference;        // of M alone
-};
-
-/// Estimates of one subset after another; a search on several threads has one of these for each.
+/// Estimates one subset after another; a search on several threads has one of these for each.
 /// Nothing is allocated after construction.
 class SubsetEstimates
 {
 public:
-    SubsetEstimates(const SharedEstimates& all, SubsetMatrices& matrices);
-
+    virtual ~SubsetEstimates() = default;
     /// The value of the subset at hand.
-    Estimate Value();
-
-private:
-    void TakeTraits();
-    void TakeColumn(int place, double* const* rows, int column);
-    void AddProducts(int place);
-
-    const SharedEstimates& all;
-    SubsetMatrices& matrices;
-    MovingProducts moving;  // traits of the subset first, X from t on, then the entropy or distance
-    ReferenceProducts reference;
-    CongruenceEstimator estimator;
-    const OwnedRows columns;   // g + 1 x n: X and the vector, centred
-    const OwnedRows products;  // g + 1 x p: M'X and M' of the vector
-    std::vector<int> traits;   // of the subset, from 0
-    std::vector<int> control;
-    bool isBounded = true;  // no cell can turn out as the code of a missing one
+    virtual Estimate Value() = 0;
 };
+
+/// What the estimates of all subsets share.
+class SharedEstimates
+{
+public:
+    virtual ~SharedEstimates() = default;
+    /// Those of one of nSearchers, which share the memory for partial sums.
+    virtual std::unique_ptr<SubsetEstimates> Of(SubsetMatrices& matrices, int nSearchers) const = 0;
+};
+
+/// Null where there are none, and values have to be exact: in the general form of the matrices, or
+/// with numbers that the exact form may not take for numbers throughout.
+std::unique_ptr<SharedEstimates> EstimatesOf(const Criterion& criterion, const SharedMatrices& all);
+
+/// Whether nothing that the subsets change is part of the structure.
+bool IsFixed(Part part);

@@ -11,34 +11,22 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
-namespace
-{
+namespace {
 
 std::size_t WholeBlocks(int columns)
 {
     return static_cast<std::size_t>((columns + columnBlock - 1) / columnBlock * columnBlock);
 }
 
-}  // namespace
+} // namespace
 
 SubsetMatrices::SubsetMatrices(SharedMatrices& shared, int nSearchers)
-    : all(shared),
-      select(all.t),
-      rawT(all.n, all.t),
-      subsetT(all.n, all.t),
-      similarity(all.needs.types ? all.s : 0, all.s),
-      Xrows(all.n, all.needs.types ? all.s : 0),
-      rao(all.n, 1),
-      dark(all.n, 1),
-      width(WholeBlocks(all.g)),
-      Qcells(static_cast<long>(width) * all.s),
-      composed(static_cast<long>(width)),
-      columns(static_cast<long>(std::max(all.g, 1)) * all.n + kernelBlock),
-      unitRows(all.n, all.g),
-      dt(all.n),
-      dx(all.needs.types ? all.n : 0),
-      dr(all.n),
-      ds(all.n),
+    : all(shared), select(all.t), rawT(all.n, all.t), subsetT(all.n, all.t),
+      similarity(all.needs.types ? all.s : 0, all.s), Xrows(all.n, all.needs.types ? all.s : 0),
+      rao(all.n, 1), dark(all.n, 1), width(WholeBlocks(all.g)),
+      Qcells(static_cast<long>(width) * all.s), composed(static_cast<long>(width)),
+      columns(static_cast<long>(std::max(all.g, 1)) * all.n + kernelBlock), unitRows(all.n, all.g),
+      dt(all.n), dx(all.needs.types ? all.n : 0), dr(all.n), ds(all.n),
       traits(static_cast<std::size_t>(all.t))
 {
     for (int i = 0; i < all.s; i++)
@@ -68,11 +56,10 @@ void SubsetMatrices::Select(const int* subset, int nSubset)
     if (!all.crisp) return;
     made.Q = before.Q;
     made.X = before.X;
-    made.DX = before.DX && IsQuick();  // the general form may overwrite it
+    made.DX = before.DX && IsQuick(); // the general form may overwrite it
 }
 
-namespace
-{
+namespace {
 
 /// The columns of the subset, the others 0.
 void TakeColumns(const SharedMatrices& all, double** from, const int* select, double** to)
@@ -81,7 +68,7 @@ void TakeColumns(const SharedMatrices& all, double** from, const int* select, do
         for (int j = 0; j < all.t; j++) to[i][j] = select[j] == 1 ? from[i][j] : 0.0;
 }
 
-}  // namespace
+} // namespace
 
 double** SubsetMatrices::RawT()
 {
@@ -97,12 +84,17 @@ double** SubsetMatrices::T()
     return subsetT;
 }
 
+const double* SubsetMatrices::SquaresOfT()
+{
+    return squareSums->Sum(*all.layersT, traits.data(), k);
+}
+
 Structure& SubsetMatrices::DT()
 {
     if (made.DT) return dt;
     made.DT = true;
     if (IsQuick()) {
-        dt.TakeSquares(squareSums->Sum(*all.layersT, traits.data(), k));
+        dt.TakeSquares(SquaresOfT());
     } else {
         NominalReseNonHier(all.n, all.t, T(), dt.rows, euclideanDistance);
         all.Finish(dt);

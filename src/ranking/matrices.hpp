@@ -28,23 +28,28 @@ public:
     SubsetMatrices& operator=(const SubsetMatrices&) = delete;
 
     SharedMatrices& all;
-    const OwnedInts select;  // t: 1 for the traits of the subset
+    const OwnedInts select; // t: 1 for the traits of the subset
 
     /// Goes to the next subset: k numbers from 1, ascending.
     void Select(const int* traits, int k);
 
+    const int* Traits() const { return traits.data(); } // from 0
+    int Size() const { return k; }
+
     // Of the subset; each is made at the first call after Select.
-    double** RawT();  // n x t community averages; 0 in columns of other traits
-    double** T();     // the same, columns scaled to unit length
+    double** RawT(); // n x t community averages; 0 in columns of other traits
+    double** T();    // the same, columns scaled to unit length
+    /// Squared distances by T, a triangle; in the quick form, and valid until the next Select.
+    const double* SquaresOfT();
     Structure& DT();
-    double** S();  // s x s similarity between OTUs
-    double** Q();  // s x g belonging to types
-    double** X();  // n x s; columns from g on are 0
+    double** S(); // s x s similarity between OTUs
+    double** Q(); // s x g belonging to types
+    double** X(); // n x s; columns from g on are 0
     Structure& DX();
-    Structure& LastDX();  // as it was left, 0 if no subset ever had it made
-    double** Rao();       // n x 1 entropy of each community
+    Structure& LastDX(); // as it was left, 0 if no subset ever had it made
+    double** Rao();      // n x 1 entropy of each community
     Structure& DR();
-    double** Dark();  // n x 1 distance of W and X in each community
+    double** Dark(); // n x 1 distance of W and X in each community
     Structure& DS();
 
     Columns Of(Part part);
@@ -60,15 +65,15 @@ private:
     void TransposeInto(int p, double* const* rows);
 
     const OwnedRows rawT, subsetT, similarity, Xrows, rao, dark;
-    const std::size_t width;     // g, rounded up to blocks of columns
-    const OwnedVector Qcells;    // s x width, cells behind the types 0
-    std::vector<double*> Qrows;  // of Qcells
-    const OwnedVector composed;  // width: a row of X
-    const OwnedVector columns;   // g x n and kernelBlock to spare, work space
-    const OwnedRows unitRows;    // n x g, rows of unit length
+    const std::size_t width;    // g, rounded up to blocks of columns
+    const OwnedVector Qcells;   // s x width, cells behind the types 0
+    std::vector<double*> Qrows; // of Qcells
+    const OwnedVector composed; // width: a row of X
+    const OwnedVector columns;  // g x n and kernelBlock to spare, work space
+    const OwnedRows unitRows;   // n x g, rows of unit length
     Structure dt, dx, dr, ds;
-    std::vector<int> traits;  // of the subset, from 0
-    int k = 0;                // traits in the subset
+    std::vector<int> traits; // of the subset, from 0
+    int k = 0;               // traits in the subset
     std::unique_ptr<PrefixSums<float>> similaritySums, countSums;
     std::unique_ptr<PrefixSums<double>> squareSums;
     std::unique_ptr<TypeBelonging> belonging;

@@ -25,9 +25,7 @@ public:
     /// nCells  of a layer
     /// nLevels list lengths kept, at least 2; longer lists share the last level
     PrefixSums(long nCells, int nLevels)
-        : cells(nCells),
-          last(nLevels - 1),
-          levels(nLevels, nCells),
+        : cells(nCells), last(nLevels - 1), levels(nLevels, nCells),
           previous(static_cast<std::size_t>(nLevels), -1)
     {
     }
@@ -36,7 +34,7 @@ public:
     /// until the next call.
     const double* Sum(const Cell* const* layers, const int* traits, int k)
     {
-        int depth = 0;  // levels that the list before left right
+        int depth = 0; // levels that the list before left right
         while (depth < std::min(k, last) && previous[Index(depth)] == traits[depth]) depth++;
         for (int d = depth; d < k; d++) {
             double* const to = levels[std::min(d, last)];
@@ -71,7 +69,7 @@ private:
     const long cells;
     const int last;
     const OwnedRows levels;
-    std::vector<int> previous;  // the trait that each level but the last ends with
+    std::vector<int> previous; // the trait that each level but the last ends with
 };
 
 /// A resemblance between n communities, kept ready for correlation.
@@ -93,6 +91,9 @@ public:
     void TakeDistances(int p, const double* columns, std::size_t stride);
     void TakeDifferences(int p, const double* columns, std::size_t stride);
 
+    /// The triangle as it was last taken, until a correlation or a resemblance is asked for.
+    const double* Cells() const { return cells; }
+
     /// Leaves a packed structure as deviations from its mean, as any correlation does: what several
     /// threads correlate with has to be centred before.
     void Centre();
@@ -112,9 +113,9 @@ private:
 
     const long nCells;
     Form form = Form::rows;
-    OwnedVector cells;  // the triangle, with kernelBlock cells to spare: distances, once centred
-                        // less their mean
-    double sumSquares = 0.0;  // of the centred cells
+    OwnedVector cells; // the triangle, with kernelBlock cells to spare: distances, once centred
+                       // less their mean
+    double sumSquares = 0.0; // of the centred cells
 };
 
 double MantelCorr(Structure& a, Structure& b);

@@ -6,7 +6,8 @@
 
 void Settle(RankedSubset& subset, const ExactValue& exactly)
 {
-    if (subset.value.error > 0.0) subset.value = {exactly(subset.size, subset.traits.data()), 0.0};
+    if (subset.value.error == 0.0) return; // not so a NaN
+    subset.value = {exactly(subset.size, subset.traits.data()), 0.0};
 }
 
 void SettleIfClose(RankedSubset& a, RankedSubset& b, const ExactValue& exactly)
@@ -25,8 +26,7 @@ bool IsBetter(const RankingOrder& order, double value, double than)
     return order.absolute ? std::fabs(value) > std::fabs(than) : value > than;
 }
 
-namespace
-{
+namespace {
 
 void Store(RankedSubset& slot, const RankedSubset& candidate)
 {
@@ -36,7 +36,7 @@ void Store(RankedSubset& slot, const RankedSubset& candidate)
     std::copy_n(candidate.traits.begin(), candidate.size, slot.traits.begin());
 }
 
-}  // namespace
+} // namespace
 
 void KeepBetter(RankedSubset& best, RankedSubset& candidate, const RankingOrder& order,
                 const ExactValue& exactly)

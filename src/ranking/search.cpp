@@ -26,8 +26,7 @@
 #include "shell/preferences.hpp"
 #include "shell/scanners.hpp"
 
-namespace
-{
+namespace {
 
 const double lowest = -1.7976931348623157e308;
 
@@ -61,13 +60,13 @@ std::vector<int> CountOtusOfTypes()
 
 /// What evaluates subsets on a thread of its own.
 struct Searcher {
-    Searcher(SharedMatrices& all, const SharedEstimates& shared, int nSearchers)
+    Searcher(SharedMatrices& all, const SharedEstimates* shared, int nSearchers)
         : matrices(all, nSearchers)
     {
-        if (shared.AreUsable()) estimates = std::make_unique<SubsetEstimates>(shared, matrices);
+        if (shared != nullptr) estimates = shared->Of(matrices, nSearchers);
     }
     SubsetMatrices matrices;
-    std::unique_ptr<SubsetEstimates> estimates;  // null: values are exact
+    std::unique_ptr<SubsetEstimates> estimates;
 };
 
 /// One search: the files, the matrices, the block of subsets at hand and the record so far.
@@ -94,24 +93,24 @@ private:
     IntermediateFile intermediate;
     OutputFile report;
     SharedMatrices shared;
-    const std::vector<int> typeSizes;  // empty for the criterion without types
+    const std::vector<int> typeSizes; // empty for the criterion without types
     const bool printsRows;
-    const bool inDetail;  // statistics and matrices are printed as they come
+    const bool inDetail; // statistics and matrices are printed as they come
 
-    const SharedEstimates estimates;
+    const std::unique_ptr<SharedEstimates> estimates; // null: values are exact
     std::vector<std::unique_ptr<Searcher>> searchers;
     const ExactValue exactly;
 
-    const OwnedInts subset;  // the subset drawn last, then the other traits
-    const OwnedInts block;   // subsets of the block, each nch long; 0 in front: has excluded traits
-    std::vector<Estimate> values;  // of the block
+    const OwnedInts subset; // the subset drawn last, then the other traits
+    const OwnedInts block;  // subsets of the block, each nch long; 0 in front: has excluded traits
+    std::vector<Estimate> values; // of the block
     int blockSize;
 
     SubsetStatistics statistics;
     RankedSubset candidate;
-    std::vector<RankedSubset> best;  // by size, from nMinTraitsChRank
-    KeepTable kept;                  // the best subsets
-    KeepTable evaluations;           // the best evaluations; printed for the niche criteria only
+    std::vector<RankedSubset> best; // by size, from nMinTraitsChRank
+    KeepTable kept;                 // the best subsets
+    KeepTable evaluations;          // the best evaluations; printed for the niche criteria only
     int iteration = 0;
     const int nIterations;
 };
@@ -128,24 +127,18 @@ RankedSubset NoSubset(double value)
 }
 
 Search::Search(const Criterion& ranked)
-    : criterion(ranked),
-      timeStart(omp_get_wtime()),
-      intermediate(ranked),
-      report(session.whichChorder, console.volumeName, "w"),
-      shared(ranked.needs),
+    : criterion(ranked), timeStart(omp_get_wtime()), intermediate(ranked),
+      report(session.whichChorder, console.volumeName, "w"), shared(ranked.needs),
       typeSizes(ranked.needs.types ? CountOtusOfTypes() : std::vector<int>()),
       printsRows(session.printRankIntermedResults == 'y'),
-      inDetail(printsRows || intermediate.IsOpen()),
-      estimates(ranked, shared),
+      inDetail(printsRows || intermediate.IsOpen()), estimates(EstimatesOf(ranked, shared)),
       exactly([this](int k, const int* traits) {
           SubsetMatrices& matrices = searchers[0]->matrices;
           matrices.Select(traits, k);
           return ValueOf(criterion, matrices);
       }),
-      subset(session.nch),
-      block(static_cast<long>(largestBlock) * session.nch),
-      values(static_cast<std::size_t>(largestBlock)),
-      statistics(SharedStatistics(ranked, shared)),
+      subset(session.nch), block(static_cast<long>(largestBlock) * session.nch),
+      values(static_cast<std::size_t>(largestBlock)), statistics(SharedStatistics(ranked, shared)),
       candidate(NoSubset(0.0)),
       best(static_cast<std::size_t>(session.nMaxTraitsChRank - session.nMinTraitsChRank + 1),
            NoSubset(ranked.start)),
@@ -156,7 +149,7 @@ Search::Search(const Criterion& ranked)
     const bool canShare = shared.form == Form::quick && !inDetail;
     const int nSearchers = canShare ? std::min(omp_get_max_threads(), shared.MostSearchers()) : 1;
     for (int i = 0; i < nSearchers; i++)
-        searchers.push_back(std::make_unique<Searcher>(shared, estimates, nSearchers));
+        searchers.push_back(std::make_unique<Searcher>(shared, estimates.get(), nSearchers));
     blockSize = canShare ? 16 * nSearchers : 1;
 }
 
@@ -193,7 +186,7 @@ void Search::SearchSize(int k)
     RankedSubset& ofSize = best[static_cast<std::size_t>(k - session.nMinTraitsChRank)];
     SettleForPrint(ofSize);
     PrintSizeLine(report, criterion, k, ofSize);
-    report.Check();  // before the next size, which may take hours
+    report.Check(); // before the next size, which may take hours
     intermediate.Check();
 }
 
@@ -296,7 +289,7 @@ void Search::SettleForPrint(RankedSubset& ranked)
     if (std::strcmp(low, high) != 0) Settle(ranked, exactly);
 }
 
-}  // namespace
+} // namespace
 
 void RankTraitSubsets(const Criterion& criterion)
 {

@@ -16,40 +16,23 @@
 #include "session/session.hpp"
 #include "shell/preferences.hpp"
 
-namespace
-{
+namespace {
 
 const int fuzzyTypes = 3;
-const double largestTable = 512e6;  // bytes of layers and of sums kept for speed
 
 long NumberOfPairs(int n)
 {
     return static_cast<long>(n) * (n + 1L) / 2;
 }
 
-}  // namespace
+} // namespace
 
 SharedMatrices::SharedMatrices(const RankingNeeds& wanted, Form wantedForm)
-    : needs(wanted),
-      n(session.ncsm),
-      s(session.tcst),
-      t(session.nch),
-      e(session.nenv),
-      g(needs.types ? session.nMinCSTGroupsChRank : 0),
-      f(needs.phylogeny ? session.nTaxa : 0),
-      crisp(session.fuzzy != fuzzyTypes),
-      E(n, e),
-      W0(n, s),
-      W1(n, s),
-      B(s, t),
-      T(n, t),
-      unitT(n, t),
-      Z(needs.smoothing > 0 ? n : 0, s),
-      QP(needs.phylogeny ? s : 0, f),
-      P(n, f),
-      DE(n),
-      DZ(needs.smoothing > 0 ? n : 0),
-      DP(needs.phylogeny ? n : 0)
+    : needs(wanted), n(session.ncsm), s(session.tcst), t(session.nch), e(session.nenv),
+      g(needs.types ? session.nMinCSTGroupsChRank : 0), f(needs.phylogeny ? session.nTaxa : 0),
+      crisp(session.fuzzy != fuzzyTypes), E(n, e), W0(n, s), W1(n, s), B(s, t), T(n, t),
+      unitT(n, t), Z(needs.smoothing > 0 ? n : 0, s), QP(needs.phylogeny ? s : 0, f), P(n, f),
+      DE(n), DZ(needs.smoothing > 0 ? n : 0), DP(needs.phylogeny ? n : 0)
 {
     if (needs.environment) FillEnvironment();
     FillComposition();
