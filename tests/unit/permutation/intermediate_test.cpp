@@ -112,16 +112,17 @@ TEST_CASE("the last arrangement in the file of intermediate results, with the fi
     }
 }
 
-TEST_CASE("Procrustes and RV go by their names in the file of intermediate results")
+TEST_CASE("measures go by their names in the file of intermediate results")
 {
-    const char* const labels[] = {"\nProcrustes correlation between T and E:\t",
+    const char* const labels[] = {"\nMatrix correlation between DT and DE:\t",
+                                  "\nProcrustes correlation between T and E:\t",
                                   "\nRV coefficient between T and E:\t"};
-    for (const int measure : {2, 3}) {
+    for (const int measure : {1, 2, 3}) {
         auto data = MakePermTestData(tinyShape);
         data->input.measure = measure;
         const OutputFile file(std::tmpfile());
         RunGeneral(*data, file);
-        CHECK(LastAfter(TextOf(file), labels[measure - 2], 1) ==
+        CHECK(LastAfter(TextOf(file), labels[measure - 1], 1) ==
               std::vector<std::string>{Printed(data->input.results[rTE])});
     }
 }

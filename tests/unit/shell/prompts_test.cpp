@@ -112,17 +112,25 @@ TEST_CASE("an empty file of labels gives its own name to all; files of UTF-16 ar
     CHECK(errors.Text() == nul + nul);
 }
 
-TEST_CASE("a row of numbers by hand: -1 gives it up, n starts it again") {
-    // 3 is given up at -1; 5 6 1 is refused; 7 8 9 stays
-    Dialogue dialogue("3 -1 5 6 1.9 7 8 9", "k k n k y");
+TEST_CASE("a row of numbers: -1 gives it up, n starts it again; a replayed one is not confirmed") {
+    // 4 and 3 are given up at -1; 5 6 1 is refused; 7 8 9 stays
+    ScratchFolder folder;
+    WriteText("row", "4 -1 2 3");
+    Dialogue dialogue("3 -1 5 6 1.9 7 8 9 1 2", "f row k k n k y");
     Captured screen(stdout);
-    int numbers[3] = {};
+    int numbers[] = {9, 9, 9};
     console.createMacro = true;
     CHECK(ReadLongInput(3, numbers, "group numbers", nullptr) == 1);
     CHECK((numbers[0] == 7 && numbers[2] == 9));
     const std::string asked = "Read input from file (f) or from the keyboard (k)? f/k \n"
                               "Enter group numbers: \t";
-    CHECK(dialogue.Screen() == asked + "\n" + asked + asked);
+    const std::string shown = "Read input from file (f) or from the keyboard (k)? f/k \nEnter name of "
+                              "file containing group numbers: group numbers:\t4\t-1\t9\t\n\n" +
+                              asked + "\n" + asked + asked;
+    CHECK(dialogue.Screen() == shown);
+    console.runMacro = true;
+    ReadLongInput(2, numbers, "group numbers", nullptr);
+    CHECK((numbers[1] == 2 && dialogue.Screen() == shown + "Enter group numbers: \t"));
     CHECK(screen.Text() == "Are these correct? y/n Are these correct? y/n ");
-    CHECK(dialogue.Macro() == "7\t8\t9\t\n");
+    CHECK(dialogue.Macro() == "7\t8\t9\t\n1\t2\t\n");
 }
