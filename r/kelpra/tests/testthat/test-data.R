@@ -141,13 +141,21 @@ test_that("classes of columns decide the types of traits and the kind of E", {
     list(kinds(a = 1:4, wet, colour, size), 5L, c(3, 1, 2, 4))
   )
   for (case in expected) expect_equal(unname(lapply(case[[1]], unname)), case[2:3])
+  expect_identical(small_data(env_units = "same")$env_kind, 1L)
+  binary <- small_data(traits = traits, trait_types = list(spiny = "binary"))
+  expect_identical(unname(binary$B[, "spiny"]), c(0, 1, 0, 0))
 })
 
 test_that("long and equal names are kept apart by a key, and results have the names", {
   key <- kelpra:::make_key(
-    c("elevation_m_upper", "elevation_m_lower", "\u00c9cart", "a b", "x"), 10
+    c("elevation_m_upper", "elevation_m_lower", "\u00c9cart", "a b", "x", "elevation_m"), 10
   )
-  expect_identical(key$label, c("elevation_", "elevatio~2", "Ecart", "a_b", "x"))
+  expect_identical(
+    key$label, c("elevation_", "elevatio~2", "Ecart", "a_b", "x", "elevatio~3")
+  )
+  expect_identical(kelpra:::loosen(c("A.b", "c d"), c("a b", "a_b", "C-d")), c("A.b", "C-d"))
+  expect_match(kelpra:::with_nearest(month.name, "zzzzzzzz"), "  'August'\nand 4 more$")
+  expect_identical(kelpra:::listed(1:12), "1, 2, 3, 4, 5, 6, 7, 8 and 4 more")
   x <- small_data(env = setNames(small()$env, c("elevation_m_upper", "elevation_m_lower")))
   expect_identical(colnames(x$E), c("elevation_m_upper", "elevation_m_lower"))
   expect_identical(x$keys$variables$label, c("elevation_", "elevatio~2"))

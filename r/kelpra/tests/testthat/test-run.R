@@ -148,6 +148,7 @@ test_that("every setting reaches the program", {
   )
   for (text in said) expect_match(report, text, perl = TRUE)
   expect_true(file.size(file.path(fit$folder, "all.of-itRDa.txt")) > 1e4)
+  expect_match(paste(readLines(file.path(fit$folder, "answers.txt")), collapse = " "), "M 1 C N")
   expect_identical(fit$statistics$tails, ifelse(grepl("[._]", fit$statistics$name), 2L, 1L))
   expect_identical(
     unname(fit$checksums["B.txt"]), unname(tools::md5sum(file.path(fit$folder, "B.txt")))
@@ -190,6 +191,10 @@ test_that("settings that do not fit are refused before the run", {
     list(quantitative, list(variables = rep(FALSE, 2)), "No variable is chosen"),
     list(quantitative, list(null = "sites", within = 1:4), "no effect on sites"),
     list(quantitative, list(within = 1:3), "3 entries for 4 OTUs"),
+    list(quantitative, list(traits = c(FALSE, FALSE)), "No trait is chosen"),
+    list(quantitative, list(otus = 2), "Fewer than two OTUs"),
+    list(small_data(env_types = list(water = "binary", shade = "binary"), env = small()$env > 3),
+      list(measure = "anova", variables = 1), "needs all variables of env"),
     list(quantitative, list(session = "my study"), "session must be one word"),
     list(quantitative, list(folder = dirname(test_path())), "not empty")
   )
@@ -271,6 +276,24 @@ test_that("the larger P of both null models counts", {
     c("ro(BF)", "ro(PT)", "ro(PX)", "ro(PX.T)")
   )
   expect_output(print(both), "80 to 94 %")
+})
+
+test_that("nesting goes by names, tails by the measure, and a verdict by what differs", {
+  nested <- kelpra:::nesting(c(b = "y", c = "x", a = "x"), letters[1:3])
+  expect_identical(nested, c(a = 1L, b = 2L, c = 1L))
+  found <- data.frame(name = c("r(TE)", "r(XE.T)"), term = c("r-square", "A1"), response = c("T", "Rf"))
+  tails <- function(...) kelpra:::tails_of(found, list(...))
+  expect_identical(tails(measure = "regression", two_tailed = FALSE), 1:2)
+  expect_identical(tails(measure = "anova", two_tailed = TRUE), 1:2)
+  expect_identical(tails(measure = "rv", two_tailed = TRUE), c(1L, 1L))
+  verdicts <- list(
+    list("KELPRA v.1", "KELPRA v.2", "different versions"), list("a", NA, "ends early"),
+    list("ONE-tailed", "TWO-tailed", "the other two-tailed"),
+    list("r(TE)=\t0.123456", "r(TE)=\t0.123457", "last digits"),
+    list("r(TE)=\t0.1\tP=\t0.2", "r(TE)=\t0.1\tP=\t0.3", "its P is not"),
+    list("r(TE)=\t0.1", "r(TE)=\t0.2", "report was changed since")
+  )
+  for (v in verdicts) expect_match(kelpra:::likely_reason(v[[1]], v[[2]], NULL, TRUE), v[[3]])
 })
 
 test_that("the interval of P is that of the rate among the random arrangements", {

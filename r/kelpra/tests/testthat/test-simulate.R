@@ -62,6 +62,9 @@ test_that("what is given is what is simulated: traits by OTU, variables and coor
   again <- kelpra(x, tests = FALSE)
   expect_close(found$value[found$name == "r(TE)"], again$statistics$value)
   expect_true(file.exists(file.path(run$folder, "CWM.txt")))
+  untested <- kelpra_simulate(diag(2), sites = 6, otus = 4, years = 3)
+  expect_identical(names(untested$statistics), c("name", "meaning", "value"))
+  expect_output(print(untested), "6 sites, 4 OTUs, 2 traits, 2 predictors; 3 years, seed 1\n")
 })
 
 test_that("four workers find what one finds, and a study goes on where it was", {
@@ -77,6 +80,10 @@ test_that("four workers find what one finds, and a study goes on where it was", 
   expect_identical(four$rates, one$rates)
   future::plan("sequential")
   expect_identical(four$batches$sets, c(2, 2, 2, 1))
+  expect_identical(four$batches$seed, c(1, 2654435762, 1013904227, 3668339988)) # by hand
+  expect_equal(four$level, 3 / 19)
+  sums <- kelpra:::pooled(lapply(c(0.5, 1), function(r) data.frame(name = "r(TE)", rate = r)), 2:1)
+  expect_equal(unlist(sums[2:4]), c(rejected = 2, sets = 3, rate = 2 / 3))
 
   unlink(file.path(folder, "batch-0002-of-2.rds"))
   dir.create(file.path(folder, "batch-0002-of-2"))

@@ -196,6 +196,7 @@ test_that("options say what tables cannot", {
     expect_identical(
       read.csv2("out/types.csv")$type, c("a", "b", "b")
     )
+    expect_type(read.csv2("out/tables/X.csv")$a, "double")
     page <- paste(readLines("out/study.html"), collapse = "\n")
     expect_match(page, "<title>A &lt; B</title>")
   })
@@ -221,6 +222,7 @@ test_that("a page holds all its parts and says what the fit says", {
     tags <- regmatches(text, gregexpr("</?(table|ul|p|figure|svg|details|pre|tr|td)\\b", text))[[1]]
     counts <- table(sub("/", "", tags), startsWith(tags, "</"))
     expect_identical(counts[, 1], counts[, 2])
+    expect_identical(counts[["<svg", 1]], length(kelpra:::picture_kinds(fit)))
   }
   row <- data.frame(name = "r(TE)", value = -0.2, P = c(0.001, 0.048, 0.3), iterations = 999)
   row <- cbind(row, kelpra:::p_interval(row$P, 999))
