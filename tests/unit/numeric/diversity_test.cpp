@@ -60,6 +60,13 @@ TEST_CASE("Rao entropy has the same bits by every form") {
         }
 }
 
+TEST_CASE("beta divergence: the mean distance to all that are nearest in E") {
+    Table DE({{0, 1, 2}, {7, 0, 2}, {7, 7, 0}}), DX({{0, 0.4, 0.6}, {7, 0, 0.8}, {7, 7, 0}});
+    double out[3];
+    BetaDivergence(3, DE, DX, out);
+    CHECK((out[0] == 0.4 && out[1] == 0.4 && out[2] == doctest::Approx(0.7)));
+}
+
 TEST_CASE("Rao entropy by hand") {
     struct Case {
         const char* fact;

@@ -12,6 +12,7 @@
 namespace {
 
 using tables::Cells;
+using tables::CheckCells;
 using tables::Table;
 
 using Values = std::vector<double>;
@@ -54,6 +55,24 @@ TEST_CASE("association of rows of states")
         CHECK(Resemblance(statesOfTwo, c.option, c.base) ==
               doctest::Approx(c.expected).epsilon(1e-12));
     }
+    // Half of G, by hand: totals 4, 6, 5 and 5 let expect 2, 2, 3 and 3; the sums are of float.
+    const double I = std::log(1 / 2.0) + 3 * std::log(3 / 2.0) + 4 * std::log(4 / 3.0) +
+                     2 * std::log(2 / 3.0);
+    CHECK(Resemblance({{1, 3}, {4, 2}}, mutualInformationMeasure, 0) ==
+          doctest::Approx(I).epsilon(1e-6));
+
+    const ScratchFolder folder;
+    Table data(statesOfTwo), out(2, 2, NA), table({{2, 1}, {1, 1}, {1, 2}});
+    ResemblanceLib(2, 8, data, out, 1, chiSquareMeasure, 0, nullptr, 0.0, 0.0, 0, true);
+    CHECK(TimesIn(TextOfFile("Tables.txt"),
+                  "\nContingency table var.1 x var.2:\nRow states (3): 1\t2\t3\t\n"
+                  "Column states (2): 5\t7\t\n") == 1);
+    double joint[2], cols[2], rows[2], mutual[2], ratio[2], coherence[2]; // by order: 0 and 1
+    Entropy_MV(3, 2, table, joint, cols, rows, mutual, ratio, coherence, 0.0, 1.5, 1.0);
+    CheckCells(std::vector<double*>{joint, cols, rows, mutual, coherence}.data(),
+               {{std::log(6.0), 2.5 * std::log(2.0)}, {std::log(2.0), std::log(2.0)}, // by hand
+                {std::log(3.0), std::log(8.0) - 0.75 * std::log(3.0) - 0.25 * std::log(2.0)}, {0.0, 0.04247475919884947},
+                {0.0, 0.2200493085682154}}, 1e-7);
 }
 
 TEST_CASE("differences of two profiles")

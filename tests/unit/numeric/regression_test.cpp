@@ -4,6 +4,7 @@
 #include <doctest/doctest.h>
 
 #include "unit/numeric/matrices.hpp"
+#include "unit/shell/shell_fixture.hpp"
 
 TEST_CASE("regression residuals: selection of factors")
 {
@@ -21,6 +22,35 @@ TEST_CASE("regression residuals: selection of factors")
     Regression_ResidualsSelect(4, 2, 1, y, xSecond, expected, nullptr);
     for (int i = 0; i < 4; i++)
         for (int k = 0; k < 2; k++) CHECK(R[i][k] == expected[i][k]);
+}
+
+TEST_CASE("the report of a fit, in two languages")
+{
+    Rows x = {{0}, {1}, {2}}, y = {{1}, {2}, {6}};
+    OwnedRows B(1, 1), P(3, 1);
+    double b0 = 0, r2 = 0, ssTotal = 0;
+    const auto report = [&](int language, bool printAll) {
+        const OutputFile file(std::tmpfile());
+        regression(3, 1, 1, y, x, B, &b0, P, &r2, &ssTotal, true, file, language, printAll);
+        return TextOf(file);
+    };
+    // by hand: slope 5/2, mean 3, r squared 12.5/14
+    CHECK(report(0, true) ==
+          "\nFactor matrix:\n0\t\n1\t\n2\t\n\nResponse matrix:\n1\t\n2\t\n6\t\n\nRegression "
+          "coefficients for each factor (rows), one model for each response variable (coluns):\n"
+          "Factor 1:\t2.5\t\n\nIntersection (bo for each response variable):\n0.5\t\n\nPredicted model "
+          "responses (for each response variable in columns, and sampling unit in rows):\n0.5\t\n3\t"
+          "\n5.5\t\n\nResiduals not explained by the model (for each response variable in columns, "
+          "and sampling unit in rows):\n0.5\t\n-1\t\n0.5\t\n\nResponse variables with values adjusted "
+          "by removing the effects of the predictor variable(s) (this is simply the residuals plus "
+          "the mean of the response variable) (for each response variable in columns, and sampling "
+          "unit in rows):\n3.5\t\n2\t\n3.5\t\n\nCoefficient of determination (r squared) for 1 response "
+          "variables:\n0.892857\t\n");
+    CHECK(report(1, false) ==
+          "\nCoeficientes de regressao para cada fator (linhas), um modelo para cada variavel "
+          "resposta (colunas):\nFator 1:\t2.5\t\n\nInterseccao (bo para cada variavel resposta):\n0.5\t"
+          "\nCoeficiente de determinacao (r ao quadrado) para 1 variaveis resposta:\n0.892857\t\n");
+    CHECK(ssTotal == doctest::Approx(14));
 }
 
 TEST_CASE("residuals on principal axes: never more axes than the sample supports")

@@ -4,6 +4,7 @@
 #include <doctest/doctest.h>
 
 #include <algorithm>
+#include <limits>
 #include <random>
 
 #include "unit/numeric/tables.hpp"
@@ -46,6 +47,17 @@ TEST_CASE("sort2: ascending, each companion with its value, ties where the steps
     order = Positions(8);
     sort2(8, equal.data(), order.data());
     CHECK(order == Values{0, 6, 4, 7, 1, 5, 2, 3, 8});
+}
+
+TEST_CASE("whole numbers are compared without overflow, pointers change places")
+{
+    const int low = std::numeric_limits<int>::min(), high = std::numeric_limits<int>::max();
+    int three = 3, five = 5;
+    CHECK((compareInt(&three, &five) == -2 && compareInt(&high, &low) == high));
+    CHECK(compareInt(&low, &high) == low);
+    void* pointers[] = {&three, nullptr, &five};
+    swap(pointers, 0, 2);
+    CHECK((pointers[0] == &five && pointers[2] == &three));
 }
 
 TEST_CASE("sort2 ends with NaN among the values")
