@@ -253,6 +253,7 @@ TEST_CASE("edges of the data")
         {"an OTU of unknown types",              tinyShape, Set(&D::U, 2, every, -999.0)},
         {"a hole in the composition",            tinyShape, Set(&D::W, 3, 5, -999.0)},
         {"an unknown similarity",                tinyShape, Set(&D::Sb, 2, 6, -999.0)},
+        {"and no phylogeny",                     tinyShape, [](D& d) { d.Sb[2][6] = -999.0; d.input.hasPhylogenyInput = false; }},
         {"an unknown phylogenetic similarity",   tinyShape, Set(&D::Sf, 1, 7, -999.0)},
         {"a similarity above 1 by rounding",     tinyShape, Set(&D::Sb, 2, 6, 1.0 + 1e-15)},
         {"a phylogeny with another diagonal",    tinyShape, [](D& d) { for (int i = 0; i < d.s; i++) d.Sf[i][i] = 0.5; }},
