@@ -5,7 +5,8 @@
 #   run.sh KELPRA_BINARY CASE_DIRECTORY
 #
 # A case directory holds
-#   answers.txt         what the user types
+#   answers.txt         what the user types; a link to the file of an example that this is
+#   changes             optional: a sed script, in which answers the case departs from the example
 #   uses                optional: input files to copy in, one a line, relative to the project's root
 #   seconds             optional: time allowed (DIALOGUE_SECONDS of the environment, or 20)
 #   anything else       input files, copied in
@@ -70,7 +71,7 @@ compare() { # name, masking, expected, found
 
 for item in "$case"/*; do
     case $(basename "$item") in
-    answers.txt | uses | seconds | expected) ;;
+    answers.txt | changes | uses | seconds | expected) ;;
     *) cp -r "$item" "$work" ;;
     esac
 done
@@ -78,11 +79,14 @@ if [ -f "$case/uses" ]; then
     while read -r path; do cp "$root/$path" "$work" || fault "no input $path"; done < "$case/uses"
 fi
 inputs=$(ls -A "$work")
+changes=$case/changes
+[ -f "$changes" ] || changes=/dev/null
+sed -f "$changes" "$case/answers.txt" > "$scratch/answers"
 
 seconds=${DIALOGUE_SECONDS:-20}
 [ -f "$case/seconds" ] && seconds=$(cat "$case/seconds")
 (cd "$work" && exec timeout "$seconds" "$binary") \
-    < "$case/answers.txt" > "$scratch/screen" 2> "$scratch/errors"
+    < "$scratch/answers" > "$scratch/screen" 2> "$scratch/errors"
 status=$?
 [ $status -eq 124 ] && status=timeout
 

@@ -22,13 +22,12 @@ preferences=$here/functional-intermediate-results/KELPRA.prf
 play() { # session, number of processors, folder
     mkdir "$3" || return 1
     while read -r path; do cp "$root/$path" "$3" || return 1; done < "$here/$1/uses"
-    [ ! -f "$here/$1/E.txt" ] || cp "$here/$1/E.txt" "$3"
     # Item 17 is to save intermediate results, item 25 the number of processors.
     awk -v processors="$2" 'NR == 17 { $0 = "n" } NR == 25 { $0 = processors } 1' \
         "$preferences" > "$3/KELPRA.prf"
     # The number of permutations is answered before the kind of shuffle, t or s.
     awk '/^[ts]$/ { before = "300" } NR > 1 { print before } { before = $0 } END { print before }' \
-        "$here/$1/answers.txt" |
+        <(sed -f "$here/$1/changes" "$here/$1/answers.txt") |
         (cd "$3" && timeout 60 "$binary" > /dev/null 2> errors) || return 1
     [ ! -s "$3/errors" ] || return 1
     grep -q '^Number of iterations for permutation tests: 300$' "$3/dunePrinda.txt" || return 1

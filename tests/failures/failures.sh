@@ -29,7 +29,7 @@ mask() {
 }
 prepare() { # folder: the inputs of the session
     mkdir "$1"
-    find "$dialogue/$session" -maxdepth 1 -type f -exec cp {} "$1" \;
+    find -L "$dialogue/$session" -maxdepth 1 -type f -exec cp {} "$1" \;
     [ ! -f "$1/uses" ] || (cd "$root" && xargs -a "$1/uses" cp -t "$1")
 }
 # After a failure the program waits for a letter or a line.

@@ -9,9 +9,9 @@ dialogue=$here/../dialogue
 mkdir -p "$out"/{preferences,formda,track,merge,derive,session}
 [ ! -d "$here/corpus" ] || cp -r "$here"/corpus/. "$out"
 cp "$dialogue"/functional-intermediate-results/KELPRA.prf "$out/preferences/all-items"
-for name in merge-with-old-file/oldFormda merge-with-old-file/meadowFormda \
-    functional-intermediate-results/expected/files/tinyFormda; do
-    for target in formda merge derive; do cp "$dialogue/$name.txt" "$out/$target/${name##*/}"; done
+for file in "$here"/../../examples/merging/{old,meadow}Formda.txt \
+    "$dialogue"/functional-intermediate-results/expected/files/tinyFormda.txt; do
+    for target in formda merge derive; do cp "$file" "$out/$target/$(basename "$file" .txt)"; done
 done
 cp "$dialogue"/functional-*/expected/files/tinyTrk.txt "$out/track/" 2> /dev/null || true
 for folder in "$dialogue"/{functional-i*,functional-w*,derive-*,merge-*,ranking-*,simulation-sa*}; do
