@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The seam between the driver of a permutation test and the ways to evaluate an arrangement.
 //
-// The driver draws orders, hands them out in blocks to one Evaluator a thread, and adds up counts.
-// It knows neither how a form works nor how many orders it takes abreast, and a form knows neither
-// threads nor progress nor files. Counts are whole numbers, so their sum is the same however the
-// orders were shared out.
+// The driver draws orders, hands them out to one Evaluator a thread, and adds up counts. It knows
+// neither how a form works nor how many orders it takes abreast, and a form knows neither threads
+// nor progress nor files. Counts are whole numbers, so their sum is the same however the orders
+// were shared out.
 //
 // To add a quick form:
 //   - a pair of sources of its own: a Form with what is prepared once per test (borrowing the

@@ -29,8 +29,6 @@ std::unique_ptr<Form> ChooseForm(const PermutationInputs& in, const GeneralWorks
     return std::make_unique<GeneralForm>(in);
 }
 
-constexpr double secondsOfBatch = 0.1;
-
 void PrintProgress(long iteration, int nIter)
 {
     char text[80];
@@ -38,14 +36,13 @@ void PrintProgress(long iteration, int nIter)
     HandleEventInfoWhere2(text);
 }
 
-/// Orders that are evaluated side by side, shared out among threads. Each is worked out by one
-/// thread alone, so its bits do not depend on their number.
+/// Orders that are drawn one after the other and evaluated by a team of threads. Each is worked
+/// out by one thread alone, so its bits do not depend on their number.
 class Batch
 {
 public:
     Batch(const PermutationInputs& inputs, const Form& form, int nThreads)
-        : in(inputs), capacity(nThreads * ordersPerThread),
-          orders(static_cast<std::size_t>(capacity) * static_cast<std::size_t>(in.orderLength))
+        : in(inputs), drawer(inputs), failures(static_cast<std::size_t>(nThreads), noFailure)
     {
         for (int thread = 0; thread < nThreads; thread++) {
             evaluators.push_back(form.NewEvaluator());
@@ -53,69 +50,95 @@ public:
         }
     }
 
-    int* Order(int m) { return orders.data() + static_cast<std::ptrdiff_t>(m) * in.orderLength; }
+    /// Takes the next `count` orders from the generator, which no thread of the team touches.
+    void Draw(int count)
+    {
+        const std::size_t length = static_cast<std::size_t>(in.orderLength);
+        orders.resize(std::max(orders.size(), static_cast<std::size_t>(count) * length));
+        for (int m = 0; m < count; m++) drawer.Draw(Order(m));
+    }
 
-    /// Evaluates the first `count` orders and adds up their counts. Nothing in the loop draws; a
-    /// failure waits for its end, which nothing may leave before.
-    void Evaluate(int count, std::vector<double>& total)
+    /// Evaluates them. Who is free takes the next one, and the first thread prints the lines of
+    /// those taken so far. A failure waits for the loop's end, which nothing may leave before.
+    void Evaluate(int count)
     {
         const int nThreads = static_cast<int>(evaluators.size());
-        std::vector<FailureCode> failures(evaluators.size(), noFailure);
-#pragma omp parallel for schedule(static, 1) num_threads(nThreads) if (nThreads > 1)
-        for (int thread = 0; thread < nThreads; thread++)
-            failures[static_cast<std::size_t>(thread)] = EvaluateShare(thread, count);
+#pragma omp parallel for schedule(dynamic, 1) num_threads(nThreads) if (nThreads > 1)
+        for (int m = 0; m < count; m++) {
+            const int thread = omp_get_thread_num();
+            if (thread == 0 && omp_get_wtime() - shown > secondsOfBurst) ShowUpTo(nEvaluated + m);
+            EvaluateBy(static_cast<std::size_t>(thread), m);
+        }
+        nEvaluated += count;
+        ShowUpTo(nEvaluated - 1);
         for (const FailureCode code : failures)
             if (code != noFailure) Fail(code);
-        for (std::vector<double>& own : counts)
-            for (std::size_t c = 0; c < own.size(); c++) {
-                total[c] += own[c];
-                own[c] = 0.0;
-            }
+    }
+
+    void AddCounts(std::vector<double>& total) const
+    {
+        for (const std::vector<double>& own : counts)
+            for (std::size_t c = 0; c < own.size(); c++) total[c] += own[c];
+    }
+
+    /// Iterations so far, the observed arrangement among them.
+    long Evaluated() const
+    {
+        return nEvaluated;
     }
 
 private:
-    FailureCode EvaluateShare(int thread, int count)
+    static constexpr double secondsOfBurst = 0.01;
+
+    int* Order(int m)
     {
-        const int nThreads = static_cast<int>(evaluators.size());
-        const int share = (count + nThreads - 1) / nThreads;
-        const int first = std::min(count, thread * share);
-        const int end = std::min(count, first + share);
-        const std::size_t own = static_cast<std::size_t>(thread);
-        return FailureOf(
-            [&] { evaluators[own]->Evaluate(Order(first), end - first, counts[own].data()); });
+        return orders.data() + static_cast<std::ptrdiff_t>(m) * in.orderLength;
     }
 
-    static constexpr int ordersPerThread = 128;
+    void EvaluateBy(std::size_t thread, int m)
+    {
+        if (failures[thread] != noFailure) return;
+        const FailureCode code =
+            FailureOf([&] { evaluators[thread]->Evaluate(Order(m), 1, counts[thread].data()); });
+        if (code != noFailure) failures[thread] = code;
+    }
+
+    /// In bursts, of which the rule of five ticks lets some lines through: flushing each of them
+    /// would cost as much as the sums of a small arrangement.
+    void ShowUpTo(long iteration)
+    {
+        shown = omp_get_wtime();
+        for (; nShown <= iteration; nShown++) PrintProgress(nShown, in.record.nIter);
+    }
 
     const PermutationInputs& in;
-
-public:
-    const int capacity;
-
-private:
-    std::vector<int> orders;                            // capacity x orderLength
-    std::vector<std::unique_ptr<Evaluator>> evaluators; // one a thread
-    std::vector<std::vector<double>> counts;            // the same
+    ListDrawer drawer;
+    long nEvaluated = 1, nShown = 1;
+    double shown = omp_get_wtime(); // the last burst's time
+    std::vector<int> orders;        // count x orderLength
+    // One a thread:
+    std::vector<std::unique_ptr<Evaluator>> evaluators;
+    std::vector<std::vector<double>> counts;
+    std::vector<FailureCode> failures;
 };
 
+/// Batches grow until one is worth waking the team, and no more: their orders take room.
 void Permute(const PermutationInputs& in, const Form& form, std::vector<double>& counts)
 {
-    const int nIter = in.record.nIter;
-    ListDrawer drawer(in);
+    constexpr double secondsOfBatch = 0.1;
+    constexpr int ordersPerThread = 4096;
     const int nThreads = std::max(1, omp_get_max_threads());
     Batch batch(in, form, nThreads);
-    int size = nThreads; // grows until a batch is worth waking the team, and no more: it is silent
-    for (long iteration = 1; iteration < nIter;) {
+    for (int size = nThreads; batch.Evaluated() < in.record.nIter;) {
         const double start = omp_get_wtime();
-        const int count = static_cast<int>(std::min<long>(size, nIter - iteration));
-        for (int m = 0; m < count; m++) {
-            PrintProgress(iteration + m, nIter);
-            drawer.Draw(batch.Order(m));
-        }
-        batch.Evaluate(count, counts);
-        iteration += count;
-        if (omp_get_wtime() - start < secondsOfBatch / 2) size = std::min(2 * size, batch.capacity);
+        const int count =
+            static_cast<int>(std::min<long>(size, in.record.nIter - batch.Evaluated()));
+        batch.Draw(count);
+        batch.Evaluate(count);
+        const bool isShort = omp_get_wtime() - start < secondsOfBatch / 2;
+        if (isShort && size < nThreads * ordersPerThread) size *= 2;
     }
+    batch.AddCounts(counts);
 }
 
 /// One arrangement at a time, each with its matrices written to the file.
