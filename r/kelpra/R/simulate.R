@@ -275,8 +275,8 @@ tested_answers <- function(s) {
     plain_number(s$seed), measure_codes[[s$measure]],
     if (s$measure %in% c("mantel", "anova")) distance_codes[[s$distance]],
     choice_answers(s$traits), choice_answers(s$otus),
-    if (any(s$otus == 0)) c(yn(s$otus_within), yn(s$otus_rescale)), yn(s$unit_totals), "n",
-    choice_answers(s$variables)
+    if (any(s$otus == 0)) c(yn(s$otus_within), yn(s$otus_rescale)), yn(s$unit_totals),
+    yn(s$details), choice_answers(s$variables)
   )
 }
 

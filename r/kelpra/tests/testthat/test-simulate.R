@@ -103,6 +103,26 @@ test_that("four workers find what one finds, and a study goes on where it was", 
   expect_no_warning(plot(one))
 })
 
+test_that("both null models meet the same sets, and the larger P rejects where both do", {
+  need_program()
+  study <- function(null, otus, sets, seed = 1, batch = 1) {
+    kelpra_power(
+      diag(2), sites = 8, otus = otus, years = 5, iterations = 19, alpha = 0.3, null = null,
+      sets = sets, seed = seed, batch = batch
+    )$rates
+  }
+  for (otus in c(8, 6)) {
+    both <- study("both", otus, 5)
+    each <- lapply(kelpra:::batches_of(5, 1, 1)$seed, function(seed) {
+      study("taxa", otus, 1, seed)$rejected * study("sites", otus, 1, seed)$rejected
+    })
+    expect_identical(both$rejected[both$null == "both"], Reduce(`+`, each))
+    expect_identical(both$rejected[both$null == "taxa"], study("taxa", otus, 5)$rejected)
+  }
+  in_step <- study("both", 8, 5, batch = 5)
+  expect_identical(in_step$rejected[in_step$null == "sites"], study("sites", 8, 5, batch = 5)$rejected)
+})
+
 test_that("a model that cannot be is refused in words", {
   cases <- list(
     list(list(), "responses is missing"),
