@@ -63,9 +63,10 @@ run_program <- function(folder, answers, program = kelpra_program(), label = "KE
                         progress = interactive(), patience = 20, timeout = Inf,
                         step = progress_step) {
   write_lines(answers, file.path(folder, "answers.txt"))
+  # Not cleanup_tree, which the program, having no children, does not need: it knows its processes by
+  # marks from R's random numbers, and after set.seed() an ended run would take the next one with it.
   run <- processx::process$new(
-    program, wd = folder, stdin = file.path(folder, "answers.txt"), stdout = "|", stderr = "|",
-    cleanup_tree = TRUE
+    program, wd = folder, stdin = file.path(folder, "answers.txt"), stdout = "|", stderr = "|"
   )
   on.exit(run$kill(), add = TRUE)
   bar <- progress_bar(label, progress, step)
