@@ -103,9 +103,21 @@ page_summary <- function(fit) {
       "li", tag("strong", questions[main$name]), " ", escaped(vapply(
         seq_len(nrow(main)), function(i) answer_of(main[i, ]), ""
       ))
-    ), "</ul>")
+    ), "</ul>"),
+    if ("r(XE.T)" %in% main$name && study_fits(fit)[[1]]$settings$measure == "mantel") {
+      tag("p class=\"small\"", partial_caution)
+    }
   )
 }
+
+# The partial correlation takes out distances in which all traits weigh the same.
+partial_caution <- paste(
+  "The answer on divergence is a partial matrix correlation, r(XE.T). It may be large through",
+  "convergence alone, where a trait that follows nothing hides the means of the others. Before you",
+  "speak of divergence: logarithms of skewed traits, each trait by itself, and the measures rv or",
+  "procrustes, which take out the axes of the means one by one (Guillot &amp; Rousset 2013,",
+  "Dismantling the Mantel tests, Methods in Ecology and Evolution 4: 336-344)."
+)
 
 page_data <- function(fit) {
   x <- fit$data
