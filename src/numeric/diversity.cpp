@@ -3,7 +3,6 @@
 
 #include <cmath>
 #include <limits>
-#include <vector>
 
 #include "numeric/matrix.hpp"
 #include "numeric/statistics.hpp"
@@ -25,14 +24,6 @@ int PairWeight(int a, int b, bool restrictWithin)
 
 namespace {
 
-/// An OTU that takes part in the sums of one community.
-struct Member {
-    int otu;
-    double share; // p = x / total; of a missing x its code over the total
-    bool present; // x is not missing
-    int weight;   // of the selection
-};
-
 struct Sums {
     double Q = 0.0;       // entropy
     double counted = 0.0; // A: share of pairs in Q, by their weights
@@ -50,9 +41,12 @@ bool IsPlainComposition(int s, const double* x)
 
 /// The OTUs to visit; none if the total of the present cells is not above 0. An absent OTU adds
 /// zeros to every sum, which changes no bit, so presentOnly leaves it out.
-std::vector<Member> CollectMembers(int s, const double* x, const int* weights, bool presentOnly)
+const std::vector<RaoMember>& CollectMembers(int s, const double* x, const int* weights,
+                                             bool presentOnly, RaoRoom& room)
 {
-    std::vector<Member> members;
+    room.Reserve(s);
+    std::vector<RaoMember>& members = room.members;
+    members.clear();
     double total = 0.0;
     for (int i = 0; i < s; i++)
         if (!IsMissing(x[i])) total += x[i];
@@ -66,11 +60,11 @@ std::vector<Member> CollectMembers(int s, const double* x, const int* weights, b
 /// Adds up all ordered pairs, i outer, j inner: (i, j) and (j, i) round differently, so both stay.
 /// `pair` writes d of two OTUs and returns false if the pair has none.
 template <typename Pair>
-Sums AddPairs(const std::vector<Member>& members, bool restrictWithin, const Pair& pair)
+Sums AddPairs(const std::vector<RaoMember>& members, bool restrictWithin, const Pair& pair)
 {
     Sums sums;
-    for (const Member& i : members)
-        for (const Member& j : members) {
+    for (const RaoMember& i : members)
+        for (const RaoMember& j : members) {
             double d = 0.0;
             const bool known = pair(i.otu, j.otu, d) && i.present && j.present;
             if (known) {
@@ -106,12 +100,12 @@ bool MirrorAndCheck(int s, double** M, bool isDissimilarity, bool sqrtDissim)
 }
 
 Sums EntropySums(int s, const double* x, double** M, bool isDissimilarity, bool sqrtDissim,
-                 const int* weights, bool restrictWithin)
+                 const int* weights, bool restrictWithin, RaoRoom& room)
 {
     const bool allFinite = MirrorAndCheck(s, M, isDissimilarity, sqrtDissim);
     // Zero times infinity is no zero: absent OTUs stay out only where all d are finite.
     const bool presentOnly = allFinite && IsPlainComposition(s, x);
-    return AddPairs(CollectMembers(s, x, weights, presentOnly), restrictWithin,
+    return AddPairs(CollectMembers(s, x, weights, presentOnly, room), restrictWithin,
                     [&](int i, int j, double& d) {
                         if (IsMissing(M[i][j])) return false;
                         d = Dissimilarity(M[i][j], isDissimilarity, sqrtDissim);
@@ -121,17 +115,32 @@ Sums EntropySums(int s, const double* x, double** M, bool isDissimilarity, bool 
 
 } // namespace
 
+void RaoRoom::Reserve(int s)
+{
+    members.reserve(static_cast<std::size_t>(s));
+    rows.reserve(static_cast<std::size_t>(s));
+}
+
 double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool sqrtDissim,
                        int* weights, bool restrictWithin, bool keepScale)
 {
-    return Scaled(EntropySums(s, x, M, isDissimilarity, sqrtDissim, weights, restrictWithin),
+    RaoRoom room;
+    return RaoIndex_Weight(s, x, M, isDissimilarity, sqrtDissim, weights, restrictWithin, keepScale,
+                           room);
+}
+
+double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool sqrtDissim,
+                       int* weights, bool restrictWithin, bool keepScale, RaoRoom& room)
+{
+    return Scaled(EntropySums(s, x, M, isDissimilarity, sqrtDissim, weights, restrictWithin, room),
                   keepScale);
 }
 
 double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool sqrtDissim,
                        int* weights, bool restrictWithin)
 {
-    return EntropySums(s, x, M, isDissimilarity, sqrtDissim, weights, restrictWithin).Q;
+    RaoRoom room;
+    return EntropySums(s, x, M, isDissimilarity, sqrtDissim, weights, restrictWithin, room).Q;
 }
 
 RaoDissimilarity::RaoDissimilarity(int s, double** M, bool isDissimilarity, bool sqrtDissim)
@@ -154,11 +163,12 @@ RaoDissimilarity::RaoDissimilarity(int s, double** M, bool isDissimilarity, bool
 namespace {
 
 /// Everything known and every pair counted with weight 1: the divisors are exactly 1.
-double EntropyOfKnown(const std::vector<Member>& members, const RaoDissimilarity& prepared,
-                      const int* order)
+double EntropyOfKnown(const RaoDissimilarity& prepared, const int* order, RaoRoom& room)
 {
+    const std::vector<RaoMember>& members = room.members;
     const std::size_t nMembers = members.size();
-    std::vector<int> row(nMembers);
+    std::vector<int>& row = room.rows;
+    row.resize(nMembers);
     for (std::size_t i = 0; i < nMembers; i++)
         row[i] = order == nullptr ? members[i].otu : order[members[i].otu] - 1;
     double Q = 0.0;
@@ -170,9 +180,9 @@ double EntropyOfKnown(const std::vector<Member>& members, const RaoDissimilarity
     return Q;
 }
 
-bool AllSelected(const std::vector<Member>& members)
+bool AllSelected(const std::vector<RaoMember>& members)
 {
-    for (const Member& member : members)
+    for (const RaoMember& member : members)
         if (member.weight != 1) return false;
     return true;
 }
@@ -182,11 +192,18 @@ bool AllSelected(const std::vector<Member>& members)
 double RaoIndex_Weight(const RaoDissimilarity& prepared, const double* x, const int* weights,
                        bool restrictWithin, bool keepScale, const int* order)
 {
+    RaoRoom room;
+    return RaoIndex_Weight(prepared, x, weights, restrictWithin, keepScale, order, room);
+}
+
+double RaoIndex_Weight(const RaoDissimilarity& prepared, const double* x, const int* weights,
+                       bool restrictWithin, bool keepScale, const int* order, RaoRoom& room)
+{
     const int s = prepared.nOTUs;
     const bool presentOnly = !prepared.hasNonFinite && IsPlainComposition(s, x);
-    const std::vector<Member> members = CollectMembers(s, x, weights, presentOnly);
+    const std::vector<RaoMember>& members = CollectMembers(s, x, weights, presentOnly, room);
     if (presentOnly && !prepared.hasMissing && AllSelected(members))
-        return EntropyOfKnown(members, prepared, order);
+        return EntropyOfKnown(prepared, order, room);
 
     const auto pair = [&](int i, int j, double& d) {
         d = order == nullptr ? prepared.d[i][j] : prepared.d[order[i] - 1][order[j] - 1];

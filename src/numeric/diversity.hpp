@@ -3,7 +3,24 @@
 // and the dissimilarity of communities to their nearest neighbours.
 #pragma once
 
+#include <vector>
+
 #include "shell/arrays.hpp"
+
+/// An OTU that takes part in the sums of one community.
+struct RaoMember {
+    int otu;
+    double share; // p = x / total; of a missing x its code over the total
+    bool present; // x is not missing
+    int weight;   // of the selection
+};
+
+/// Work space of the entropies; with room for all OTUs they allocate nothing.
+struct RaoRoom {
+    void Reserve(int s);
+    std::vector<RaoMember> members;
+    std::vector<int> rows; // of the members, in the dissimilarities
+};
 
 /// Rao's quadratic entropy of one community: the expected dissimilarity of two individuals.
 ///
@@ -22,6 +39,8 @@
 /// Science 16:533-540.
 double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool sqrtDissim,
                        int* weights, bool restrictWithin, bool keepScale);
+double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool sqrtDissim,
+                       int* weights, bool restrictWithin, bool keepScale, RaoRoom& room);
 /// The plain form: no division.
 double RaoIndex_Weight(int s, double* x, double** M, bool isDissimilarity, bool sqrtDissim,
                        int* weights, bool restrictWithin);
@@ -51,6 +70,8 @@ struct RaoDissimilarity {
 ///          order[i] - 1, as in a taxon shuffle
 double RaoIndex_Weight(const RaoDissimilarity& prepared, const double* x, const int* weights,
                        bool restrictWithin, bool keepScale, const int* order = nullptr);
+double RaoIndex_Weight(const RaoDissimilarity& prepared, const double* x, const int* weights,
+                       bool restrictWithin, bool keepScale, const int* order, RaoRoom& room);
 
 /// For each community the mean DX to its nearest neighbours in DE, all those tied for nearest.
 ///

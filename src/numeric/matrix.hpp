@@ -84,6 +84,8 @@ void Convertn1_n(int rows, int cols, double** in, double** out);
 /// A singular a is told on standard error, and the computation goes on to infinities or NaN.
 /// Golub and Van Loan 1996, Matrix Computations, 3rd ed., section 3.4.
 void gaussj(double** a, int n, double** b, int m);
+/// The same in work space of the caller's: n + 1 cells each.
+void gaussj(double** a, int n, double** b, int m, int* used, int* pivotRows, int* pivotCols);
 
 /// Cholesky factorisation a = L L' of a symmetric matrix.
 ///

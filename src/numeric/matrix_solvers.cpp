@@ -68,9 +68,14 @@ void Eliminate(double** a, int n, double** b, int m, int c)
 
 void gaussj(double** a, int n, double** b, int m)
 {
-    OwnedInts used(n + 1L);      // how often a column was a pivot's
-    OwnedInts pivotRows(n + 1L); // of each round
-    OwnedInts pivotCols(n + 1L);
+    OwnedInts used(n + 1L), pivotRows(n + 1L), pivotCols(n + 1L);
+    gaussj(a, n, b, m, used, pivotRows, pivotCols);
+}
+
+/// used: how often a column was a pivot's; pivotRows, pivotCols: of each round.
+void gaussj(double** a, int n, double** b, int m, int* used, int* pivotRows, int* pivotCols)
+{
+    std::fill(used, used + n + 1, 0);
     Pivot pivot;
     for (int round = 1; round <= n; round++) {
         pivot = FindPivot(a, n, used, pivot);

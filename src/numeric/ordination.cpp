@@ -1,51 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "numeric/ordination.hpp"
 
-#include <gsl/gsl_eigen.h>
 #include <gsl/gsl_linalg.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <memory>
 
 #include "numeric/adjust.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/resemblance.hpp"
 #include "numeric/statistics.hpp"
-#include "shell/arrays.hpp"
 #include "shell/console.hpp"
 
 namespace {
 
-struct GslFree {
-    void operator()(gsl_matrix* m) const { gsl_matrix_free(m); }
-    void operator()(gsl_vector* v) const { gsl_vector_free(v); }
-    void operator()(gsl_eigen_symmv_workspace* w) const { gsl_eigen_symmv_free(w); }
-};
-using GslMatrix = std::unique_ptr<gsl_matrix, GslFree>;
-using GslVector = std::unique_ptr<gsl_vector, GslFree>;
-using GslEigenSpace = std::unique_ptr<gsl_eigen_symmv_workspace, GslFree>;
-
 std::size_t Size(int n)
 {
     return static_cast<std::size_t>(n);
-}
-
-template <typename Owner>
-Owner Obtained(Owner object)
-{
-    if (!object) NoRoom();
-    return object;
-}
-
-GslMatrix NewMatrix(int rows, int cols)
-{
-    return Obtained(GslMatrix(gsl_matrix_alloc(Size(rows), Size(cols))));
-}
-
-GslVector NewVector(int n)
-{
-    return Obtained(GslVector(gsl_vector_alloc(Size(n))));
 }
 
 void CopyIn(int rows, int cols, double** from, gsl_matrix* to)
@@ -191,75 +163,136 @@ void ScoreCorrespondence(int n, int p, int nAxes, double** X, double** vectors,
 
 } // namespace
 
+void EigenRoom::Reserve(int n)
+{
+    matrix.Reserve(static_cast<long>(n) * n);
+    vectors.Reserve(static_cast<long>(n) * n);
+    auto& solver = solvers[n];
+    if (!solver) solver.reset(gsl_eigen_symmv_alloc(Size(n)));
+    if (!solver) NoRoom();
+}
+
 bool EigenHouseholderQL_GSL_D(int n, double** M, double** vectors, double* values)
 {
-    if (n < 1) return true; // the solver has no empty work space
-    const GslMatrix matrix = NewMatrix(n, n);
-    const GslMatrix eigenvectors = NewMatrix(n, n);
-    const GslVector eigenvalues = NewVector(n);
-    const GslEigenSpace space = Obtained(GslEigenSpace(gsl_eigen_symmv_alloc(Size(n))));
+    EigenRoom room;
+    return EigenHouseholderQL_GSL_D(n, M, vectors, values, room);
+}
 
-    CopyIn(n, n, M, matrix.get());
-    gsl_eigen_symmv(matrix.get(), eigenvalues.get(), eigenvectors.get(), space.get());
-    gsl_eigen_symmv_sort(eigenvalues.get(), eigenvectors.get(), GSL_EIGEN_SORT_VAL_DESC);
-    for (int a = 0; a < n; a++) {
-        values[a] = gsl_vector_get(eigenvalues.get(), Size(a));
+bool EigenHouseholderQL_GSL_D(int n, double** M, double** vectors, double* values, EigenRoom& room)
+{
+    if (n < 1) return true; // the solver has no empty work space
+    room.Reserve(n);
+    gsl_matrix_view matrix = gsl_matrix_view_array(room.matrix, Size(n), Size(n));
+    gsl_matrix_view eigenvectors = gsl_matrix_view_array(room.vectors, Size(n), Size(n));
+    gsl_vector_view eigenvalues = gsl_vector_view_array(values, Size(n));
+
+    CopyIn(n, n, M, &matrix.matrix);
+    gsl_eigen_symmv(&matrix.matrix, &eigenvalues.vector, &eigenvectors.matrix,
+                    room.solvers.find(n)->second.get());
+    gsl_eigen_symmv_sort(&eigenvalues.vector, &eigenvectors.matrix, GSL_EIGEN_SORT_VAL_DESC);
+    for (int a = 0; a < n; a++)
         for (int x = 0; x < n; x++)
-            vectors[a][x] = gsl_matrix_get(eigenvectors.get(), Size(x), Size(a));
-    }
+            vectors[a][x] = gsl_matrix_get(&eigenvectors.matrix, Size(x), Size(a));
     return NoSignificantNegative(n, values);
+}
+
+void SingularRoom::Reserve(int rows, int cols)
+{
+    left.Reserve(static_cast<long>(rows) * cols);
+    right.Reserve(static_cast<long>(cols) * cols);
+    diagonal.Reserve(cols);
+    work.Reserve(cols);
 }
 
 bool SingValueDecomp(int rows, int cols, double** A, double** U, double* singular, double** V)
 {
-    const GslMatrix left = NewMatrix(rows, cols); // holds A, then U
-    const GslMatrix right = NewMatrix(cols, cols);
-    const GslVector diagonal = NewVector(cols);
-    const GslVector work = NewVector(cols);
+    SingularRoom room;
+    return SingValueDecomp(rows, cols, A, U, singular, V, room);
+}
 
-    CopyIn(rows, cols, A, left.get());
+bool SingValueDecomp(int rows, int cols, double** A, double** U, double* singular, double** V,
+                     SingularRoom& room)
+{
+    room.Reserve(rows, cols);
+    gsl_matrix_view left = gsl_matrix_view_array(room.left, Size(rows), Size(cols)); // A, then U
+    gsl_matrix_view right = gsl_matrix_view_array(room.right, Size(cols), Size(cols));
+    gsl_vector_view diagonal = gsl_vector_view_array(room.diagonal, Size(cols));
+    gsl_vector_view work = gsl_vector_view_array(room.work, Size(cols));
+
+    CopyIn(rows, cols, A, &left.matrix);
     HandleEventInfoWhere("SingValueDecomp");
-    if (gsl_linalg_SV_decomp(left.get(), right.get(), diagonal.get(), work.get()) != 0)
+    if (gsl_linalg_SV_decomp(&left.matrix, &right.matrix, &diagonal.vector, &work.vector) != 0)
         return false;
-    for (int c = 0; c < cols; c++) singular[c] = gsl_vector_get(diagonal.get(), Size(c));
-    CopyOut(rows, cols, left.get(), U);
-    CopyOut(cols, cols, right.get(), V);
+    std::copy(room.diagonal.values, room.diagonal + cols, singular);
+    if (U != nullptr) CopyOut(rows, cols, &left.matrix, U);
+    if (V != nullptr) CopyOut(cols, cols, &right.matrix, V);
     return NoSignificantNegative(cols, singular);
 }
+
+void OrdinationRoom::Reserve(int n, int p)
+{
+    X.Reserve(n, p);
+    G.Reserve(n, n);
+    vectors.Reserve(n, n);
+    values.Reserve(n);
+    eigen.Reserve(std::max(n, 1));
+}
+
+namespace {
+
+/// Returns the number of axes.
+int Ordinate(int n, int p, double** data, double** rese, double** vectors, double** scores,
+             double* values, bool* noNegative, int mode, int reseOpt, int orientation,
+             OrdinationRoom& room)
+{
+    HandleEventInfoWhere("OrdinationLib");
+    const bool scoresColumns = mode == principalComponents || mode == correspondence;
+    KeptRows& X = room.X;
+    KeptRows& G = room.G;
+    if (scoresColumns) X.Reserve(n, p);
+    G.Reserve(n, n);
+    if (mode == principalCoordinates) CentredProducts(n, rese, reseOpt, G);
+    if (scoresColumns) CopyMatrix(n, n, rese, G);
+
+    HandleEventInfoWhere("OrdinationLib");
+    *noNegative = EigenHouseholderQL_GSL_D(n, G, vectors, values, room.eigen);
+    const int nAxes = CountAxes(n, values);
+
+    HandleEventInfoWhere("OrdinationLib");
+    if (scoresColumns) Orient(n, p, data, orientation, X);
+    if (mode == principalCoordinates) ScorePrincipalCoordinates(n, nAxes, vectors, values, scores);
+    if (mode == principalComponents)
+        ScorePrincipalComponents(n, p, nAxes, X, reseOpt, vectors, scores);
+    if (mode == correspondence) ScoreCorrespondence(n, p, nAxes, X, vectors, values, scores);
+    return nAxes;
+}
+
+} // namespace
 
 int OrdinationLib_D(int n, int p, double** data, double** rese, double** vectors, double** scores,
                     int* nAxes, double* values, bool* noNegative, int mode, int reseOpt,
                     int orientation)
 {
-    HandleEventInfoWhere("OrdinationLib");
-    const bool scoresColumns = mode == principalComponents || mode == correspondence;
-    OwnedRows X(scoresColumns ? n : 0, p); // the data, in modes that score their columns
-    OwnedRows G(n, n);
-    if (mode == principalCoordinates) CentredProducts(n, rese, reseOpt, G);
-    if (scoresColumns) CopyMatrix(n, n, rese, G);
-
-    HandleEventInfoWhere("OrdinationLib");
-    *noNegative = EigenHouseholderQL_GSL_D(n, G, vectors, values);
-    *nAxes = CountAxes(n, values);
-
-    HandleEventInfoWhere("OrdinationLib");
-    if (scoresColumns) Orient(n, p, data, orientation, X);
-    if (mode == principalCoordinates) ScorePrincipalCoordinates(n, *nAxes, vectors, values, scores);
-    if (mode == principalComponents) ScorePrincipalComponents(n, p, *nAxes, X, reseOpt, vectors, scores);
-    if (mode == correspondence) ScoreCorrespondence(n, p, *nAxes, X, vectors, values, scores);
+    OrdinationRoom room;
+    *nAxes = Ordinate(n, p, data, rese, vectors, scores, values, noNegative, mode, reseOpt,
+                      orientation, room);
     return 1;
 }
 
 int OrdinationLib_Scores(int n, int p, double** data, double** rese, double** scores, int mode,
                          int reseOpt, int orientation)
 {
-    OwnedRows vectors(n, n);
-    OwnedVector values(n);
-    int nAxes = 0;
+    OrdinationRoom room;
+    return OrdinationLib_Scores(n, p, data, rese, scores, mode, reseOpt, orientation, room);
+}
+
+int OrdinationLib_Scores(int n, int p, double** data, double** rese, double** scores, int mode,
+                         int reseOpt, int orientation, OrdinationRoom& room)
+{
+    room.Reserve(n, p);
     bool noNegative = true;
-    OrdinationLib_D(n, p, data, rese, vectors, scores, &nAxes, values, &noNegative, mode, reseOpt,
-                    orientation);
-    return nAxes;
+    return Ordinate(n, p, data, rese, room.vectors, scores, room.values, &noNegative, mode, reseOpt,
+                    orientation, room);
 }
 
 void DissToCenterProdMatrix(int n, double** A, double** B, bool alreadySquared)

@@ -6,16 +6,43 @@
 // belongs to values[a]; scores[a][x] is the score of object x on axis a.
 #pragma once
 
+#include <gsl/gsl_eigen.h>
+
+#include <map>
+#include <memory>
+
+#include "shell/arrays.hpp"
+
+/// Work space of EigenHouseholderQL_GSL_D.
+struct EigenRoom {
+    void Reserve(int n); // for this order; the solver's own part fits no other
+    struct FreeSolver {
+        void operator()(gsl_eigen_symmv_workspace* w) const { gsl_eigen_symmv_free(w); }
+    };
+    KeptVector matrix, vectors; // n x n
+    std::map<int, std::unique_ptr<gsl_eigen_symmv_workspace, FreeSolver>> solvers; // by order
+};
+
 /// Eigenvalues, descending by signed value, and eigenvectors of the symmetric n x n matrix M, whose
 /// whole square must be filled. Signs of the vectors are as the solver gives them. Returns false if
 /// a value below -0.1 per cent of the sum of all values exists.
 bool EigenHouseholderQL_GSL_D(int n, double** M, double** vectors, double* values);
+bool EigenHouseholderQL_GSL_D(int n, double** M, double** vectors, double* values, EigenRoom& room);
+
+/// Work space of SingValueDecomp.
+struct SingularRoom {
+    void Reserve(int rows, int cols);
+    KeptVector left, right, diagonal, work;
+};
 
 /// Singular value decomposition A = U S V'; rows not below cols.
 ///
-/// U        rows x cols, V cols x cols, singular cols values; untouched if the routine fails
+/// U        rows x cols, V cols x cols, singular cols values; untouched if the routine fails.
+///          U and V may be null, where only the values matter
 /// returns  true on success
 bool SingValueDecomp(int rows, int cols, double** A, double** U, double* singular, double** V);
+bool SingValueDecomp(int rows, int cols, double** A, double** U, double* singular, double** V,
+                     SingularRoom& room);
 
 /// Kinds of ordination. Gower 1966, Biometrika 53:325-338, for the first.
 enum OrdinationMode { principalCoordinates = 1, principalComponents, correspondence };
@@ -37,9 +64,21 @@ int OrdinationLib_D(int n, int p, double** data, double** rese, double** vectors
                     int* nAxes, double* values, bool* noNegative, int mode, int reseOpt,
                     int orientation);
 
+/// Work space of an ordination.
+struct OrdinationRoom {
+    void Reserve(int n, int p);
+    KeptRows X;       // n x p: the data, in modes that score their columns
+    KeptRows G;       // n x n
+    KeptRows vectors; // n x n, and n values: where only the scores matter
+    KeptVector values;
+    EigenRoom eigen;
+};
+
 /// The same when only the scores are of interest; returns the number of axes.
 int OrdinationLib_Scores(int n, int p, double** data, double** rese, double** scores, int mode,
                          int reseOpt, int orientation);
+int OrdinationLib_Scores(int n, int p, double** data, double** rese, double** scores, int mode,
+                         int reseOpt, int orientation, OrdinationRoom& room);
 
 // Conversions; n x n matrices, A and B may be the same.
 

@@ -5,10 +5,8 @@
 
 #include "numeric/adjust.hpp"
 #include "numeric/matrix.hpp"
-#include "numeric/ordination.hpp"
 #include "numeric/resemblance.hpp"
 #include "numeric/statistics.hpp"
-#include "shell/arrays.hpp"
 
 namespace {
 
@@ -38,22 +36,17 @@ void CheckedProd(int rowsA, int colsA, int rowsB, int colsB, double** A, double*
         std::printf("Matrizes nao compativeis");
 }
 
-/// Coefficients B from the normal equations X'X B = X'Y of centred matrices.
-void SolveNormalEquations(int n, int pY, int pX, double** Yc, double** Xc, double** B, int language)
+/// Coefficients B from the normal equations X'X B = X'Y of the centred matrices.
+void SolveNormalEquations(int n, int pY, int pX, double** B, int language, RegressionRoom& room)
 {
-    OwnedRows transposed(pX, n);
-    OwnedRows products(pX, pX);
-    TransposeMatrix(n, pX, Xc, transposed);
-    CheckedProd(pX, n, n, pX, transposed, Xc, products, language);
-    CheckedProd(pX, n, n, pY, transposed, Yc, B, language);
+    TransposeMatrix(n, pX, room.Xc, room.transposed);
+    CheckedProd(pX, n, n, pX, room.transposed, room.Xc, room.products, language);
+    CheckedProd(pX, n, n, pY, room.transposed, room.Yc, B, language);
 
-    // The solver counts from 1.
-    OwnedRows products1(pX + 1, pX + 1);
-    OwnedRows B1(pX + 1, pY + 1);
-    Convertn_n1(pX, pX, products, products1);
-    Convertn_n1(pX, pY, B, B1);
-    gaussj(products1, pX, B1, pY);
-    Convertn1_n(pX, pY, B1, B);
+    Convertn_n1(pX, pX, room.products, room.products1);
+    Convertn_n1(pX, pY, B, room.B1);
+    gaussj(room.products1, pX, room.B1, pY, room.used, room.pivotRows, room.pivotCols);
+    Convertn1_n(pX, pY, room.B1, B);
 }
 
 template <typename Cell>
@@ -160,25 +153,25 @@ void PrintModel(std::FILE* out, const FittedModel<Cell>& m, int language, bool p
 
 template <typename Cell>
 void Fit(int n, int pY, int pX, Cell** Y, Cell** X, double** B, double* b0, double** P, double* r2,
-         double* ssTotal, bool print, std::FILE* out, int language, bool printAll)
+         double* ssTotal, bool print, std::FILE* out, int language, bool printAll,
+         RegressionRoom& room)
 {
-    OwnedVector meansY(pY);
-    OwnedVector meansX(pX);
+    room.Reserve(n, pY, pX);
+    KeptVector& meansY = room.meansY;
+    KeptVector& meansX = room.meansX;
     ColumnMeans(n, pY, Y, meansY);
     ColumnMeans(n, pX, X, meansX);
 
-    OwnedRows Xc(n, pX);
-    OwnedRows Yc(n, pY);
+    KeptRows& Xc = room.Xc;
     CenterColsMV(n, pX, X, Xc);
-    CenterColsMV(n, pY, Y, Yc);
-    OwnedVector column(n);
-    OwnedVector ss(pY);
+    CenterColsMV(n, pY, Y, room.Yc);
+    KeptVector& ss = room.sumSquares;
     for (int k = 0; k < pY; k++) {
-        ss[k] = ColumnSumOfSquares(n, Yc, k, column);
+        ss[k] = ColumnSumOfSquares(n, room.Yc, k, room.column);
         if (ssTotal != nullptr) ssTotal[k] = ss[k];
     }
 
-    SolveNormalEquations(n, pY, pX, Yc, Xc, B, language);
+    SolveNormalEquations(n, pY, pX, B, language, room);
     for (int k = 0; k < pY; k++) {
         double slopes = 0.0;
         for (int j = 0; j < pX; j++) slopes += B[j][k] * meansX[j];
@@ -189,7 +182,7 @@ void Fit(int n, int pY, int pX, Cell** Y, Cell** X, double** B, double* b0, doub
         for (int j = 0; j < pX; j++) Xc[i][j] += meansX[j];
     CheckedProd(n, pX, pX, pY, Xc, B, P, language);
     for (int k = 0; k < pY; k++) { // no guard: a response without variance gives NaN
-        r2[k] = ColumnSumOfSquares(n, P, k, column) / ss[k];
+        r2[k] = ColumnSumOfSquares(n, P, k, room.column) / ss[k];
         for (int i = 0; i < n; i++) P[i][k] += b0[k];
     }
     if (!print) return;
@@ -225,26 +218,79 @@ int SelectedColumnsAsRows(int n, int pX, double** X, const int* select, double**
     return r;
 }
 
+/// R = Y minus what all pX factors predict.
+void Residuals(int n, int pY, int pX, double** Y, double** X, double** R, ResidualsRoom& room)
+{
+    room.ReserveFit(n, pY, pX);
+    regression(n, pY, pX, Y, X, room.B, room.b0, room.P, room.r2, room.fit);
+    for (int i = 0; i < n; i++)
+        for (int k = 0; k < pY; k++) R[i][k] = Y[i][k] - room.P.table[i][k];
+}
+
 } // namespace
+
+void RegressionRoom::Reserve(int n, int pY, int pX)
+{
+    meansY.Reserve(pY);
+    meansX.Reserve(pX);
+    column.Reserve(n);
+    sumSquares.Reserve(pY);
+    Yc.Reserve(n, pY);
+    Xc.Reserve(n, pX);
+    transposed.Reserve(pX, n);
+    products.Reserve(pX, pX);
+    products1.Reserve(pX + 1, pX + 1);
+    B1.Reserve(pX + 1, pY + 1);
+    for (KeptInts* pivots : {&used, &pivotRows, &pivotCols}) pivots->Reserve(pX + 1);
+}
+
+void ResidualsRoom::Reserve(int n, int pY, int pX)
+{
+    D.Reserve(pX, n); // variables in rows
+    G.Reserve(pX, pX);
+    T.Reserve(n, pX);
+    scores.Reserve(pX, n);
+    axes.Reserve(pX, n);
+    predictors.Reserve(n, pX);
+    ReserveFit(n, pY, pX);
+}
+
+void ResidualsRoom::ReserveFit(int n, int pY, int pX)
+{
+    B.Reserve(pX, pY);
+    P.Reserve(n, pY);
+    b0.Reserve(pY);
+    r2.Reserve(pY);
+    fit.Reserve(n, pY, pX);
+}
 
 void regression(int n, int pY, int pX, double** Y, double** X, double** B, double* b0, double** P,
                 double* r2, double* ssTotal, bool print, std::FILE* out, int language,
                 bool printAll)
 {
-    Fit(n, pY, pX, Y, X, B, b0, P, r2, ssTotal, print, out, language, printAll);
+    RegressionRoom room;
+    Fit(n, pY, pX, Y, X, B, b0, P, r2, ssTotal, print, out, language, printAll, room);
 }
 
 void regression(int n, int pY, int pX, double** Y, double** X, double** B, double* b0, double** P,
                 double* r2)
 {
-    regression(n, pY, pX, Y, X, B, b0, P, r2, nullptr, false, nullptr, 1, true);
+    RegressionRoom room;
+    regression(n, pY, pX, Y, X, B, b0, P, r2, room);
+}
+
+void regression(int n, int pY, int pX, double** Y, double** X, double** B, double* b0, double** P,
+                double* r2, RegressionRoom& room)
+{
+    Fit(n, pY, pX, Y, X, B, b0, P, r2, nullptr, false, nullptr, 1, true, room);
 }
 
 void regression(int n, int pY, int pX, float** Y, float** X, double** B, double* b0, double** P,
                 double* r2, double* ssTotal, bool print, std::FILE* out, int language,
                 bool printAll)
 {
-    Fit(n, pY, pX, Y, X, B, b0, P, r2, ssTotal, print, out, language, printAll);
+    RegressionRoom room;
+    Fit(n, pY, pX, Y, X, B, b0, P, r2, ssTotal, print, out, language, printAll, room);
 }
 
 void regression(int n, int pY, int pX, float** Y, float** X, double** B, double* b0, double** P,
@@ -265,19 +311,23 @@ void Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** X, d
         TransposeMatrix(nFactors, n, rowsOfFactors, selected);
         factors = selected;
     }
-    OwnedRows B(nFactors, pY);
-    OwnedRows P(n, pY);
-    OwnedVector b0(pY);
-    OwnedVector r2(pY);
-    regression(n, pY, nFactors, Y, factors, B, b0, P, r2);
-    for (int i = 0; i < n; i++)
-        for (int k = 0; k < pY; k++) R[i][k] = Y[i][k] - P[i][k];
+    ResidualsRoom room;
+    Residuals(n, pY, nFactors, Y, factors, R, room);
 }
 
 void PCA_Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** X, double** R,
                                     int* select, int mode, double overfitFactor)
 {
-    OwnedRows D(pX, n); // variables in rows
+    ResidualsRoom room;
+    PCA_Regression_ResidualsSelect(n, pY, pX, Y, X, R, select, mode, overfitFactor, room);
+}
+
+void PCA_Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** X, double** R,
+                                    int* select, int mode, double overfitFactor,
+                                    ResidualsRoom& room)
+{
+    room.Reserve(n, pY, pX);
+    KeptRows& D = room.D;
     const int r = SelectedColumnsAsRows(n, pX, X, select, D);
     if (mode == 1) {
         CenterRowsCovMV(r, n, D, D);
@@ -285,20 +335,17 @@ void PCA_Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** 
         CenterRowsMV(r, n, D, D);
         NormalizeRowsMV(r, n, D, D);
     }
-    OwnedRows G(r, r);
-    OwnedRows T(n, r);
-    OwnedRows scores(r, n);
-    CrossProductMV(r, n, D, G);
-    TransposeMatrix(r, n, D, T);
-    int nAxes = OrdinationLib_Scores(r, n, T, G, scores, principalComponents,
-                                     mode == 1 ? crossProductMeasure : correlationMeasure, 2);
+    CrossProductMV(r, n, D, room.G);
+    TransposeMatrix(r, n, D, room.T);
+    int nAxes = OrdinationLib_Scores(r, n, room.T, room.G, room.scores, principalComponents,
+                                     mode == 1 ? crossProductMeasure : correlationMeasure, 2,
+                                     room.axes);
 
     // Never more predictors than the sample supports.
     const double limit = (n - 2) / overfitFactor;
     if (limit < nAxes) nAxes = static_cast<int>(std::max(limit, 0.0));
-    OwnedRows predictors(n, r);
-    TransposeMatrix(r, n, scores, predictors);
-    Regression_ResidualsSelect(n, pY, nAxes, Y, predictors, R, nullptr);
+    TransposeMatrix(r, n, room.scores, room.predictors);
+    Residuals(n, pY, nAxes, Y, room.predictors, R, room);
 }
 
 void ResidualsMatrixRegression(int n, double** A, double** B, double** R)

@@ -4,6 +4,18 @@
 
 #include <cstdio>
 
+#include "numeric/ordination.hpp"
+#include "shell/arrays.hpp"
+
+/// Work space of a fit.
+struct RegressionRoom {
+    void Reserve(int n, int pY, int pX);
+    KeptVector meansY, meansX, column, sumSquares;
+    KeptRows Yc, Xc, transposed, products;
+    KeptRows products1, B1; // as the solver counts
+    KeptInts used, pivotRows, pivotCols;
+};
+
 /// Least squares of each response on all factors, with intercepts.
 ///
 /// Y, X     n x pY responses, n x pX factors
@@ -23,6 +35,8 @@ void regression(int n, int pY, int pX, double** Y, double** X, double** B, doubl
 /// The fit alone.
 void regression(int n, int pY, int pX, double** Y, double** X, double** B, double* b0, double** P,
                 double* r2);
+void regression(int n, int pY, int pX, double** Y, double** X, double** B, double* b0, double** P,
+                double* r2, RegressionRoom& room);
 
 /// The same with data in single precision, which the centred values are rounded to as well.
 void regression(int n, int pY, int pX, float** Y, float** X, double** B, double* b0, double** P,
@@ -45,6 +59,21 @@ void Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** X, d
 ///          than the sample supports
 void PCA_Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** X, double** R,
                                     int* select, int mode, double overfitFactor);
+
+/// Work space of residuals.
+struct ResidualsRoom {
+    /// For pX selected columns.
+    void Reserve(int n, int pY, int pX);
+    void ReserveFit(int n, int pY, int pX);
+    KeptRows D, G, T, scores, predictors;
+    OrdinationRoom axes;
+    KeptRows B, P;
+    KeptVector b0, r2;
+    RegressionRoom fit;
+};
+void PCA_Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** X, double** R,
+                                    int* select, int mode, double overfitFactor,
+                                    ResidualsRoom& room);
 
 /// Residuals of the cells above the diagonal of B on those of A, fitted in single precision.
 ///

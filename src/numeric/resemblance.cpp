@@ -69,6 +69,7 @@ struct Parameters {
     double legendreK;
     int countDoubleAbsence;
     char informationFlag;
+    KeptRows& rows;
 };
 
 void Measure(int n, int p, double** data, double** out, int option, const Parameters& with)
@@ -97,8 +98,8 @@ void Measure(int n, int p, double** data, double** out, int option, const Parame
     case ochiaiMeasure: Ochiai(n, p, data, out); break;
     case sorensenMeasure: Sorensen(n, p, data, out); break;
     case meanSquareContingencyMeasure: MeanSquareContingency(n, p, data, out); break;
-    case correlationMeasure: CorrelationMV(n, p, data, out); break;
-    case chordMeasure: ChordDistMV(n, p, data, out); break;
+    case correlationMeasure: CorrelationMV(n, p, data, out, with.rows); break;
+    case chordMeasure: ChordDistMV(n, p, data, out, with.rows); break;
     case legendreChodorowskiMeasure:
         LegendreChodorowski(n, p, data, out, nullptr, static_cast<float>(with.legendreK));
         break;
@@ -119,10 +120,11 @@ void Measure(int n, int p, double** data, double** out, int option, const Parame
 
 bool ResemblanceLib(int n, int p, double** data, double** out, int objectsAre, int option,
                     int power, int* types, double base, double legendreK, int countDoubleAbsence,
-                    bool informationFlag)
+                    bool informationFlag, KeptRows* rows)
 {
+    KeptRows own;
     const Parameters with = {types, base, legendreK, countDoubleAbsence,
-                             static_cast<char>(informationFlag)};
+                             static_cast<char>(informationFlag), rows != nullptr ? *rows : own};
     const bool objectsAreColumns = objectsAre == 2;
     const int nObjects = objectsAreColumns ? p : n;
     if (objectsAreColumns) {

@@ -8,6 +8,8 @@
 // of two objects only if both cells are present.
 #pragma once
 
+#include "shell/arrays.hpp"
+
 // clang-format off
 /// Measures of ResemblanceLib by number.
 enum ResemblanceMeasure {
@@ -76,9 +78,10 @@ extern const char* const reseCSToptInfo[2];
 /// informationFlag  measures 6 to 10 write their contingency tables to "Tables.txt"
 /// legendreK   of Legendre-Chodorowski, rounded to single precision
 /// out         complete: the upper triangle is copied to the lower one at the end
+/// rows        work space of chord distances and correlations; may be null
 bool ResemblanceLib(int n, int p, double** data, double** out, int objectsAre, int option,
                     int power, int* types, double base, double legendreK, int countDoubleAbsence,
-                    bool informationFlag);
+                    bool informationFlag, KeptRows* rows = nullptr);
 
 /// Measure of ResemblanceLib for an option of the dialogues (CommunityResemblance): noMeasure if
 /// there is no such one, the cross product for an option outside 1..10.
@@ -111,6 +114,7 @@ void BrayCurtisMV(int n, int p, double** data, double** out);
 /// Deliberate: with a missing cell anywhere in `data` the result is the square of the distance, the
 /// norms taken over the variables present in both rows; users' earlier results depend on it.
 void ChordDistMV(int n, int p, double** data, double** out);
+void ChordDistMV(int n, int p, double** data, double** out, KeptRows& unitRows);
 
 // Products and correlations
 
@@ -121,6 +125,7 @@ void CrossProductMV(int n, int p, double** data, double** out);
 /// everything, itself included, and both triangles are written; with one, each pair has its own
 /// means, a constant vector gives NaN, and only the upper triangle is written.
 void CorrelationMV(int n, int p, double** data, double** out);
+void CorrelationMV(int n, int p, double** data, double** out, KeptRows& standardised);
 /// Covariance between rows, divisor: positions minus 1. Triangles as in CorrelationMV.
 void CovarianceMV(int n, int p, double** data, double** out);
 

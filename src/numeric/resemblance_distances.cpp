@@ -165,6 +165,12 @@ void BrayCurtisMV(int n, int p, double** data, double** out)
 
 void ChordDistMV(int n, int p, double** data, double** out)
 {
+    KeptRows unitRows;
+    ChordDistMV(n, p, data, out, unitRows);
+}
+
+void ChordDistMV(int n, int p, double** data, double** out, KeptRows& unitRows)
+{
     // Deliberate: the square of the distance if a cell is missing, else the distance itself; users'
     // earlier results depend on it (test "chord distance").
     if (AnyMissing(n, p, data)) {
@@ -172,7 +178,7 @@ void ChordDistMV(int n, int p, double** data, double** out)
                        [p](double* x, double* y) { return ChordDistSq2VecMV(p, x, y); });
         return;
     }
-    OwnedRows unitRows(n, p);
+    unitRows.Reserve(n, p);
     NormalizeRowsMV(n, p, data, unitRows);
     EucliDistMV(n, p, unitRows, out);
 }

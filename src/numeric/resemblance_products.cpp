@@ -24,12 +24,18 @@ void CrossProductMV(int n, int p, double** data, double** out)
 
 void CorrelationMV(int n, int p, double** data, double** out)
 {
+    KeptRows standardised;
+    CorrelationMV(n, p, data, out, standardised);
+}
+
+void CorrelationMV(int n, int p, double** data, double** out, KeptRows& standardised)
+{
     if (AnyMissing(n, p, data)) {
         EachPairOfRows(n, data, out,
                        [p](double* x, double* y) { return Correlation2VecMV(p, x, y); });
         return;
     }
-    OwnedRows standardised(n, p);
+    standardised.Reserve(n, p);
     CenterRowsMV(n, p, data, standardised);
     NormalizeRowsMV(n, p, standardised, standardised);
     CrossProductMV(n, p, standardised, out);

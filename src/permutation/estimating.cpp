@@ -25,6 +25,12 @@ std::unique_ptr<Estimation> EstimationOf(const PermutationInputs& in,
     }
 }
 
+/// Statistics that are worked out one by one, each by itself.
+bool HasCoefficients(const PermutationInputs& in)
+{
+    return in.record.measure == procrustes || in.record.measure == rvCoefficient;
+}
+
 void CopyBlock(int n, int count, const double* columns, std::size_t stride, double** out)
 {
     for (int j = 0; j < count; j++)
@@ -54,10 +60,18 @@ std::unique_ptr<Evaluator> EstimatingForm::NewEvaluator() const
     return std::make_unique<EstimatingEvaluator>(*this);
 }
 
+DoubtRoom& EstimatingForm::RoomOfNext() const
+{
+    constexpr int fewObjects = 1000;
+    if (rooms.empty() || std::max(in.n, in.s) <= fewObjects)
+        rooms.push_back(std::make_unique<DoubtRoom>(in));
+    return *rooms.back();
+}
+
 EstimatingEvaluator::EstimatingEvaluator(const EstimatingForm& prepared)
     : form(prepared), in(prepared.in), columns(prepared.arrangement),
       estimator(prepared.estimation->NewEstimator()), estimates(in.comparisons.size()),
-      exact(in, false)
+      room(prepared.RoomOfNext()), exact(room.w)
 {
 }
 
@@ -73,7 +87,6 @@ void EstimatingEvaluator::Evaluate(const int* orders, int count, double* counts)
 
 void EstimatingEvaluator::Arrange(const int* order)
 {
-    isCopied = hasModel = false;
     nEvaluated++;
     if (in.moveTaxa) {
         QuickProducts(form.arrangement, columns, order);
@@ -83,20 +96,34 @@ void EstimatingEvaluator::Arrange(const int* order)
     }
 }
 
-bool EstimatingEvaluator::Reaches(std::size_t c, const int* order)
+Decision EstimatingEvaluator::Decided(std::size_t c, const Estimate& estimate) const
 {
     const Comparison& comparison = in.comparisons[c];
-    const double observed = *comparison.observed;
-    Decision decision = Decide(estimates[c], observed, comparison.absolute);
-    if (decision == Decision::inDoubt)
-        decision = Decide({Exactly(c, order), 0.0}, observed, comparison.absolute);
-    return decision == Decision::reached;
+    return Decide(estimate, *comparison.observed, comparison.absolute);
 }
 
 void EstimatingEvaluator::Count(const int* order, double* counts)
 {
+    bool someInDoubt = false;
+    for (std::size_t c = 0; c < in.comparisons.size(); c++) {
+        if (!in.comparisons[c].isCounted) continue;
+        const Decision decision = Decided(c, estimates[c]);
+        if (decision == Decision::reached) counts[c] += 1.0;
+        if (decision == Decision::inDoubt) someInDoubt = true;
+    }
+    if (someInDoubt) CountDoubtful(order, counts);
+}
+
+/// Those that the estimates leave open, by their exact values.
+void EstimatingEvaluator::CountDoubtful(const int* order, double* counts)
+{
+    const std::lock_guard<std::mutex> turn(room.turn);
+    CopyColumns(order);
+    if (!HasCoefficients(in)) EvaluateStatistics(in, exact);
     for (std::size_t c = 0; c < in.comparisons.size(); c++)
-        if (in.comparisons[c].isCounted && Reaches(c, order)) counts[c] += 1.0;
+        if (in.comparisons[c].isCounted && Decided(c, estimates[c]) == Decision::inDoubt &&
+            Decided(c, {Exactly(c), 0.0}) == Decision::reached)
+            counts[c] += 1.0;
 }
 
 /// The arrangement as the general form holds it, cell for cell the same.
@@ -112,17 +139,12 @@ void EstimatingEvaluator::CopyColumns(const int* order)
     CopyBlock(in.n, 1, columns.R, columns.stride, exact.R);
     if (in.withPhylogeny) CopyBlock(in.n, 1, columns.Rp, columns.stride, exact.Rp);
     if (in.moveTaxa && in.withPhylogeny) ReorderPhylogeny(order, in, exact);
-    isCopied = true;
     nInDoubt++;
 }
 
-double EstimatingEvaluator::Exactly(std::size_t comparison, const int* order)
+double EstimatingEvaluator::Exactly(std::size_t comparison)
 {
-    if (!isCopied) CopyColumns(order);
-    const int measure = in.record.measure;
-    if (measure == procrustes || measure == rvCoefficient)
+    if (HasCoefficients(in))
         return ExactCoefficient(static_cast<Statistic>(comparison), in, exact);
-    if (!hasModel) EvaluateStatistics(in, exact);
-    hasModel = true;
     return exact.statistics.value[comparison];
 }

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "numeric/estimate.hpp"
@@ -32,6 +33,13 @@ public:
     virtual std::unique_ptr<StatisticEstimator> NewEstimator() const = 0;
 };
 
+/// Where arrangements in doubt are worked out, one at a time.
+struct DoubtRoom {
+    explicit DoubtRoom(const PermutationInputs& in) : w(in, false) {}
+    std::mutex turn;
+    GeneralWorkspace w;
+};
+
 class EstimatingForm : public Form
 {
 public:
@@ -40,10 +48,15 @@ public:
                                                 const ObservedResemblances& observed);
     EstimatingForm(const PermutationInputs& in, std::unique_ptr<Estimation> estimation);
     std::unique_ptr<Evaluator> NewEvaluator() const override;
+    /// Doubts are few: where matrices are large, all evaluators take turns in one room.
+    DoubtRoom& RoomOfNext() const;
 
     const PermutationInputs& in; // borrowed
     const QuickArrangement arrangement;
     const std::unique_ptr<Estimation> estimation;
+
+private:
+    mutable std::vector<std::unique_ptr<DoubtRoom>> rooms;
 };
 
 class EstimatingEvaluator : public Evaluator
@@ -58,18 +71,18 @@ public:
 
 private:
     void Arrange(const int* order);
-    void CopyColumns(const int* order);
-    double Exactly(std::size_t comparison, const int* order);
-    bool Reaches(std::size_t comparison, const int* order);
+    Decision Decided(std::size_t comparison, const Estimate& estimate) const;
     void Count(const int* order, double* counts);
+    void CountDoubtful(const int* order, double* counts);
+    void CopyColumns(const int* order);
+    double Exactly(std::size_t comparison);
 
     const EstimatingForm& form; // borrowed
     const PermutationInputs& in;
     ArrangementColumns columns;
     const std::unique_ptr<StatisticEstimator> estimator;
     std::vector<Estimate> estimates;
-    GeneralWorkspace exact; // holds the arrangement if isCopied
-    bool isCopied = false;  // and the models' values if hasModel
-    bool hasModel = false;
+    DoubtRoom& room; // borrowed: perhaps others' as well
+    GeneralWorkspace& exact;
     long nEvaluated = 0, nInDoubt = 0;
 };

@@ -35,12 +35,16 @@ void ReorderRows(const PermutationInputs& in, const int* list, double** M,
             list[i] > 0 ? M[list[i] - 1] : static_cast<double*>(in.noOtu);
 }
 
-/// S with rows and columns in the order of the list.
-void ReorderResemblance(int s, const int* list, double** S, double** out)
+/// S with rows and columns in the order of the list, or null where there is no place for it.
+double** Permuted(const int* list, const PermutationInputs& in, double** S,
+                  std::optional<OwnedRows>& place)
 {
-    for (int i = 0; i < s; i++)
-        for (int j = 0; j < s; j++)
+    if (!place.has_value()) return nullptr;
+    double** const out = *place;
+    for (int i = 0; i < in.s; i++)
+        for (int j = 0; j < in.s; j++)
             out[i][j] = list[i] > 0 && list[j] > 0 ? S[list[i] - 1][list[j] - 1] : 0.0;
+    return out;
 }
 
 void ScaleUp(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
@@ -62,32 +66,28 @@ void ScaleUp(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 /// Entropies of all communities on one permuted resemblance. The prepared dissimilarities give the
 /// bits of the permuted matrix, which is used itself where it exists.
 void Entropies(const int* list, const PermutationInputs& in, const RaoDissimilarity& prepared,
-               double** permuted, bool isDissimilarity, bool sqrtDissim, double** entropy)
+               double** permuted, bool isDissimilarity, bool sqrtDissim, double** entropy,
+               RaoRoom& room)
 {
     const Input& record = in.record;
     for (int k = 0; k < in.n; k++)
         entropy[k][0] =
             permuted == nullptr
                 ? RaoIndex_Weight(prepared, record.W[k], Weights(in), record.restrictRao,
-                                  record.keepScale, list)
+                                  record.keepScale, list, room)
                 : RaoIndex_Weight(in.s, record.W[k], permuted, isDissimilarity, sqrtDissim,
-                                  Weights(in), record.restrictRao, record.keepScale);
+                                  Weights(in), record.restrictRao, record.keepScale, room);
 }
 
 void Diversify(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     const Input& record = in.record;
-    double** permuted = nullptr;
-    if (w.Srnd.has_value()) {
-        ReorderResemblance(in.s, list, record.Sb, *w.Srnd);
-        permuted = *w.Srnd;
-    }
-    Entropies(list, in, in.onTraits, permuted, false, record.sqrtTraits, w.R);
+    Entropies(list, in, in.onTraits, Permuted(list, in, record.Sb, w.Srnd), false,
+              record.sqrtTraits, w.R, w.entropies);
     if (!in.withPhylogeny) return;
     ReorderPhylogeny(list, in, w);
-    Entropies(list, in, *in.onPhylogeny,
-              permuted == nullptr ? nullptr : static_cast<double**>(*w.SfRnd),
-              record.phylIsDissimilarity, record.sqrtPhyl, w.Rp);
+    Entropies(list, in, *in.onPhylogeny, Permuted(list, in, record.Sf, w.SfRnd),
+              record.phylIsDissimilarity, record.sqrtPhyl, w.Rp, w.entropies);
 }
 
 void TakeCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
@@ -104,19 +104,20 @@ void TakeCommunities(const int* list, const PermutationInputs& in, GeneralWorksp
     }
 }
 
-void Resemble(const PermutationInputs& in, int p, double** data, double** out, int option)
+void Resemble(const PermutationInputs& in, int p, double** data, double** out, int option,
+              KeptRows& room)
 {
-    ResemblanceLib(in.n, p, data, out, 1, option, 0, nullptr, 0.0, 0.0, 0, false);
+    ResemblanceLib(in.n, p, data, out, 1, option, 0, nullptr, 0.0, 0.0, 0, false, &room);
 }
 
 void ResembleAll(const PermutationInputs& in, GeneralWorkspace& w)
 {
     if (!in.usesResemblances) return;
-    Resemble(in, in.t, w.T, w.DT, euclideanMeasure);
-    Resemble(in, in.g, w.X, w.DX, in.resemblanceOption);
+    Resemble(in, in.t, w.T, w.DT, euclideanMeasure, w.resembled);
+    Resemble(in, in.g, w.X, w.DX, in.resemblanceOption, w.resembled);
     AbsValFunctionMV(in.n, 1, w.R, w.DR);
     if (!in.withPhylogeny) return;
-    Resemble(in, in.f, w.P, w.DP, in.resemblanceOption);
+    Resemble(in, in.f, w.P, w.DP, in.resemblanceOption, w.resembled);
     AbsValFunctionMV(in.n, 1, w.Rp, w.DRp);
 }
 
@@ -146,7 +147,7 @@ void MantelOfPhylogeny(const PermutationInputs& in, GeneralWorkspace& w)
     r[roPT] = CommunityCorr(in.n, w.DP, w.DT);
     r[roPX] = CommunityCorr(in.n, w.DP, w.DX);
     r[rFE] = MatrixCorr(in.n, record.DE, w.DRp);
-    if (w.hasPermutedOtus) r[roBF] = MatrixCorr(in.s, record.Sb, *w.SfRnd);
+    if (w.otus != nullptr) r[roBF] = MatrixCorr(in.s, record.Sb, record.Sf, w.otus);
 }
 
 // --- Statistics under Procrustes and RV
@@ -171,39 +172,50 @@ DataMatrix MatrixOf(Part part, const PermutationInputs& in, const GeneralWorkspa
     }
 }
 
-double Coefficient(int measure, int n, const DataMatrix& A, const DataMatrix& B)
+double Coefficient(int measure, int n, const DataMatrix& A, const DataMatrix& B,
+                   CongruenceRoom& room)
 {
-    return measure == procrustes ? ProcrustesCoeff(n, A.columns, B.columns, A.rows, B.rows)
-                                 : RVcoeff(n, A.columns, B.columns, A.rows, B.rows);
+    return measure == procrustes ? ProcrustesCoeff(n, A.columns, B.columns, A.rows, B.rows, room)
+                                 : RVcoeff(n, A.columns, B.columns, A.rows, B.rows, room);
 }
 
-double PartialCoefficient(const Formula& formula, const PermutationInputs& in,
-                          const GeneralWorkspace& w)
+/// What a partial statistic takes out: one set of variables or two.
+struct ControlSet {
+    ControlBlock block[2];
+    int nBlocks;
+};
+
+ControlSet ControlOf(Control control, const PermutationInputs& in, const GeneralWorkspace& w)
 {
-    const DataMatrix A = MatrixOf(formula.first, in, w), B = MatrixOf(formula.second, in, w);
     const ControlBlock traits = {in.t, in.record.selectedTraits, w.T};
     const ControlBlock entropy = {1, nullptr, w.R};
     const ControlBlock types = {in.g, nullptr, w.X};
     const ControlBlock taxa = {in.f, nullptr, w.P};
-    const ControlBlock sets[nControls][2] = {{},      {traits}, {traits, entropy},
-                                             {types}, {taxa},   {traits, taxa}};
-    const int set = static_cast<int>(formula.control);
-    const int nBlocks = sets[set][1].columns > 0 ? 2 : 1;
-    return PartialMatrixCorrelation(in.n, A.columns, B.columns, A.rows, B.rows, in.record.measure,
-                                    in.record.overfitFactor, nBlocks, sets[set]);
+    switch (control) {
+    case Control::T: return {{traits, {}}, 1};
+    case Control::TR: return {{traits, entropy}, 2};
+    case Control::X: return {{types, {}}, 1};
+    case Control::P: return {{taxa, {}}, 1};
+    case Control::TP: return {{traits, taxa}, 2};
+    default: return {};
+    }
 }
 
-double CoefficientOf(const Formula& formula, const PermutationInputs& in, const GeneralWorkspace& w)
+double CoefficientOf(const Formula& formula, const PermutationInputs& in, GeneralWorkspace& w)
 {
-    if (formula.control != Control::none) return PartialCoefficient(formula, in, w);
-    return Coefficient(in.record.measure, in.n, MatrixOf(formula.first, in, w),
-                       MatrixOf(formula.second, in, w));
+    const DataMatrix A = MatrixOf(formula.first, in, w), B = MatrixOf(formula.second, in, w);
+    if (formula.control == Control::none)
+        return Coefficient(in.record.measure, in.n, A, B, w.coefficients);
+    const ControlSet control = ControlOf(formula.control, in, w);
+    return PartialMatrixCorrelation(in.n, A.columns, B.columns, A.rows, B.rows, in.record.measure,
+                                    in.record.overfitFactor, control.nBlocks, control.block,
+                                    w.coefficients);
 }
 
-double Signal(const PermutationInputs& in, const GeneralWorkspace& w)
+double Signal(const PermutationInputs& in, GeneralWorkspace& w)
 {
     return Coefficient(in.record.measure, in.s, {in.t, *in.normalizedB},
-                       {in.record.nPCoA, *w.scores});
+                       {in.record.nPCoA, w.rowsScores.data()}, w.coefficients);
 }
 
 void EvaluateCoefficients(const PermutationInputs& in, GeneralWorkspace& w)
@@ -211,14 +223,14 @@ void EvaluateCoefficients(const PermutationInputs& in, GeneralWorkspace& w)
     for (const Formula& formula : formulas)
         if (in.withPhylogeny || !formula.needsPhylogeny)
             w.statistics.value[formula.statistic] = CoefficientOf(formula, in, w);
-    if (in.withPhylogeny && w.hasPermutedOtus) w.statistics.value[roBF] = Signal(in, w);
+    if (in.withPhylogeny && w.otus != nullptr) w.statistics.value[roBF] = Signal(in, w);
     if (!w.keepsMatrices) return; // only the file of intermediate results shows these
     const int measure = in.record.measure;
     const DataMatrix T = MatrixOf(Part::T, in, w), X = MatrixOf(Part::X, in, w);
     const DataMatrix R = MatrixOf(Part::R, in, w);
-    w.statistics.rXT = Coefficient(measure, in.n, X, T);
-    w.statistics.rXR = Coefficient(measure, in.n, X, R);
-    w.statistics.rTR = Coefficient(measure, in.n, T, R);
+    w.statistics.rXT = Coefficient(measure, in.n, X, T, w.coefficients);
+    w.statistics.rXR = Coefficient(measure, in.n, X, R, w.coefficients);
+    w.statistics.rTR = Coefficient(measure, in.n, T, R, w.coefficients);
 }
 
 } // namespace
@@ -240,7 +252,7 @@ void EvaluateStatistics(const PermutationInputs& in, GeneralWorkspace& w)
     }
 }
 
-double ExactCoefficient(Statistic statistic, const PermutationInputs& in, const GeneralWorkspace& w)
+double ExactCoefficient(Statistic statistic, const PermutationInputs& in, GeneralWorkspace& w)
 {
     for (const Formula& formula : formulas)
         if (formula.statistic == statistic) return CoefficientOf(formula, in, w);
@@ -249,13 +261,8 @@ double ExactCoefficient(Statistic statistic, const PermutationInputs& in, const 
 
 void ReorderPhylogeny(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
-    ReorderResemblance(in.s, list, in.record.Sf, *w.SfRnd);
-    w.hasPermutedOtus = true;
-    if (!w.scores.has_value()) return;
-    for (int i = 0; i < in.s; i++) {
-        const double* from = list[i] > 0 ? in.record.pcoaScores[list[i] - 1] : in.noOtu;
-        std::copy(from, from + std::min(in.record.nPCoA, in.s), w.scores->table[i]);
-    }
+    w.otus = list;
+    if (!w.rowsScores.empty()) ReorderRows(in, list, in.record.pcoaScores, w.rowsScores);
 }
 
 namespace {
@@ -266,14 +273,13 @@ void MoveOtus(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     ScaleUp(list, in, w);
     Diversify(list, in, w);
-    w.hasPermutedOtus = true;
     EvaluateStatistics(in, w);
 }
 
 void MoveCommunities(const int* list, const PermutationInputs& in, GeneralWorkspace& w)
 {
     TakeCommunities(list, in, w);
-    w.hasPermutedOtus = false; // no OTU moves, so ro(BF) has no null distribution
+    w.otus = nullptr; // no OTU moves, so ro(BF) has no null distribution
     EvaluateStatistics(in, w);
 }
 
@@ -306,13 +312,33 @@ GeneralWorkspace::GeneralWorkspace(const PermutationInputs& in, bool keeps)
 {
     // A draw beyond the pool of occurrences has no OTU, and so no prepared dissimilarity.
     if (keepsMatrices || in.record.weightedNull) Srnd.emplace(in.s, in.s);
-    if (in.withPhylogeny) SfRnd.emplace(in.s, in.s);
-    if (in.withPhylogeny && UsesDataMatrices(in.record.measure)) scores.emplace(in.s, in.s);
+    if (Srnd.has_value() && in.withPhylogeny) SfRnd.emplace(in.s, in.s);
+    entropies.Reserve(in.s);
+    if (in.usesResemblances) resembled.Reserve(in.n, std::max(in.g, in.f));
+    if (UsesDataMatrices(in.record.measure)) ReserveCoefficients(in);
     if (in.record.measure != linearRegression) return;
+    fit.Reserve(in.n, in.model.nResponses, in.e);
     fitted.emplace(in.n, in.t + 2);
     intercept = OwnedVector(in.t + 2);
     for (int factor = 0; factor < in.e; factor++)
         coefficient.push_back(statistics.value.data() + in.model.Coefficient(factor, 0));
+}
+
+void GeneralWorkspace::ReserveCoefficients(const PermutationInputs& in)
+{
+    const int measure = in.record.measure;
+    for (const Formula& formula : formulas) {
+        if (formula.needsPhylogeny && !in.withPhylogeny) continue;
+        const int p1 = MatrixOf(formula.first, in, *this).columns;
+        const int p2 = MatrixOf(formula.second, in, *this).columns;
+        const ControlSet control = ControlOf(formula.control, in, *this);
+        coefficients.ReservePartial(measure, in.n, p1, p2,
+                                    CountControl(control.nBlocks, control.block));
+    }
+    coefficients.Reserve(measure, in.n, in.g, in.t); // of X and T, for the file
+    if (!in.withPhylogeny) return;
+    rowsScores.resize(static_cast<std::size_t>(in.s));
+    coefficients.Reserve(measure, in.s, in.t, in.record.nPCoA);
 }
 
 void EvaluateObserved(const PermutationInputs& in, GeneralWorkspace& w)
@@ -320,6 +346,7 @@ void EvaluateObserved(const PermutationInputs& in, GeneralWorkspace& w)
     OwnedInts inPlace(in.s);
     for (int i = 0; i < in.s; i++) inPlace[i] = i + 1;
     MoveOtus(inPlace, in, w);
+    w.otus = nullptr;
 }
 
 void EvaluateOrder(const int* order, const PermutationInputs& in, GeneralWorkspace& w)

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "numeric/congruence.hpp"
 #include "permutation/form.hpp"
 #include "permutation/inputs.hpp"
 #include "shell/arrays.hpp"
@@ -17,18 +18,25 @@ struct GeneralWorkspace {
     GeneralWorkspace(const PermutationInputs& in, bool keepsMatrices);
 
     const bool keepsMatrices;
-    bool hasPermutedOtus = false; // SfRnd and scores are of this arrangement
+    const int* otus = nullptr; // borrowed: the list of the arrangement; null if no OTU moves
     ArrangementStatistics statistics;
     OwnedRows T;     // n x (t + 2), normalised columns; Rf and Rp behind for regression
     OwnedRows X, P;  // n x g, n x f
     OwnedRows R, Rp; // n x 1
     OwnedRows DT, DX, DP, DR, DRp;            // n x n
-    std::optional<OwnedRows> Srnd, SfRnd;     // s x s
-    std::optional<OwnedRows> scores;          // s x nPCoA
+    std::optional<OwnedRows> Srnd, SfRnd;     // s x s, where somebody reads them
     std::vector<double*> rowsB, rowsU, rowsQ; // borrowed rows in the order of the list
+    std::vector<double*> rowsScores;          // the same of the OTUs' phylogenetic scores
     std::optional<OwnedRows> fitted;          // n x (t + 2), predicted responses; linear regression
     OwnedVector intercept;                    // t + 2
     std::vector<double*> coefficient;         // e rows of the statistics
+    RaoRoom entropies;                        // work space of the routines in numeric/
+    KeptRows resembled;
+    CongruenceRoom coefficients;
+    RegressionRoom fit;
+
+private:
+    void ReserveCoefficients(const PermutationInputs& in);
 };
 
 /// Evaluates the observed arrangement: OTUs and communities in place.
@@ -44,10 +52,9 @@ void EvaluateOrder(const int* order, const PermutationInputs& in, GeneralWorkspa
 
 /// All statistics of the measure.
 void EvaluateStatistics(const PermutationInputs& in, GeneralWorkspace& w);
-/// One statistic under Procrustes or RV; ro(BF) needs the scores in order.
-double ExactCoefficient(Statistic statistic, const PermutationInputs& in,
-                        const GeneralWorkspace& w);
-/// The phylogenetic resemblance of the OTUs, and their scores on it, in the order of the list.
+/// One statistic under Procrustes or RV; ro(BF) needs the OTUs in order.
+double ExactCoefficient(Statistic statistic, const PermutationInputs& in, GeneralWorkspace& w);
+/// The OTUs, and their phylogenetic scores, in the order of the list, which is borrowed.
 void ReorderPhylogeny(const int* list, const PermutationInputs& in, GeneralWorkspace& w);
 
 /// The general form as one that the driver, or an estimating form in doubt, can take.

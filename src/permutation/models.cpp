@@ -85,7 +85,7 @@ void EvaluateRegression(const PermutationInputs& in, GeneralWorkspace& w)
         if (in.withPhylogeny) w.T[k][in.t + 1] = w.Rp[k][0];
     }
     regression(in.n, in.model.nResponses, in.e, w.T, in.record.E, w.coefficient.data(),
-               w.intercept, *w.fitted, w.statistics.value.data() + in.model.RSquare(0));
+               w.intercept, *w.fitted, w.statistics.value.data() + in.model.RSquare(0), w.fit);
 }
 
 void EvaluateAnova(const PermutationInputs& in, GeneralWorkspace& w)

@@ -14,18 +14,18 @@ bool IsMantel()
 }
 
 /// Procrustes or RV coefficient of A and B; 0 under measures that rank nothing.
-double Coefficient(int n, const Columns& A, const Columns& B)
+double Coefficient(int n, const Columns& A, const Columns& B, CongruenceRoom& room)
 {
     switch (session.opt_ro) {
-    case procrustes: return ProcrustesCoeff(n, A.number, B.number, A.rows, B.rows);
-    case rvCoefficient: return RVcoeff(n, A.number, B.number, A.rows, B.rows);
+    case procrustes: return ProcrustesCoeff(n, A.number, B.number, A.rows, B.rows, room);
+    case rvCoefficient: return RVcoeff(n, A.number, B.number, A.rows, B.rows, room);
     default: return 0.0;
     }
 }
 
 double Coefficient(SubsetMatrices& m, Part first, Part second)
 {
-    return Coefficient(m.all.n, m.Of(first), m.Of(second));
+    return Coefficient(m.all.n, m.Of(first), m.Of(second), m.room);
 }
 
 /// The same between the residuals of both on T and, if wanted, on the entropy.
@@ -38,7 +38,8 @@ double CoefficientWithout(SubsetMatrices& m, Part first, Part second, Without wi
     const Columns A = m.Of(first);
     const Columns B = m.Of(second);
     return PartialMatrixCorrelation(m.all.n, A.number, B.number, A.rows, B.rows, session.opt_ro,
-                                    preferences.overfitFactorPCARegr, withRao ? 2 : 1, control);
+                                    preferences.overfitFactorPCARegr, withRao ? 2 : 1, control,
+                                    m.room);
 }
 
 /// X and another structure without T. Deliberate: under Mantel the entropy is never taken out, and
@@ -229,6 +230,17 @@ SubsetStatistics SharedStatistics(const Criterion& criterion, SharedMatrices& al
     SubsetStatistics r;
     if (criterion.family == Family::niche) r.PE = Congruence(all.DP, all.DE);
     return r;
+}
+
+void ReserveRoom(const Criterion& criterion, SubsetMatrices& m)
+{
+    if (IsMantel() || criterion.family == Family::niche) return;
+    const int p1 = m.WidthOf(criterion.first), p2 = m.WidthOf(criterion.second);
+    m.room.Reserve(session.opt_ro, m.all.n, p1, p2);
+    if (criterion.without == Without::nothing) return;
+    const int withRao = criterion.without == Without::TandRao ? 1 : 0;
+    for (int k = session.nMinTraitsChRank; k <= session.nMaxTraitsChRank; k++)
+        m.room.ReservePartial(session.opt_ro, m.all.n, p1, p2, k + withRao);
 }
 
 double ValueOf(const Criterion& criterion, SubsetMatrices& m)

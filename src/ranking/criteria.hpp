@@ -69,6 +69,9 @@ bool ComparesX(const Criterion& criterion);
 /// Statistics that all subsets share: ro(PE) of the niche criteria.
 SubsetStatistics SharedStatistics(const Criterion& criterion, SharedMatrices& all);
 
+/// Makes room for the values of this criterion, so that none of them allocates anything.
+void ReserveRoom(const Criterion& criterion, SubsetMatrices& m);
+
 /// The value of the subset at hand.
 double ValueOf(const Criterion& criterion, SubsetMatrices& m);
 

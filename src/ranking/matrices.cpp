@@ -270,19 +270,35 @@ Structure& SubsetMatrices::DS()
     return ds;
 }
 
-Columns SubsetMatrices::Of(Part part)
+int SubsetMatrices::WidthOf(Part part) const
 {
     switch (part) {
-    case Part::E: return {all.e, all.E};
-    case Part::T: return {all.t, T()};
-    case Part::X: return {all.g, X()};
+    case Part::E: return all.e;
+    case Part::T: return all.t;
+    case Part::X: return all.g;
     // Deliberate: the columns behind the types are 0, but they count; users' earlier results
     // depend on it.
-    case Part::wideX: return {all.s, X()};
-    case Part::Rao: return {1, Rao()};
-    case Part::Dark: return {1, Dark()};
-    case Part::Z: return {all.s, all.Z};
-    case Part::P: return {all.f, all.P};
+    case Part::wideX:
+    case Part::Z: return all.s;
+    case Part::P: return all.f;
+    case Part::Rao:
+    case Part::Dark: return 1;
+    }
+    return 0;
+}
+
+Columns SubsetMatrices::Of(Part part)
+{
+    const int number = WidthOf(part);
+    switch (part) {
+    case Part::E: return {number, all.E};
+    case Part::T: return {number, T()};
+    case Part::X:
+    case Part::wideX: return {number, X()};
+    case Part::Rao: return {number, Rao()};
+    case Part::Dark: return {number, Dark()};
+    case Part::Z: return {number, all.Z};
+    case Part::P: return {number, all.P};
     }
     return {0, nullptr};
 }

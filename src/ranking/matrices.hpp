@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "numeric/congruence.hpp"
 #include "ranking/shared.hpp"
 
 /// Structures that criteria compare. wideX: X with as many columns as there are OTUs.
@@ -29,6 +30,7 @@ public:
 
     SharedMatrices& all;
     const OwnedInts select; // t: 1 for the traits of the subset
+    CongruenceRoom room;    // work space of coefficients
 
     /// Goes to the next subset: k numbers from 1, ascending.
     void Select(const int* traits, int k);
@@ -53,6 +55,7 @@ public:
     Structure& DS();
 
     Columns Of(Part part);
+    int WidthOf(Part part) const;
     Structure& Resemblance(Part part);
 
 private:

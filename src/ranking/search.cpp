@@ -60,10 +60,14 @@ std::vector<int> CountOtusOfTypes()
 
 /// What evaluates subsets on a thread of its own.
 struct Searcher {
-    Searcher(SharedMatrices& all, const SharedEstimates* shared, int nSearchers)
+    Searcher(const Criterion& criterion, SharedMatrices& all, const SharedEstimates* shared,
+             int nSearchers)
         : matrices(all, nSearchers)
     {
-        if (shared != nullptr) estimates = shared->Of(matrices, nSearchers);
+        if (shared != nullptr)
+            estimates = shared->Of(matrices, nSearchers);
+        else
+            ReserveRoom(criterion, matrices);
     }
     SubsetMatrices matrices;
     std::unique_ptr<SubsetEstimates> estimates;
@@ -149,7 +153,8 @@ Search::Search(const Criterion& ranked)
     const bool canShare = shared.form == Form::quick && !inDetail;
     const int nSearchers = canShare ? std::min(omp_get_max_threads(), shared.MostSearchers()) : 1;
     for (int i = 0; i < nSearchers; i++)
-        searchers.push_back(std::make_unique<Searcher>(shared, estimates.get(), nSearchers));
+        searchers.push_back(
+            std::make_unique<Searcher>(ranked, shared, estimates.get(), nSearchers));
     blockSize = canShare ? 16 * nSearchers : 1;
 }
 

@@ -2,6 +2,7 @@
 // Zero-filled arrays of one to three dimensions, and the small owners that free them.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -110,6 +111,34 @@ public:
 
 private:
     OwnedRows values;  // one row of a table: rows start on such a boundary
+};
+
+// Work space of routines that are called again and again, in parallel loops above all: it grows to
+// the largest size reserved so far and keeps that, so that nothing is allocated for smaller ones.
+// What is in it is what the last call left.
+
+template <typename T>
+struct Kept : Owned<T> {
+    void Reserve(long n)
+    {
+        if (n <= length) return;
+        Owned<T>::operator=(Owned<T>(n));
+        length = n;
+    }
+    long length = 0;
+};
+using KeptVector = Kept<double>;
+using KeptInts = Kept<int>;
+
+struct KeptRows : OwnedRows {
+    void Reserve(long rows, long columns)
+    {
+        if (rows <= nRows && columns <= nColumns) return;
+        const long most = std::max(columns, nColumns);
+        OwnedRows::operator=(OwnedRows(std::max(rows, nRows), most));
+        nColumns = most;
+    }
+    long nColumns = 0;
 };
 
 /// Makes the k-th allocation from now on fail (1 is the next one; 0 switches it off). For tests of
