@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "numeric/ordination.hpp"
 
+#include <gsl/gsl_errno.h>
 #include <gsl/gsl_linalg.h>
 
 #include <algorithm>
 #include <cmath>
+#include <csetjmp>
 #include <cstddef>
 
 #include "numeric/adjust.hpp"
@@ -30,6 +32,40 @@ void CopyOut(int rows, int cols, const gsl_matrix* from, double** to)
 {
     for (int i = 0; i < rows; i++)
         for (int j = 0; j < cols; j++) to[i][j] = gsl_matrix_get(from, Size(i), Size(j));
+}
+
+// GSL's decomposition makes some work space by itself, and goes on to use it if there is none. Its
+// report of that is the only moment to leave; no C++ object is on the way.
+
+thread_local std::jmp_buf* leaving = nullptr; // set during a decomposition
+gsl_error_handler_t* otherErrors = nullptr;
+
+void LeaveWithoutRoom(const char* reason, const char* file, int line, int error)
+{
+    if (error == GSL_ENOMEM && leaving != nullptr) std::longjmp(*leaving, 1);
+    if (otherErrors != nullptr) otherErrors(reason, file, line, error);
+}
+
+/// Once, before there are threads.
+void WatchForRoom()
+{
+    [[maybe_unused]] static const bool isWatching = [] {
+        otherErrors = gsl_set_error_handler(LeaveWithoutRoom);
+        return true;
+    }();
+}
+
+int Decompose(gsl_matrix* A, gsl_matrix* V, gsl_vector* S, gsl_vector* work)
+{
+    std::jmp_buf place;
+    leaving = &place;
+    if (setjmp(place) != 0) {
+        leaving = nullptr;
+        NoRoom();
+    }
+    const int status = gsl_linalg_SV_decomp(A, V, S, work);
+    leaving = nullptr;
+    return status;
 }
 
 /// True unless a value is below -0.1 per cent of the sum of all: rounding leaves small negative
@@ -202,6 +238,7 @@ void SingularRoom::Reserve(int rows, int cols)
     right.Reserve(static_cast<long>(cols) * cols);
     diagonal.Reserve(cols);
     work.Reserve(cols);
+    WatchForRoom();
 }
 
 bool SingValueDecomp(int rows, int cols, double** A, double** U, double* singular, double** V)
@@ -221,8 +258,7 @@ bool SingValueDecomp(int rows, int cols, double** A, double** U, double* singula
 
     CopyIn(rows, cols, A, &left.matrix);
     HandleEventInfoWhere("SingValueDecomp");
-    if (gsl_linalg_SV_decomp(&left.matrix, &right.matrix, &diagonal.vector, &work.vector) != 0)
-        return false;
+    if (Decompose(&left.matrix, &right.matrix, &diagonal.vector, &work.vector) != 0) return false;
     std::copy(room.diagonal.values, room.diagonal + cols, singular);
     if (U != nullptr) CopyOut(rows, cols, &left.matrix, U);
     if (V != nullptr) CopyOut(cols, cols, &right.matrix, V);

@@ -15,12 +15,13 @@
 
 /// Work space of EigenHouseholderQL_GSL_D.
 struct EigenRoom {
-    void Reserve(int n); // for this order; the solver's own part fits no other
+    void Reserve(int n); // for this order; a solver fits no other
     struct FreeSolver {
         void operator()(gsl_eigen_symmv_workspace* w) const { gsl_eigen_symmv_free(w); }
     };
-    KeptVector matrix, vectors; // n x n
-    std::map<int, std::unique_ptr<gsl_eigen_symmv_workspace, FreeSolver>> solvers; // by order
+    using Solver = std::unique_ptr<gsl_eigen_symmv_workspace, FreeSolver>;
+    KeptVector matrix, vectors;    // n x n
+    std::map<int, Solver> solvers; // by order
 };
 
 /// Eigenvalues, descending by signed value, and eigenvectors of the symmetric n x n matrix M, whose

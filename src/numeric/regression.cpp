@@ -337,9 +337,9 @@ void PCA_Regression_ResidualsSelect(int n, int pY, int pX, double** Y, double** 
     }
     CrossProductMV(r, n, D, room.G);
     TransposeMatrix(r, n, D, room.T);
-    int nAxes = OrdinationLib_Scores(r, n, room.T, room.G, room.scores, principalComponents,
-                                     mode == 1 ? crossProductMeasure : correlationMeasure, 2,
-                                     room.axes);
+    int nAxes =
+        OrdinationLib_Scores(r, n, room.T, room.G, room.scores, principalComponents,
+                             mode == 1 ? crossProductMeasure : correlationMeasure, 2, room.axes);
 
     // Never more predictors than the sample supports.
     const double limit = (n - 2) / overfitFactor;

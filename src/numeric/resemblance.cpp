@@ -123,8 +123,9 @@ bool ResemblanceLib(int n, int p, double** data, double** out, int objectsAre, i
                     bool informationFlag, KeptRows* rows)
 {
     KeptRows own;
-    const Parameters with = {types, base, legendreK, countDoubleAbsence,
-                             static_cast<char>(informationFlag), rows != nullptr ? *rows : own};
+    KeptRows& room = rows != nullptr ? *rows : own;
+    const char flag = static_cast<char>(informationFlag);
+    const Parameters with = {types, base, legendreK, countDoubleAbsence, flag, room};
     const bool objectsAreColumns = objectsAre == 2;
     const int nObjects = objectsAreColumns ? p : n;
     if (objectsAreColumns) {

@@ -144,7 +144,6 @@ void EstimatingEvaluator::CopyColumns(const int* order)
 
 double EstimatingEvaluator::Exactly(std::size_t comparison)
 {
-    if (HasCoefficients(in))
-        return ExactCoefficient(static_cast<Statistic>(comparison), in, exact);
+    if (HasCoefficients(in)) return ExactCoefficient(static_cast<Statistic>(comparison), in, exact);
     return exact.statistics.value[comparison];
 }

@@ -84,8 +84,8 @@ void EvaluateRegression(const PermutationInputs& in, GeneralWorkspace& w)
         w.T[k][in.t] = w.R[k][0];
         if (in.withPhylogeny) w.T[k][in.t + 1] = w.Rp[k][0];
     }
-    regression(in.n, in.model.nResponses, in.e, w.T, in.record.E, w.coefficient.data(),
-               w.intercept, *w.fitted, w.statistics.value.data() + in.model.RSquare(0), w.fit);
+    regression(in.n, in.model.nResponses, in.e, w.T, in.record.E, w.coefficient.data(), w.intercept,
+               *w.fitted, w.statistics.value.data() + in.model.RSquare(0), w.fit);
 }
 
 void EvaluateAnova(const PermutationInputs& in, GeneralWorkspace& w)

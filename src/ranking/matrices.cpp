@@ -41,6 +41,7 @@ SubsetMatrices::SubsetMatrices(SharedMatrices& shared, int nSearchers)
     similaritySums = std::make_unique<PrefixSums<float>>(nPairs, nLevels);
     if (!all.wholeTraits) countSums = std::make_unique<PrefixSums<float>>(nPairs, nLevels);
     belonging = std::make_unique<TypeBelonging>(all.s, all.g, session.partition_OTUs);
+    if (all.crisp) Q(); // the same for all subsets
 }
 
 void SubsetMatrices::Select(const int* subset, int nSubset)

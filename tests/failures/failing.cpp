@@ -2,10 +2,11 @@
 // Preloaded into the program by failures.sh: makes one call fail, as on a machine without memory or
 // disk.
 //
-//   FAIL_KIND   alloc, write, sync, close or rename: the calls that are counted; kill counts all but
-//               alloc, and there the process is killed
+//   FAIL_KIND   alloc, write, sync, close or rename: the calls that are counted; loop counts the
+//               allocations in parallel loops only (of g++); kill counts all but allocations, and
+//               there the process is killed
 //   FAIL_AT     the number of the one that fails, from 1
-//   FAIL_LOG    a file that gets a letter when it has failed
+//   FAIL_LOG    a file that gets an F when it has failed, and an L for the first parallel loop
 //
 // Writes and closes are those of files opened for writing. Allocations are those of the program, of
 // the C++ library and of GSL; the runtime of OpenMP ends the process itself when it gets none.
@@ -23,20 +24,29 @@
 
 namespace {
 
+bool IsOf(const char* kind)
+{
+    const char* const wanted = std::getenv("FAIL_KIND");
+    return wanted != nullptr && std::strcmp(wanted, kind) == 0;
+}
+
+void Log(const char* letter)
+{
+    const int log = open(std::getenv("FAIL_LOG"), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    if (log < 0 || write(log, letter, 1) != 1) _exit(99);
+    close(log);
+}
+
 /// True for the one call that fails.
 bool Fails(const char* kind)
 {
     static long calls = 0;
     // Asked for each time: the first calls come before there is an environment.
-    const char* const wanted = std::getenv("FAIL_KIND");
     const char* const at = std::getenv("FAIL_AT");
-    if (wanted == nullptr || at == nullptr) return false;
-    const bool kills = std::strcmp(wanted, "kill") == 0 && std::strcmp(kind, "alloc") != 0;
-    if (!kills && std::strcmp(wanted, kind) != 0) return false;
+    const bool kills = IsOf("kill") && std::strcmp(kind, "alloc") != 0;
+    if (at == nullptr || (!kills && !IsOf(kind))) return false;
     if (__atomic_add_fetch(&calls, 1, __ATOMIC_RELAXED) != std::atol(at)) return false;
-    const int log = open(std::getenv("FAIL_LOG"), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    if (log < 0 || write(log, "F", 1) != 1) _exit(99);
-    close(log);
+    Log("F");
     if (kills) raise(SIGKILL);
     return true;
 }
@@ -45,6 +55,21 @@ template <typename Function>
 Function Real(const char* name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+int loops = 0; // parallel loops that run
+// GSL makes a little work space within a decomposition, whatever one gives to it.
+thread_local bool isDecomposing = false;
+
+template <typename Run>
+void RunLoop(Run run)
+{
+    static bool isFirst = true;
+    if (isFirst && IsOf("loop")) Log("L");
+    isFirst = false;
+    __atomic_add_fetch(&loops, 1, __ATOMIC_RELAXED);
+    run();
+    __atomic_sub_fetch(&loops, 1, __ATOMIC_RELAXED);
 }
 
 /// Failing allocations only for callers that can answer for them.
@@ -57,7 +82,9 @@ bool AllocationFails(void* caller)
                            std::strstr(name, "libomp") != nullptr ||
                            std::strstr(name, "ld-linux") != nullptr ||
                            std::strstr(name, "san.so") != nullptr;
-    return !isRuntime && Fails("alloc");
+    if (isRuntime) return false;
+    const bool inLoop = __atomic_load_n(&loops, __ATOMIC_RELAXED) > 0 && !isDecomposing;
+    return IsOf("loop") ? inLoop && Fails("loop") : Fails("alloc");
 }
 
 // A stream that passes its text on to a descriptor, unless that fails.
@@ -104,7 +131,36 @@ void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 extern "C" {
 
 // GSL 2.7 itself loses what it has of a workspace when the next part of it fails.
-const char* __lsan_default_suppressions() { return "leak:gsl_eigen_symmv_alloc"; }
+const char* __lsan_default_suppressions()
+{
+    return "leak:gsl_eigen_symmv_alloc\nleak:gsl_vector_alloc";
+}
+
+int gsl_linalg_SV_decomp(void* A, void* V, void* S, void* work)
+{
+    static auto* const real = Real<int (*)(void*, void*, void*, void*)>("gsl_linalg_SV_decomp");
+    isDecomposing = true;
+    const int status = real(A, V, S, work);
+    isDecomposing = false;
+    return status;
+}
+
+using Loop = void (*)(void*);
+
+void GOMP_parallel(Loop loop, void* data, unsigned team, unsigned flags)
+{
+    static auto* const real = Real<void (*)(Loop, void*, unsigned, unsigned)>("GOMP_parallel");
+    RunLoop([=] { real(loop, data, team, flags); });
+}
+
+void GOMP_parallel_loop_nonmonotonic_dynamic(Loop loop, void* data, unsigned team, long from,
+                                             long to, long step, long chunk, unsigned flags)
+{
+    static auto* const real =
+        Real<void (*)(Loop, void*, unsigned, long, long, long, long, unsigned)>(
+            "GOMP_parallel_loop_nonmonotonic_dynamic");
+    RunLoop([=] { real(loop, data, team, from, to, step, chunk, flags); });
+}
 
 #define ALLOCATOR(name, parameters, arguments)                                     \
     void* name parameters                                                          \

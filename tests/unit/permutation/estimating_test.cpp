@@ -34,11 +34,13 @@ struct Counted {
         InitRndNumberGenerator(7);
         ListDrawer drawer(in);
         std::vector<int> order(static_cast<std::size_t>(in.orderLength));
+        FailAllocation(1); // none is made from here on, in doubt neither
         for (int i = 0; i < nOrders; i++) {
             drawer.Draw(order.data());
             evaluator.Evaluate(order.data(), 1, estimated.data());
             general->Evaluate(order.data(), 1, exact.data());
         }
+        FailAllocation(0);
         inDoubt = evaluator.InDoubt();
     }
     std::vector<double> estimated, exact;
