@@ -60,9 +60,9 @@ public:
 
     /// Evaluates them. Who is free takes the next one, and the first thread prints the lines of
     /// those taken so far. A failure waits for the loop's end, which nothing may leave before.
-    void Evaluate(int count)
+    void Evaluate(int count, bool byTeam)
     {
-        const int nThreads = static_cast<int>(evaluators.size());
+        const int nThreads = byTeam ? static_cast<int>(evaluators.size()) : 1;
 #pragma omp parallel for schedule(dynamic, 1) num_threads(nThreads) if (nThreads > 1)
         for (int m = 0; m < count; m++) {
             const int thread = omp_get_thread_num();
@@ -122,21 +122,24 @@ private:
     std::vector<FailureCode> failures;
 };
 
-/// Batches grow until one is worth waking the team, and no more: their orders take room.
+/// Batches grow until one is worth the while of drawing it, and no more: their orders take room. The
+/// team is woken for those that last: on a machine with other work a thread may come late, and the
+/// others wait for it longer than a short batch takes.
 void Permute(const PermutationInputs& in, const Form& form, std::vector<double>& counts)
 {
-    constexpr double secondsOfBatch = 0.1;
+    constexpr double secondsOfBatch = 0.1, secondsWorthATeam = 0.0005;
     constexpr int ordersPerThread = 4096;
     const int nThreads = std::max(1, omp_get_max_threads());
     Batch batch(in, form, nThreads);
+    double seconds = 0.0; // of the last batch
     for (int size = nThreads; batch.Evaluated() < in.record.nIter;) {
         const double start = omp_get_wtime();
         const int count =
             static_cast<int>(std::min<long>(size, in.record.nIter - batch.Evaluated()));
         batch.Draw(count);
-        batch.Evaluate(count);
-        const bool isShort = omp_get_wtime() - start < secondsOfBatch / 2;
-        if (isShort && size < nThreads * ordersPerThread) size *= 2;
+        batch.Evaluate(count, seconds > secondsWorthATeam);
+        seconds = omp_get_wtime() - start;
+        if (seconds < secondsOfBatch / 2 && size < nThreads * ordersPerThread) size *= 2;
     }
     batch.AddCounts(counts);
 }
