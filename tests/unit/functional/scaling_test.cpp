@@ -101,6 +101,14 @@ TEST_CASE("options that no question of the dialogue offers")
         CHECK(report.find("between OTUs: 2 (Euclidean distance)\n") != std::string::npos);
         CHECK(report.find("Gower index modified") == std::string::npos);
     }
+    SUBCASE("distances of E pass over a hole")
+    {
+        session.optEnvVarType = 1;
+        session.temEnvQual = 0;
+        session.env[2][1] = missingValue;
+        // by hand, of the pairs of known cells (1 0), (1 5) and (2 ?)
+        CHECK(Below(Report(), "Resemblance matrix (DE)") == std::vector<double>{0, 5, 0, 1, 1, 0});
+    }
     SUBCASE("types by clustering: of a single trait of states, one a state")
     {
         session.clusMethPoolCSTs = 4;

@@ -119,6 +119,8 @@ TEST_CASE("what cannot be a data set ends in code 2")
     DataFile file("text", FileOf("twelve chars"));
     file.CheckRoom(4, 3);
     CHECK(CodeOf([&] { file.CheckRoom(4, 4); }) == endOfFile);
+    DataFile pipe("pipe", popen("echo 7", "r")); // of no size that could be known
+    CHECK(pipe.ReadCount(9) == 7);
 }
 
 TEST_CASE("data files that cannot be opened, written or held in memory")

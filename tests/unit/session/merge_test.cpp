@@ -188,6 +188,8 @@ TEST_CASE("a second file that cannot be read, and a merge without memory")
     CHECK(CodeOfMerge(first, Replaced(second, "Cedrus", std::string("Ce\0drus", 7))) == endOfFile);
     CHECK(TimesIn(test.complaints.Text(), "\nfile bFormda.txt line 22: NUL byte") == 1);
     CHECK(TimesIn(test.complaints.Text(), "Reenter") == 0);
+    // A description is read as far as there is room, and its rest is no number of traits.
+    CHECK(CodeOfMerge(first, std::string(500, 'x') + second) == endOfFile);
     CHECK(CodeOf([] { MergeFormda("none"); }) == cannotOpen);
     FailEachAllocation("aFormda.txt", [&] { return CodeOfMerge(one, whole); });
 }
