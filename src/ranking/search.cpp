@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <functional>
 #include <limits>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "numeric/random.hpp"
@@ -73,7 +75,24 @@ struct Searcher {
     std::unique_ptr<SubsetEstimates> estimates;
 };
 
-/// One search: the files, the matrices, the block of subsets at hand and the record so far.
+/// Subsets of one size that follow each other.
+struct Block {
+    Block(int largest, int nTraits)
+        : stride(nTraits), traits(static_cast<long>(largest) * nTraits),
+          values(static_cast<std::size_t>(largest))
+    {
+    }
+    int* Subset(int i) const { return traits.values + static_cast<long>(i) * stride; }
+
+    int k = 0; // traits of a subset; 0: the search is over, or has not begun
+    int nSubsets = 0;
+    bool isLast = false; // of its size
+    int stride;
+    OwnedInts traits;             // k a subset; 0 in front: has excluded traits
+    std::vector<Estimate> values; // of the subsets
+};
+
+/// One search: the files, the matrices, the subsets at hand and the record so far.
 class Search
 {
 public:
@@ -81,16 +100,19 @@ public:
     void Run();
 
 private:
-    void SearchSize(int k);
-    void DrawBlock(int k, int first, int size);
-    void EvaluateBlock(int k, int size);
-    void Evaluate(Searcher& searcher, int k, int i);
-    void ShowProgress(int k);
+    void Step();
+    void EvaluateOnThreads(const std::function<void()>& aside);
+    void Draw(Block& block);
+    void DrawSubset(int* traits);
+    void Evaluate(Searcher& searcher, int i);
+    void Record(const Block& block);
+    void CloseSize(int k);
+    void SetBlockSize(double seconds);
+    void ShowProgress(const Block& block);
     void TakeResult(int k, const int* traits, const Estimate& value);
     void EvaluateInDetail();
     void SettleForPrint(RankedSubset& subset);
     bool HasEvaluation() const;
-    int* BlockSubset(int i) { return block.values + static_cast<long>(i) * session.nch; }
 
     const Criterion& criterion;
     const double timeStart;
@@ -106,8 +128,9 @@ private:
     const ExactValue exactly;
 
     const OwnedInts subset; // the subset drawn last, then the other traits
-    const OwnedInts block;  // subsets of the block, each nch long; 0 in front: has excluded traits
-    std::vector<Estimate> values; // of the block
+    int size;               // of what is drawn
+    int nDrawn = 0;         // subsets of this size so far
+    Block current, other;   // evaluated now; recorded, and then filled with what is next
     int blockSize;
 
     SubsetStatistics statistics;
@@ -120,7 +143,7 @@ private:
 };
 
 /// Blocks are long enough to keep the threads at work and short enough to show progress.
-const int largestBlock = 4096;
+const int largestBlock = 1024;
 
 RankedSubset NoSubset(double value)
 {
@@ -141,8 +164,8 @@ Search::Search(const Criterion& ranked)
           matrices.Select(traits, k);
           return ValueOf(criterion, matrices);
       }),
-      subset(session.nch), block(static_cast<long>(largestBlock) * session.nch),
-      values(static_cast<std::size_t>(largestBlock)), statistics(SharedStatistics(ranked, shared)),
+      subset(session.nch), size(session.nMinTraitsChRank), current(largestBlock, session.nch),
+      other(largestBlock, session.nch), statistics(SharedStatistics(ranked, shared)),
       candidate(NoSubset(0.0)),
       best(static_cast<std::size_t>(session.nMaxTraitsChRank - session.nMinTraitsChRank + 1),
            NoSubset(ranked.start)),
@@ -162,32 +185,113 @@ void Search::Run()
 {
     PrintRankingHead(report, criterion);
     intermediate.PrintShared(shared);
-    for (int k = session.nMinTraitsChRank; k <= session.nMaxTraitsChRank; k++) SearchSize(k);
+    Draw(current);
+    while (current.k > 0 || other.k > 0) {
+        Step();
+        std::swap(current, other);
+    }
     for (int slot = 1; slot <= kept.Last(); slot++) SettleForPrint(kept[slot]);
     PrintRankingTail(report, criterion, kept, evaluations, best, timeStart);
     intermediate.Close();
     report.Close();
 }
 
-void Search::SearchSize(int k)
+/// Records the block before and evaluates the one at hand. What needs neither values nor memory
+/// goes on meanwhile: the progress lines, and drawing, unless a new size begins.
+void Search::Step()
+{
+    const double start = omp_get_wtime();
+    Record(other);
+    const bool drawsAside = nDrawn > 0;
+    const auto goOn = [this, drawsAside] {
+        ShowProgress(other);
+        if (drawsAside) Draw(other);
+    };
+    if (searchers.size() > 1) {
+        EvaluateOnThreads(goOn);
+    } else {
+        goOn();
+        for (int i = 0; i < current.nSubsets; i++) Evaluate(*searchers[0], i);
+    }
+    if (!drawsAside) Draw(other);
+    SetBlockSize(omp_get_wtime() - start);
+}
+
+/// The block at hand. A thread does `aside` first and then joins the others. Values have places in
+/// the block, whoever is done first; a failure waits for the end.
+void Search::EvaluateOnThreads(const std::function<void()>& aside)
+{
+    const int nSearchers = static_cast<int>(searchers.size());
+    std::vector<FailureCode> failures(searchers.size(), noFailure);
+#pragma omp parallel num_threads(nSearchers)
+    {
+#pragma omp single nowait
+        aside();
+        // Neighbours share sums: long runs first, short ones where threads wait for the last.
+#pragma omp for schedule(guided, 4)
+        for (int i = 0; i < current.nSubsets; i++) {
+            const std::size_t thread = static_cast<std::size_t>(omp_get_thread_num());
+            const FailureCode code = FailureOf([&] { Evaluate(*searchers[thread], i); });
+            if (code != noFailure) failures[thread] = code;
+        }
+    }
+    for (const FailureCode code : failures)
+        if (code != noFailure) Fail(code);
+}
+
+void Search::SetBlockSize(double seconds)
 {
     const double blockSeconds = 0.1;
-    const int nSubsets = NumberOfSubsets(session.nch, k);
-    for (int i = 0; i < session.nch; i++) subset[i] = i + 1;
-    for (int done = 0; done < nSubsets;) {
-        const double start = omp_get_wtime();
-        const int size = std::min(blockSize, nSubsets - done);
-        DrawBlock(k, done, size);
-        if (!inDetail && HasEvaluation()) EvaluateBlock(k, size);
-        for (int i = 0; i < size; i++) {
-            ShowProgress(k);
-            if (BlockSubset(i)[0] > 0)
-                TakeResult(k, BlockSubset(i), values[static_cast<std::size_t>(i)]);
-        }
-        done += size;
-        if (blockSize > 1 && omp_get_wtime() - start < blockSeconds / 2.0)
-            blockSize = std::min(2 * blockSize, largestBlock);
-    }
+    if (blockSize > 1 && seconds < blockSeconds / 2.0)
+        blockSize = std::min(2 * blockSize, largestBlock);
+}
+
+/// The next subsets in order; none when the search is over.
+void Search::Draw(Block& block)
+{
+    block.k = block.nSubsets = 0;
+    if (size > session.nMaxTraitsChRank) return;
+    if (nDrawn == 0)
+        for (int i = 0; i < session.nch; i++) subset[i] = i + 1;
+    block.k = size;
+    const int nOfSize = NumberOfSubsets(session.nch, size);
+    for (; block.nSubsets < blockSize && nDrawn < nOfSize; block.nSubsets++, nDrawn++)
+        DrawSubset(block.Subset(block.nSubsets));
+    block.isLast = nDrawn >= nOfSize;
+    if (!block.isLast) return;
+    size++;
+    nDrawn = 0;
+}
+
+void Search::DrawSubset(int* traits)
+{
+    PermuteArray(session.nch, size, subset, nDrawn == 0);
+    std::copy_n(subset.values, size, traits);
+    const bool isAllowed = std::all_of(traits, traits + size,
+                                       [](int trait) { return session.weight[trait - 1] > 0.0; });
+    if (!isAllowed) traits[0] = 0;
+}
+
+void Search::Evaluate(Searcher& searcher, int i)
+{
+    const int* const traits = current.Subset(i);
+    if (traits[0] == 0 || inDetail || !HasEvaluation()) return;
+    searcher.matrices.Select(traits, current.k);
+    current.values[static_cast<std::size_t>(i)] =
+        searcher.estimates != nullptr ? searcher.estimates->Value()
+                                      : Estimate{ValueOf(criterion, searcher.matrices), 0.0};
+}
+
+void Search::Record(const Block& block)
+{
+    for (int i = 0; i < block.nSubsets; i++)
+        if (block.Subset(i)[0] > 0)
+            TakeResult(block.k, block.Subset(i), block.values[static_cast<std::size_t>(i)]);
+    if (block.k > 0 && block.isLast) CloseSize(block.k);
+}
+
+void Search::CloseSize(int k)
+{
     RankedSubset& ofSize = best[static_cast<std::size_t>(k - session.nMinTraitsChRank)];
     SettleForPrint(ofSize);
     PrintSizeLine(report, criterion, k, ofSize);
@@ -195,56 +299,15 @@ void Search::SearchSize(int k)
     intermediate.Check();
 }
 
-/// The next subsets in order, from number `first` of their size on.
-void Search::DrawBlock(int k, int first, int size)
+void Search::ShowProgress(const Block& block)
 {
-    for (int i = 0; i < size; i++) {
-        PermuteArray(session.nch, k, subset, first + i == 0);
-        std::copy_n(subset.values, k, BlockSubset(i));
-        const bool isAllowed = std::all_of(subset.values, subset.values + k, [](int trait) {
-            return session.weight[trait - 1] > 0.0;
-        });
-        if (!isAllowed) BlockSubset(i)[0] = 0;
+    for (int i = 0; i < block.nSubsets; i++) {
+        if (iteration < std::numeric_limits<int>::max()) iteration++;
+        char progress[80];
+        std::snprintf(progress, sizeof progress, "Iteration: %d of %d, Traits: %d", iteration,
+                      nIterations, block.k);
+        HandleEventInfoWhere2(progress);
     }
-}
-
-/// Values by place in the block, so the record does not depend on who is done first. With several
-/// searchers nothing in here draws; a failure waits for the end of the loop.
-void Search::EvaluateBlock(int k, int size)
-{
-    const int nSearchers = static_cast<int>(searchers.size());
-    if (nSearchers == 1) {
-        for (int i = 0; i < size; i++) Evaluate(*searchers[0], k, i);
-        return;
-    }
-    std::vector<FailureCode> failures(searchers.size(), noFailure);
-#pragma omp parallel for schedule(dynamic, 16) num_threads(nSearchers)
-    for (int i = 0; i < size; i++) {
-        const std::size_t thread = static_cast<std::size_t>(omp_get_thread_num());
-        const FailureCode code = FailureOf([&] { Evaluate(*searchers[thread], k, i); });
-        if (code != noFailure) failures[thread] = code;
-    }
-    for (const FailureCode code : failures)
-        if (code != noFailure) Fail(code);
-}
-
-void Search::Evaluate(Searcher& searcher, int k, int i)
-{
-    const int* const traits = BlockSubset(i);
-    if (traits[0] == 0) return;
-    searcher.matrices.Select(traits, k);
-    values[static_cast<std::size_t>(i)] =
-        searcher.estimates != nullptr ? searcher.estimates->Value()
-                                      : Estimate{ValueOf(criterion, searcher.matrices), 0.0};
-}
-
-void Search::ShowProgress(int k)
-{
-    if (iteration < std::numeric_limits<int>::max()) iteration++;
-    char progress[80];
-    std::snprintf(progress, sizeof progress, "Iteration: %d of %d, Traits: %d", iteration,
-                  nIterations, k);
-    HandleEventInfoWhere2(progress);
 }
 
 /// A single type says nothing of composition: then there is no evaluation, and the subset keeps
