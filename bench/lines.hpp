@@ -14,6 +14,9 @@ void KernelLines(const Options& options, Report& report);
 void PermutationLines(const Options& options, Report& report);
 /// R1, R2: whole tests for several numbers of threads.
 void WholeTestLines(const Options& options, Report& report);
+/// L1: time and memory of a test on 5,000 OTUs; not if it has to be quick. With 999 permutations,
+/// too, if only this line is asked for.
+void ScaleLines(const Options& options, Report& report);
 /// S1 to S3: the search for the best subset of traits.
 void SubsetLines(const Options& options, Report& report);
 /// M1, M2: a step of the simulation and its percentile.

@@ -81,6 +81,7 @@ int main(int argc, char** argv)
     KernelLines(options, report);
     PermutationLines(options, report);
     WholeTestLines(options, report);
+    ScaleLines(options, report);
     SubsetLines(options, report);
     SimulationLines(options, report);
     DialogueLines(options, report);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// P1 to P5: whole permutations, through the permutation test itself; R1, R2: whole tests.
+// P1 to P5: whole permutations, through the permutation test itself; R1, R2: whole tests; L1: a
+// large one, and the memory that it takes.
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,9 +11,9 @@
 
 #include "lines.hpp"
 #include "numeric/random.hpp"
+#include "permtest_data.hpp"
 #include "permutation/estimating.hpp"
 #include "permutation/lists.hpp"
-#include "permtest_data.hpp"
 #include "plain_permtest.hpp"
 
 namespace {
@@ -205,6 +207,49 @@ void WholeRunLine(const Options& options, Report& report, const WholeRun& run)
     omp_set_num_threads(options.threads);
 }
 
+/// From here on PeakMemory tells of what is to come.
+void ForgetPeakMemory()
+{
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+/// The most memory that this process had at a time, in GB; negative if the system does not tell.
+double PeakMemory()
+{
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    double kilobytes = 0.0;
+    while (status >> word)
+        if (word == "VmHWM:" && status >> kilobytes) return kilobytes * 1024.0 / 1e9;
+    return -1.0;
+}
+
+/// One run with each number of threads, on the same data: the memory is that of the matrices of a
+/// session and of the test on them.
+void ScaleRun(const Options& options, Report& report, const Variant& variant, PermTestData& data,
+              int permutations)
+{
+    std::vector<double> before;
+    const std::string what = std::to_string(permutations) + " permutations";
+    for (const int threads : {1, 2}) {
+        omp_set_num_threads(threads);
+        ForgetPeakMemory();
+        const double start = Now();
+        {
+            const DrainedOutput drained;
+            RunFast(data, permutations + 1L);
+        }
+        const double taken = Now() - start, peak = PeakMemory();
+        const double* const P = data.input.probabilities;
+        const std::vector<double> own(P, P + nStatistics);
+        report.Same(variant.id, variant.shape->name, before.empty() || own == before);
+        before = own;
+        report.Line(variant.id, variant.shape->name, what, "s", 1.0, threads, {-1.0, taken});
+        report.Line(variant.id, variant.shape->name, what, "GB", 1.0, threads, {-1.0, peak});
+    }
+    omp_set_num_threads(options.threads);
+}
+
 } // namespace
 
 void PermutationLines(const Options& options, Report& report)
@@ -224,4 +269,15 @@ void WholeTestLines(const Options& options, Report& report)
     for (const WholeRun& run : runs)
         if (options.Wants(run.id) && !(options.quick && run.shape == &largeShape))
             WholeRunLine(options, report, run);
+}
+
+void ScaleLines(const Options& options, Report& report)
+{
+    if (options.quick || !options.Wants("L1")) return;
+    const PermTestShape huge = {"5,000 OTUs", 500, 5000, 10, 5, 20, 0.05, 0.0, true};
+    const Variant variant = {"L1", &huge, "taxa move", false, 't', false, 0, 1, false};
+    auto data = Prepare(variant);
+    ScaleRun(options, report, variant, *data, 99);
+    if (options.only == "L1") ScaleRun(options, report, variant, *data, 999);
+    report.Value("L1", "5,000 OTUs, taxa move", "in doubt", ShareInDoubt(*data, 50));
 }
