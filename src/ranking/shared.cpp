@@ -129,8 +129,10 @@ int SharedMatrices::Levels(long nCells, int nSearchers)
 
 int SharedMatrices::MostSearchers() const
 {
-    const double ofOtus = needs.types ? 4.0 * static_cast<double>(NumberOfPairs(s)) : 0.0;
-    const double bytes = 8.0 * (ofOtus + 4.0 * static_cast<double>(TriangleSize(n)));
+    const double ofTypes = 4.0 * s * (g + columnBlock);
+    const double ofOtus = 4.0 * static_cast<double>(NumberOfPairs(s)) + ofTypes;
+    const double ofCommunities = 6.0 * static_cast<double>(TriangleSize(n));
+    const double bytes = 8.0 * ((needs.types ? ofOtus : 0.0) + ofCommunities);
     return std::max(1, static_cast<int>(std::min(largestTable / bytes, 1e6)));
 }
 
