@@ -41,6 +41,8 @@ TEST_CASE("the forgiving reader steps over what is not a decimal number") {
         CAPTURE(c.fact);
         CHECK(Numbers(c.text) == c.expected);
     }
+    InputStream rest(FileOf(".5")), words(FileOf("x7 a.5")); // of 1.5.5: a number, not a word
+    CHECK((HasNumberLeft(rest) && !HasNumberLeft(words)));
 }
 
 TEST_CASE("the end of a stream is announced once") {
