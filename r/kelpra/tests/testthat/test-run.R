@@ -281,7 +281,9 @@ test_that("the larger P of both null models counts", {
 test_that("nesting goes by names, tails by the measure, and a verdict by what differs", {
   nested <- kelpra:::nesting(c(b = "y", c = "x", a = "x"), letters[1:3])
   expect_identical(nested, c(a = 1L, b = 2L, c = 1L))
-  found <- data.frame(name = c("r(TE)", "r(XE.T)"), term = c("r-square", "A1"), response = c("T", "Rf"))
+  found <- data.frame(
+    name = c("r(TE)", "r(XE.T)"), term = c("r-square", "A1"), response = c("T", "Rf")
+  )
   tails <- function(...) kelpra:::tails_of(found, list(...))
   expect_identical(tails(measure = "regression", two_tailed = FALSE), 1:2)
   expect_identical(tails(measure = "anova", two_tailed = TRUE), 1:2)
