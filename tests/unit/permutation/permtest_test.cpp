@@ -262,6 +262,8 @@ TEST_CASE("edges of the data")
         {"all distances the same",               tinyShape, Set(&D::DE, every, every, 2.385)},
         {"a distance that is no number",         tinyShape, Set(&D::DE, 2, 5, std::nan(""))},
         {"fewer occurrences than OTUs",          tinyShape, FewOccurrences},
+        {"a variable 999 below its mean",        {"", 9, 17, 5, 2, 4, 0.6, 0.0, true},
+         [](D& d) { d.input.measure = 4; for (int k = 0; k < d.n; k++) d.E[k][0] = k == 0 ? 0.0 : 1123.875; }},
     };
     // clang-format on
     for (const Edge& edge : edges)
