@@ -133,7 +133,7 @@ extern "C" {
 // GSL 2.7 itself loses what it has of a workspace when the next part of it fails.
 const char* __lsan_default_suppressions()
 {
-    return "leak:gsl_eigen_symmv_alloc\nleak:gsl_vector_alloc";
+    return "leak:gsl_eigen_symm\nleak:gsl_vector_alloc"; // of eigenvalues, with vectors or not
 }
 
 int gsl_linalg_SV_decomp(void* A, void* V, void* S, void* work)
