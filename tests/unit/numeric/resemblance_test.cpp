@@ -100,14 +100,14 @@ TEST_CASE("measures between columns, beside one with a hole")
     };
     const Case cases[] = {
         {crossProductMeasure, 13.0}, {gowerMeasure, 1.0 / 9.0}, {covarianceMeasure, -0.5},
-        {legendreChodorowskiMeasure, 0.4 / 3.0}, // 2 1 / (1 + 2 + 2) once, in three variables
+        {legendreChodorowskiMeasure, 1.0 / 6.5}, // 2 1.5 / (1.5 + 3 + 2) in one of three variables
         {secondEigenvalueMeasure, 1.0 - std::sqrt(3.0 / 28.0)}, {noMeasure, 0.0}}; // 1 - |r|
     for (const Case& c : cases) {
         CAPTURE(c.option);
         Rows data = {{1, 3, NA}, {2, 1, 1}, {4, 2, 1}};
         OwnedRows out(3, 3);
         int types[] = {3, 3, 3};
-        ResemblanceLib(3, 3, data, out, 2, c.option, 0, types, 0.0, 1.0, 1, false);
+        ResemblanceLib(3, 3, data, out, 2, c.option, 0, types, 0.0, 1.5, 1, false);
         CHECK(out[1][0] == doctest::Approx(c.expected).epsilon(1e-7));
     }
 }
