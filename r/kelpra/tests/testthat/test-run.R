@@ -275,7 +275,7 @@ test_that("the larger P of both null models counts", {
     both$statistics$name[is.na(both$statistics$P_sites)],
     c("ro(BF)", "ro(PT)", "ro(PX)", "ro(PX.T)")
   )
-  expect_output(print(both), "80 to 94 %")
+  expect_output(print(both), "29 to 46 %")
 })
 
 test_that("nesting goes by names, tails by the measure, and a verdict by what differs", {
