@@ -244,7 +244,7 @@ void RankVectorAdjMV(int n, const double* x, double* ranks)
 
 double MatrixPercentile(int rows, int cols, double** M, double fraction)
 {
-    const int nCells = rows > 0 && cols > 0 ? rows * cols : 0;
+    const int nCells = rows * cols;
     OwnedVector values(nCells);
     OwnedVector ranks(nCells);
     for (int i = 0; i < rows; i++)

@@ -210,6 +210,7 @@ TEST_CASE("a step keeps to what the whole matrices say")
         c.change(run);
         InitRndNumberGenerator(99);
         Metacommunity m(run);
+        CHECK(m.ScaledDistance(0, 0) == 0.0); // all are 0: nothing to scale by
         StandardizeTraits(run, m);
         for (int set = 1; set <= 2; set++) {
             m.recording = true; // as a set before may have left it
