@@ -152,6 +152,7 @@ RankingNeeds ForNiche()
     RankingNeeds needs;
     needs.phylogeny = true;
     needs.holesInE = false;
+    needs.resemblance = true;
     return needs;
 }
 

@@ -7,6 +7,7 @@
 #include "functional/environment.hpp"
 #include "functional/smoothing.hpp"
 #include "numeric/adjust.hpp"
+#include "numeric/congruence.hpp"
 #include "numeric/gower.hpp"
 #include "numeric/matrix.hpp"
 #include "numeric/ordination.hpp"
@@ -141,7 +142,9 @@ int SharedMatrices::MostSearchers() const
 bool SharedMatrices::FitsQuickForm() const
 {
     if (preferences.saveStruct == 'y' || n < 3) return false;
-    if (session.rese_opt < euclideanDistance || session.rese_opt > chordDistance) return false;
+    const bool hasDistance =
+        session.rese_opt >= euclideanDistance && session.rese_opt <= chordDistance;
+    if ((session.opt_ro == mantel || needs.resemblance) && !hasDistance) return false;
     if (8.0 * t * static_cast<double>(TriangleSize(n)) > largestTable) return false;
     if (!needs.types) return true;
     return partial != nullptr && IsCompositionPlain() && IsEveryPairCompared();

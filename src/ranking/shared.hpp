@@ -12,12 +12,14 @@
 
 /// What a criterion needs before its search starts.
 struct RankingNeeds {
-    bool environment = true; // E and its resemblance DE
-    bool phylogeny = false;  // P, the composition by phylogeny, and DP
-    int smoothing = 0;       // mode of the Beals smoothing that gives Z; 0: no Z
-    bool types = true;       // OTUs are grouped into types: S, Q and X
-    bool holesInE = true;    // distances leave out missing cells of E; false: they are numbers
-    bool holesInT = false;   // so does the scaling of T to unit length
+    bool environment = true;  // E and its resemblance DE
+    bool phylogeny = false;   // P, the composition by phylogeny, and DP
+    int smoothing = 0;        // mode of the Beals smoothing that gives Z; 0: no Z
+    bool types = true;        // OTUs are grouped into types: S, Q and X
+    bool holesInE = true;     // distances leave out missing cells of E; false: they are numbers
+    bool holesInT = false;    // so does the scaling of T to unit length
+    bool resemblance = false; // communities are compared whatever the measure, by the session's
+                              // last resemblance; otherwise only matrix correlation asks for one
 };
 
 /// How the matrices of a subset are made. `general` follows the definitions step by step and serves
