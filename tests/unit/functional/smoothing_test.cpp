@@ -3,6 +3,8 @@
 
 #include <doctest/doctest.h>
 
+#include <cmath>
+
 #include "unit/functional/tables.hpp"
 
 TEST_CASE("a community with nothing but a hole adds to no smoothing") {
@@ -35,6 +37,9 @@ TEST_CASE("conditional probabilities at the edges") {
     CheckCells(C, {{1, 1.0 / 2, 0}, {1, 1, 0}, {0, 0, 1}}, 1e-15);
     ConditionalProb(2, 3, W, C, 2, true); // mode 2 keeps its diagonal
     CheckCells(C, {{0.8, 0.2, 0}, {10.0 / 35, 25.0 / 35, 0}, {0, 0, 0}}, 1e-15);
+    Table infinite({{HUGE_VAL, 0, 1}});
+    ConditionalProb(1, 3, infinite, C, 2);
+    CHECK((std::isnan(C[1][0]) && C[1][2] == 0.0)); // 0 times infinity
     ConditionalProb(2, 3, W, C, 7);
     CheckCells(C, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, 1e-15);
 }
