@@ -107,7 +107,7 @@ private:
     void Evaluate(Searcher& searcher, int i);
     void Record(const Block& block);
     void CloseSize(int k);
-    void SetBlockSize(double seconds);
+    void SetBlockSize();
     void ShowProgress(const Block& block);
     void TakeResult(int k, const int* traits, const Estimate& value);
     void EvaluateInDetail();
@@ -132,6 +132,7 @@ private:
     int nDrawn = 0;         // subsets of this size so far
     Block current, other;   // evaluated now; recorded, and then filled with what is next
     int blockSize;
+    double lastSeconds = 0.0; // of the last step
 
     SubsetStatistics statistics;
     RankedSubset candidate;
@@ -200,6 +201,7 @@ void Search::Run()
 /// goes on meanwhile: the progress lines, and drawing, unless a new size begins.
 void Search::Step()
 {
+    constexpr double secondsWorthATeam = 0.0005; // a thread may come late on a busy machine
     const double start = omp_get_wtime();
     Record(other);
     const bool drawsAside = nDrawn > 0;
@@ -207,14 +209,15 @@ void Search::Step()
         ShowProgress(other);
         if (drawsAside) Draw(other);
     };
-    if (searchers.size() > 1) {
+    if (searchers.size() > 1 && lastSeconds > secondsWorthATeam) {
         EvaluateOnThreads(goOn);
     } else {
         goOn();
         for (int i = 0; i < current.nSubsets; i++) Evaluate(*searchers[0], i);
     }
     if (!drawsAside) Draw(other);
-    SetBlockSize(omp_get_wtime() - start);
+    lastSeconds = omp_get_wtime() - start;
+    SetBlockSize();
 }
 
 /// The block at hand. A thread does `aside` first and then joins the others. Values have places in
@@ -239,10 +242,10 @@ void Search::EvaluateOnThreads(const std::function<void()>& aside)
         if (code != noFailure) Fail(code);
 }
 
-void Search::SetBlockSize(double seconds)
+void Search::SetBlockSize()
 {
     const double blockSeconds = 0.1;
-    if (blockSize > 1 && seconds < blockSeconds / 2.0)
+    if (blockSize > 1 && lastSeconds < blockSeconds / 2.0)
         blockSize = std::min(2 * blockSize, largestBlock);
 }
 
