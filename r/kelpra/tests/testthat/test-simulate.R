@@ -29,8 +29,13 @@ test_that("rates are those of answers written by hand, however the data are anal
   for (name in names(cases)) {
     folder <- file.path(tempdir(), name)
     dir.create(folder)
-    file.copy(list.files(file.path(by_hand, name), "txt$", full.names = TRUE), folder)
-    answers <- readLines(file.path(folder, "answers.txt"))
+    case <- file.path(by_hand, name)
+    used <- file.path(case, "uses") # inputs that lie elsewhere in the project, and a sed script
+    if (file.exists(used)) file.copy(example_file("..", readLines(used)), folder)
+    file.copy(list.files(case, "txt$", full.names = TRUE), folder)
+    changed <- list.files(case, "^changes$", full.names = TRUE)
+    script <- if (length(changed)) c("-f", changed) else c("-e", "''")
+    answers <- system2("sed", c(script, file.path(folder, "answers.txt")), stdout = TRUE)
     kelpra:::run_program(folder, answers)
     report <- readLines(file.path(folder, "FinalSimulatedData.txt"))
     report <- report[grep("^PROBABILITIES", report):length(report)]
