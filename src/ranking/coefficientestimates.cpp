@@ -52,7 +52,7 @@ int RankOf(int n, int p, double* const* rows)
 /// The columns of a criterion's structure that does not change.
 Columns Fixed(const Criterion& criterion, const SharedMatrices& all)
 {
-    switch (IsFixed(criterion.first) ? criterion.first : criterion.second) {
+    switch (IsSameForAllSubsets(criterion.first) ? criterion.first : criterion.second) {
     case Part::P: return {all.f, all.P};
     case Part::Z: return {all.s, all.Z};
     default: return {all.e, all.E};
@@ -61,7 +61,7 @@ Columns Fixed(const Criterion& criterion, const SharedMatrices& all)
 
 Part Changing(const Criterion& criterion)
 {
-    return IsFixed(criterion.first) ? criterion.second : criterion.first;
+    return IsSameForAllSubsets(criterion.first) ? criterion.second : criterion.first;
 }
 
 } // namespace

@@ -17,12 +17,12 @@ std::size_t Room(long nCells)
 
 Part Moving(const Criterion& criterion)
 {
-    return IsFixed(criterion.first) ? criterion.second : criterion.first;
+    return IsSameForAllSubsets(criterion.first) ? criterion.second : criterion.first;
 }
 
 double* const* FixedRows(const Criterion& criterion, const SharedMatrices& all)
 {
-    switch (IsFixed(criterion.first) ? criterion.first : criterion.second) {
+    switch (IsSameForAllSubsets(criterion.first) ? criterion.first : criterion.second) {
     case Part::P: return all.DP.rows;
     case Part::Z: return all.DZ.rows;
     default: return all.DE.rows;

@@ -17,7 +17,7 @@ std::unique_ptr<SharedEstimates> EstimatesOf(const Criterion& criterion, const S
     return coefficients;
 }
 
-bool IsFixed(Part part)
+bool IsSameForAllSubsets(Part part)
 {
     return part == Part::E || part == Part::P || part == Part::Z;
 }

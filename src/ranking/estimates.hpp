@@ -31,4 +31,4 @@ public:
 std::unique_ptr<SharedEstimates> EstimatesOf(const Criterion& criterion, const SharedMatrices& all);
 
 /// Whether nothing that the subsets change is part of the structure.
-bool IsFixed(Part part);
+bool IsSameForAllSubsets(Part part);
