@@ -28,7 +28,9 @@ spread <- function(column, codes, name, factors) {
   states <- if (is.numeric(column)) sort(unique(codes[!is.na(codes)])) else levels(factor(column))
   whole <- matrix(codes, dimnames = list(NULL, name))
   if (factors == "codes") return(list(whole, "nominal"))
+  # Codes of TRUE and FALSE are 1 and 0, those of other states count from 1.
   values <- if (is.numeric(column)) states else seq_along(states)
+  if (is.logical(column)) values <- states == "TRUE"
   columns <- outer(codes, values, `==`) + 0
   dimnames(columns) <- list(NULL, paste(name, states, sep = "."))
   if (length(states) == 2) columns <- columns[, 2, drop = FALSE]

@@ -201,3 +201,12 @@ test_that("a tree, its clustering and its distances are the same phylogeny", {
     "2 of 6 tips are not in traits and are pruned"
   )
 })
+
+test_that("states of a logical trait that is named nominal stay apart", {
+  traits <- data.frame(size = c(2, 5, 9), woody = c(TRUE, FALSE, TRUE), row.names = c("a", "b", "c"))
+  comm <- matrix(1:6, 2, dimnames = list(c("p", "q"), rownames(traits)))
+  x <- suppressMessages(
+    kelpra_data(traits, comm, trait_types = c(woody = "nominal"), types = "species")
+  )
+  expect_equal(unname(x$B[, 2]), c(1, 0, 1))
+})
